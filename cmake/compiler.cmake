@@ -1,0 +1,51 @@
+# Compiler and linker settings that all of our own targets share.
+add_library(zelsys_options INTERFACE)
+target_compile_features(zelsys_options INTERFACE cxx_std_20)
+target_compile_options(zelsys_options INTERFACE
+    -Wall -Wextra -Wconversion -Wshadow -Werror
+    # Names in log lines stay relative, and no path of the building machine ends up in a binary.
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+if(WIN32)
+    target_compile_definitions(zelsys_options INTERFACE
+        UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0601 _WIN32_WINNT=0x0601)
+    target_compile_options(zelsys_options INTERFACE -ffunction-sections -fdata-sections)
+    target_link_options(zelsys_options INTERFACE
+        -Wl,--gc-sections -s
+        -Wl,--dynamicbase,--high-entropy-va,--nxcompat
+        -Wl,--no-insert-timestamp)
+elseif(ZELSYS_SANITIZE)
+    target_compile_options(zelsys_options INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    target_link_options(zelsys_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# zelsys_folder(<target> <folder> [PURE files...] [WINDOWS files...] [DEPENDS targets...])
+#
+# One static library for one folder. PURE files know nothing of Windows and build everywhere; WINDOWS files
+# are left out of native builds. A folder's headers are reachable only by targets that depend on it: each
+# folder gets an include root of its own, a link in the build tree, so that a forbidden dependency does not
+# compile.
+function(zelsys_folder target folder)
+    cmake_parse_arguments(arg "" "" "PURE;WINDOWS;DEPENDS" ${ARGN})
+    set(sources ${arg_PURE})
+    if(WIN32)
+        list(APPEND sources ${arg_WINDOWS})
+    endif()
+
+    set(root ${PROJECT_BINARY_DIR}/include-roots/${target})
+    get_filename_component(parent ${root}/${folder} DIRECTORY)
+    file(MAKE_DIRECTORY ${parent})
+    file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${folder} ${root}/${folder} SYMBOLIC)
+
+    if(sources)
+        list(TRANSFORM sources PREPEND ${PROJECT_SOURCE_DIR}/${folder}/)
+        add_library(${target} STATIC ${sources})
+        target_include_directories(${target} PUBLIC ${root})
+        target_link_libraries(${target} PUBLIC ${arg_DEPENDS} PRIVATE zelsys_options)
+    else()
+        add_library(${target} INTERFACE)
+        target_include_directories(${target} INTERFACE ${root})
+        target_link_libraries(${target} INTERFACE ${arg_DEPENDS})
+    endif()
+endfunction()

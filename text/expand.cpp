@@ -1,0 +1,39 @@
+#include "text/expand.h"
+
+#include <algorithm>
+
+namespace text {
+namespace {
+
+constexpr std::string_view kNameCharacters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+
+} // namespace
+
+std::size_t expandPlaceholders(std::string_view pattern, const PlaceholderValues& values, bool keepPair,
+                               std::string& expanded) {
+    expanded.clear();
+    std::size_t dropped = 0;
+    std::size_t copied = 0; // everything of the pattern before here is dealt with
+    for (auto open = pattern.find('{'); open != pattern.npos; open = pattern.find('{', open + 1)) {
+        const auto nameEnd = pattern.find_first_not_of(kNameCharacters, open + 1);
+        if (nameEnd == pattern.npos)
+            break;
+        if (pattern[nameEnd] != '}' || nameEnd == open + 1)
+            continue;
+
+        expanded.append(pattern, copied, open - copied);
+        copied = nameEnd + 1;
+        const auto value = values.find(pattern.substr(open + 1, nameEnd - open - 1));
+        if (value != values.end() && !value->second.empty()) {
+            expanded += value->second;
+        } else if (!keepPair) {
+            ++dropped;
+            expanded.resize(std::min(expanded.rfind('&'), expanded.size()));
+        }
+    }
+    expanded.append(pattern, copied);
+    return dropped;
+}
+
+} // namespace text

@@ -1,0 +1,85 @@
+#include "win32/known_folders.h"
+
+#include "win32/owner.h"
+
+#include <memory>
+
+#include <shlobj.h>
+
+namespace win32 {
+namespace {
+
+using GetKnownFolderPath = HRESULT(WINAPI*)(const KNOWNFOLDERID&, DWORD, HANDLE, PWSTR*);
+using TaskMemFree = void(WINAPI*)(void*);
+
+/// One function of a DLL that is loaded for as long as this object lives.
+template <class Function>
+class LoadedFunction {
+public:
+    LoadedFunction(const char* dll, const char* name, const ProblemReport& report)
+        : library_(LoadLibraryExA(dll, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {
+        if (!library_) {
+            tell(report, std::string("Couldn't load dll") + dll + " | err =");
+            return;
+        }
+        function_ = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library_.get(), name)));
+        if (function_ == nullptr)
+            tell(report, "GetProcAddress return null | err =");
+    }
+
+    Function get() const { return function_; }
+
+private:
+    static void tell(const ProblemReport& report, const std::string& problem) {
+        const DWORD error = GetLastError();
+        if (report)
+            report(problem + std::to_string(error));
+    }
+
+    Library library_;
+    Function function_ = nullptr;
+};
+
+} // namespace
+
+std::wstring knownFolder(KnownFolder folder, const ProblemReport& report) {
+    const LoadedFunction<GetKnownFolderPath> getPath("shell32.dll", "SHGetKnownFolderPath", report);
+    if (getPath.get() == nullptr)
+        return {};
+    const auto& id = folder == KnownFolder::roamingAppData ? FOLDERID_RoamingAppData : FOLDERID_LocalAppData;
+    PWSTR found = nullptr;
+    if (FAILED(getPath.get()(id, 0, nullptr, &found)) || found == nullptr)
+        return {};
+
+    const LoadedFunction<TaskMemFree> taskMemFree("ole32.dll", "CoTaskMemFree", report);
+    const auto release = [&](wchar_t* text) {
+        if (taskMemFree.get() != nullptr)
+            taskMemFree.get()(text);
+    };
+    const std::unique_ptr<wchar_t, decltype(release)> owned(found, release);
+    return owned.get();
+}
+
+std::wstring joinPath(std::wstring folder, std::wstring_view name) {
+    if (name.empty())
+        return folder;
+    if (!folder.empty() && folder.back() != L'\\')
+        folder += L'\\';
+    return folder.append(name);
+}
+
+std::wstring settingsFolder(const ProblemReport& report) {
+    const std::wstring roaming = knownFolder(KnownFolder::roamingAppData, report);
+    if (roaming.empty())
+        return {};
+    const std::wstring folder = joinPath(roaming, kBrandFolder);
+    CreateDirectoryW(folder.c_str(), nullptr); // it is there already on all but the first call
+    return folder;
+}
+
+std::wstring logsFolder(const ProblemReport& report) {
+    const std::wstring roaming = knownFolder(KnownFolder::roamingAppData, report);
+    return roaming.empty() ? roaming : joinPath(roaming, L"logs");
+}
+
+} // namespace win32

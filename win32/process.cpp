@@ -1,0 +1,62 @@
+#include "win32/process.h"
+
+#include "win32/owner.h"
+
+#include <memory>
+
+namespace win32 {
+namespace {
+
+constexpr DWORD kVariableCapacity = 2048;
+
+struct DetachedWork {
+    std::function<void()> run;
+    Library keepLoaded;
+};
+
+DWORD WINAPI detachedThread(void* parameter) {
+    HMODULE module = nullptr;
+    {
+        const std::unique_ptr<DetachedWork> work(static_cast<DetachedWork*>(parameter));
+        try {
+            work->run();
+        } catch (...) {
+            // Nobody waits for the outcome, and an exception must not end the host's process.
+        }
+        module = work->keepLoaded.detach();
+    }
+    // Only this call may drop the last reference from code inside the module itself.
+    FreeLibraryAndExitThread(module, 0);
+}
+
+} // namespace
+
+std::wstring environmentVariable(const wchar_t* name) {
+    wchar_t value[kVariableCapacity];
+    const DWORD length = GetEnvironmentVariableW(name, value, kVariableCapacity);
+    return length < kVariableCapacity ? std::wstring(value, length) : std::wstring();
+}
+
+bool isProcessEnding() {
+    using Query = BOOLEAN(WINAPI*)();
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    const auto query =
+        reinterpret_cast<Query>(reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlDllShutdownInProgress")));
+    return query != nullptr && query() != FALSE;
+}
+
+bool runDetached(std::function<void()> work) {
+    auto parameter = std::make_unique<DetachedWork>();
+    parameter->run = std::move(work);
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                            reinterpret_cast<const wchar_t*>(&detachedThread),
+                            parameter->keepLoaded.receive()))
+        return false;
+    const KernelHandle thread(CreateThread(nullptr, 0, detachedThread, parameter.get(), 0, nullptr));
+    if (!thread)
+        return false;
+    parameter.release(); // the thread owns it now
+    return true;
+}
+
+} // namespace win32

@@ -1,0 +1,99 @@
+#include "fs/config.h"
+
+#include "fs/file_io.h"
+
+#include <utility>
+
+namespace fs {
+
+void CConfig::setFilePath(const std::wstring& path) {
+    const std::lock_guard guard(lock);
+    values.clear();
+    changedKeys.clear();
+    if (&path != &filePath)
+        filePath = path;
+}
+
+int CConfig::save() {
+    const std::lock_guard guard(lock);
+    if (filePath.empty())
+        return kStatusNoFile;
+    if (changedKeys.empty()) {
+        modified = false;
+        return 0;
+    }
+
+    // The merge is made beside the map in memory, so that running out of memory here loses no change.
+    ConfigValues merged;
+    std::string contents;
+    if (fileExists(filePath) && readFile(filePath, contents) == 0)
+        parseConfig(contents, merged);
+    for (const auto& key : changedKeys) {
+        if (const auto changed = values.find(key); changed != values.end())
+            merged.insert_or_assign(key, changed->second);
+        else
+            merged.erase(key);
+    }
+    values = std::move(merged);
+
+    const int status = writeFile(filePath, serialiseConfig(values));
+    if (status == 0) {
+        modified = false;
+        changedKeys.clear();
+    }
+    return status;
+}
+
+int CConfig::load() {
+    return read(false);
+}
+
+int CConfig::reload() {
+    return read(true);
+}
+
+int CConfig::read(bool dropMemory) {
+    const std::wstring path = pathCopy();
+    if (!fileExists(path))
+        return kStatusNoFile;
+    std::string contents;
+    if (readFile(path, contents) != 0)
+        return kStatusFileFailed;
+
+    const std::lock_guard guard(lock);
+    if (dropMemory)
+        values.clear();
+    parseConfig(contents, values);
+    changedKeys.clear();
+    modified = false;
+    return 0;
+}
+
+std::string CConfig::getValue(const std::string& key, std::string defaultValue) const {
+    return findValue(key).value_or(std::move(defaultValue));
+}
+
+std::optional<std::string> CConfig::findValue(const std::string& key) const {
+    const std::lock_guard guard(lock);
+    const auto entry = values.find(key);
+    return entry != values.end() ? std::optional(entry->second) : std::nullopt;
+}
+
+void CConfig::setValue(const std::string& key, const std::string& value) {
+    const std::lock_guard guard(lock);
+    values.insert_or_assign(key, value);
+    changedKeys.insert(key);
+    modified = true;
+}
+
+bool CConfig::isModified() const {
+    const std::lock_guard guard(lock);
+    return modified;
+}
+
+std::wstring CConfig::pathCopy() const {
+    const std::lock_guard guard(lock);
+    return filePath;
+}
+
+} // namespace fs

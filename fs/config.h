@@ -1,0 +1,70 @@
+#pragma once
+
+#include "fs/config_format.h"
+
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace fs {
+
+inline constexpr int kStatusNoKey = 100000; ///< the key is not in the file
+
+/// \brief A flat key/value configuration file: read whole, held in memory, written whole.
+///
+/// Keys and values are plain bytes, UTF-8 by convention. The file is shared between processes only through
+/// `save`, which reads it again and applies nothing but the keys that this instance changed; two saves at the
+/// same moment can still lose one of the changes.
+///
+/// Safe to share between threads. Failures of the file are told by status numbers, never thrown. There is no
+/// virtual destructor: an instance lives and dies by its static type.
+class CConfig {
+public:
+    CConfig() = default;
+    explicit CConfig(const std::wstring& path) : filePath(path) {}
+    CConfig(const CConfig&) = delete;
+    CConfig& operator=(const CConfig&) = delete;
+
+    /// \brief Turns to another file and forgets all values and changes. Reads nothing.
+    virtual void setFilePath(const std::wstring& path);
+
+    /// \brief Applies the changed keys to what the file holds now and writes it.
+    ///
+    /// Without changes the disk is not touched. A file that cannot be read counts as empty, so its other keys
+    /// are lost. When the writing fails, the changes are kept for a later `save`.
+    /// \return 0, 100002 without a path, 100004 when the file cannot be written.
+    virtual int save();
+
+    /// \brief Reads the file; values that are already in memory win over the file's. Forgets which keys were
+    /// changed.
+    /// \return 0, 100002 when there is no file, 100004 when it cannot be read (nothing is changed then).
+    virtual int load();
+
+    /// \brief As `load`, but what was in memory is dropped.
+    virtual int reload();
+
+    /// \brief The value of a key, also when it is empty; \p defaultValue when the key is absent.
+    std::string getValue(const std::string& key, std::string defaultValue) const;
+
+    /// \brief The value of a key, be it empty or not; nothing when the key is absent.
+    std::optional<std::string> findValue(const std::string& key) const;
+
+    /// \brief Sets a value in memory. An empty value removes the key from the file at the next `save`.
+    void setValue(const std::string& key, const std::string& value);
+
+    /// \brief Whether a value was set since the last `load`, `reload` or successful `save`.
+    bool isModified() const;
+
+private:
+    std::wstring pathCopy() const;
+    int read(bool dropMemory);
+
+    ConfigValues values;
+    std::set<std::string> changedKeys;
+    mutable std::mutex lock;
+    bool modified = false;
+    std::wstring filePath;
+};
+
+} // namespace fs

@@ -1,0 +1,68 @@
+#include "fs/file_io.h"
+
+#include "win32/owner.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+
+namespace fs {
+namespace {
+
+struct StreamCloser {
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, StreamCloser>;
+
+constexpr DWORD kLargestWrite = 1u << 30;
+
+} // namespace
+
+bool fileExists(const std::wstring& path) {
+    if (path.empty())
+        return false;
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && attributes != FILE_ATTRIBUTE_DIRECTORY;
+}
+
+int readFile(const std::wstring& path, std::string& contents) {
+    std::FILE* opened = nullptr;
+    if (const errno_t error = _wfopen_s(&opened, path.c_str(), L"rb"))
+        return error;
+    const Stream stream(opened);
+    if (!stream)
+        return kStatusEmptyStream;
+
+    if (_fseeki64(stream.get(), 0, SEEK_END) != 0)
+        return EIO;
+    const long long size = _ftelli64(stream.get());
+    if (size < 0 || _fseeki64(stream.get(), 0, SEEK_SET) != 0)
+        return EIO;
+    if (static_cast<unsigned long long>(size) > contents.max_size())
+        return EFBIG;
+    contents.resize(static_cast<std::size_t>(size));
+    const std::size_t got = std::fread(contents.data(), 1, contents.size(), stream.get());
+    if (std::ferror(stream.get()) != 0)
+        return EIO;
+    contents.resize(got); // another process may have cut the file meanwhile
+    return 0;
+}
+
+int writeFile(const std::wstring& path, std::string_view contents) {
+    const win32::KernelHandle file(CreateFileW(path.c_str(), GENERIC_WRITE,
+                                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+                                               FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file)
+        return kStatusFileFailed;
+    while (!contents.empty()) {
+        const auto part = static_cast<DWORD>(std::min<std::size_t>(contents.size(), kLargestWrite));
+        DWORD written = 0;
+        if (!WriteFile(file.get(), contents.data(), part, &written, nullptr) || written == 0)
+            return kStatusFileFailed;
+        contents.remove_prefix(written);
+    }
+    return 0;
+}
+
+} // namespace fs

@@ -1,0 +1,59 @@
+#include "xferlib/session.h"
+
+#include "win32/process.h"
+
+#include <mutex>
+
+namespace xferlib {
+namespace {
+
+class SessionCache {
+public:
+    ~SessionCache() {
+        // WinHTTP may be gone already when the process ends; the system closes everything then.
+        if (session_ && win32::isProcessEnding())
+            new Session(std::move(session_));
+    }
+
+    Session get(const std::wstring& proxy) {
+        const std::lock_guard guard(mutex_);
+        if (!session_ || proxy != proxy_) {
+            session_ = make(proxy);
+            proxy_ = proxy;
+        }
+        return session_;
+    }
+
+private:
+    static Session make(const std::wstring& proxy) {
+        win32::WinHttpHandle handle(proxy.empty()
+                                        ? WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_NO_PROXY,
+                                                      WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0)
+                                        : WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_NAMED_PROXY,
+                                                      proxy.c_str(), WINHTTP_NO_PROXY_BYPASS, 0));
+        if (!handle)
+            return nullptr;
+        // Older systems leave TLS 1.2 off by default, and do not know TLS 1.3.
+        DWORD protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 | WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_3;
+        if (!WinHttpSetOption(handle.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols)) {
+            protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2;
+            WinHttpSetOption(handle.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols);
+        }
+        return std::make_shared<const win32::WinHttpHandle>(std::move(handle));
+    }
+
+    static constexpr wchar_t kUserAgent[] = L"zelsyshelper";
+
+    std::mutex mutex_;
+    std::wstring proxy_;
+    Session session_;
+};
+
+} // namespace
+
+Session openSession(const std::wstring& proxy) {
+    static SessionCache cache;
+    return cache.get(proxy);
+}
+
+} // namespace xferlib

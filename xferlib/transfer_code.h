@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+
+namespace xferlib {
+
+/// Transport codes, numbered as in the transfer library that log readers know from elsewhere.
+enum TransferCode : std::int32_t {
+    kOk = 0,
+    kUnsupportedScheme = 1,
+    kInitFailed = 2,
+    kMalformedUrl = 3,
+    kProxyNotResolved = 5,
+    kHostNotResolved = 6,
+    kCannotConnect = 7,
+    kPartialBody = 18,
+    kOutOfMemory = 27,
+    kTimedOut = 28,
+    kTlsHandshake = 35,
+    kTooManyRedirects = 47,
+    kEmptyReply = 52,
+    kSendFailed = 55,
+    kReceiveFailed = 56,
+    kClientCertificateProblem = 58,
+    kCertificateRejected = 60,
+    kBodyTooLarge = 63,
+    kLoginDenied = 67,
+};
+
+/// \brief The transport code for an error of WinHTTP.
+/// \param error A Windows error number.
+/// \param otherwise The code for an error that has none of its own.
+TransferCode transferCode(unsigned long error, TransferCode otherwise);
+
+} // namespace xferlib

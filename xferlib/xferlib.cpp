@@ -1,0 +1,119 @@
+#include "xferlib/xferlib.h"
+
+#include "text/wide.h"
+#include "xferlib/exchange.h"
+#include "xferlib/transfer_code.h"
+
+#include <shlwapi.h>
+
+namespace xferlib {
+namespace {
+
+constexpr int kDefaultTimeoutSeconds = 15;
+constexpr std::int32_t kHighestPort = 65535;
+
+int milliseconds(std::int32_t seconds) {
+    return static_cast<int>(std::min<long long>(seconds * 1000LL, INT_MAX));
+}
+
+bool isRedirect(std::int32_t status) {
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+/// "host:port" for WinHTTP; empty when the request names no proxy.
+std::wstring proxyAddress(const Request& request) {
+    if (request.proxyHost.empty())
+        return {};
+    const std::wstring host = text::utf8ToUtf16(request.proxyHost);
+    const bool isBareIpv6 = host.find(L':') != host.npos && host.front() != L'[';
+    return (isBareIpv6 ? L"[" + host + L"]" : host) + L":" + std::to_wstring(request.proxyPort);
+}
+
+std::wstring headerLines(const Request& request) {
+    std::string lines;
+    for (const auto& line : request.headers)
+        lines.append(line).append("\r\n");
+    return text::utf8ToUtf16(lines);
+}
+
+/// Where a redirect leads; empty when that cannot be made out.
+std::wstring combine(const std::wstring& base, const std::wstring& location) {
+    constexpr std::size_t kRoomForJoints = 32;
+    std::wstring target(base.size() + location.size() + kRoomForJoints, L'\0');
+    DWORD size = static_cast<DWORD>(target.size());
+    if (FAILED(UrlCombineW(base.c_str(), location.c_str(), target.data(), &size, 0)))
+        return {};
+    target.resize(size);
+    return target;
+}
+
+/// Turns the hop to where the reply sends it.
+TransferCode follow(const HopReply& reply, Hop& hop) {
+    const std::wstring target = combine(hop.url, reply.location);
+    if (target.empty())
+        return kMalformedUrl;
+    if (isSecure(hop.url) && !isSecure(target))
+        return kUnsupportedScheme;
+    hop.url = target;
+    const std::int32_t status = reply.response.status;
+    if (status == 301 || status == 302 || status == 303) {
+        hop.post = false;
+        hop.body = nullptr;
+        hop.headers = nullptr; // they describe the body
+    }
+    return kOk;
+}
+
+Response attempt(const Request& request, const std::wstring& headers, const Deadline& deadline) {
+    Response failed;
+    if (!request.proxyHost.empty() && (request.proxyPort < 1 || request.proxyPort > kHighestPort)) {
+        failed.code = kProxyNotResolved;
+        return failed;
+    }
+    const Session session = openSession(proxyAddress(request));
+    if (!session) {
+        failed.code = transferCode(GetLastError(), kInitFailed);
+        return failed;
+    }
+
+    Hop hop{.url = text::utf8ToUtf16(request.url),
+            .post = request.post,
+            .body = request.post ? &request.body : nullptr,
+            .headers = &headers,
+            .proxyUser = text::utf8ToUtf16(request.proxyUser),
+            .proxyPassword = text::utf8ToUtf16(request.proxyPassword),
+            .connectTimeout = request.connectTimeoutSeconds > 0 ? milliseconds(request.connectTimeoutSeconds)
+                                                                : deadline.remaining()};
+    for (std::int32_t redirects = 0;; ++redirects) {
+        HopReply reply = exchange(session, hop, deadline);
+        if (reply.response.code != kOk || !isRedirect(reply.response.status) || reply.location.empty())
+            return reply.response;
+        reply.response.code = redirects < request.redirectLimit ? follow(reply, hop) : kTooManyRedirects;
+        if (reply.response.code != kOk)
+            return reply.response;
+    }
+}
+
+} // namespace
+
+std::int32_t init() {
+    return WinHttpCheckPlatform() ? kOk : kInitFailed;
+}
+
+Response fetch(const Request& request) {
+    const Deadline deadline(std::chrono::milliseconds(
+        milliseconds(request.timeoutSeconds > 0 ? request.timeoutSeconds : kDefaultTimeoutSeconds)));
+    const std::wstring headers = headerLines(request);
+    Response response;
+    for (std::int32_t attempts = 0; attempts == 0 || attempts < request.attempts; ++attempts) {
+        response = attempt(request, headers, deadline);
+        if (response.code == kOk || deadline.isOver())
+            break;
+    }
+    // With a proxy, its name is the only one that is looked up here.
+    if (response.code == kHostNotResolved && !request.proxyHost.empty())
+        response.code = kProxyNotResolved;
+    return response;
+}
+
+} // namespace xferlib

@@ -1,0 +1,97 @@
+#include "ui/common/stat/app_event_stat.h"
+
+#include "corelog/log_message.h"
+#include "text/escape.h"
+#include "ui/common/stat/endpoints.h"
+#include "win32/process.h"
+#include "xferlib/xferlib.h"
+
+namespace stats {
+namespace {
+
+constexpr char kTag[] = "AppEventStat";
+constexpr std::int32_t kFirstErrorStatus = 400;
+
+xferlib::Response fetch(const xferlib::Request& request) {
+    xferlib::Response response = xferlib::fetch(request);
+    if (response.code == 0 && response.status >= kFirstErrorStatus)
+        response = xferlib::fetch(request);
+    return response;
+}
+
+void logOutcome(const xferlib::Response& response) {
+    CoreLog::LoggerSlot logger;
+    if (CoreLog::createLogger(logger) != 0)
+        return;
+    if (response.code != 0)
+        CoreLog::CLogMsgMultibyte(logger.get(), 7, kTag, __FILE__, __LINE__)
+            << "stats::sendEvent: curl " << response.code;
+    else if (response.status < kFirstErrorStatus)
+        CoreLog::CLogMsgMultibyte(logger.get(), 7, kTag, __FILE__, __LINE__) << "stats::sendEvent: ok";
+    else
+        CoreLog::CLogMsgMultibyte(logger.get(), 3, kTag, __FILE__, __LINE__)
+            << "stats::sendEvent rejected: http " << response.status << " | " << response.body;
+}
+
+} // namespace
+
+void CAppEventStat::sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
+                              const TEvent& event) {
+    std::optional<Post> post;
+    {
+        const std::lock_guard guard(mutex_);
+        settings_ = settings;
+        counter_ = 0;
+        record_.store(application);
+        post = makePost(event, 0);
+    }
+    if (post)
+        send(*post);
+}
+
+void CAppEventStat::sendEvent(const TEvent& event, bool synchronous, std::uint32_t eventNumber) {
+    std::optional<Post> post;
+    {
+        const std::lock_guard guard(mutex_);
+        post = makePost(event, eventNumber);
+    }
+    if (!post)
+        return;
+    if (synchronous)
+        send(*post);
+    else
+        win32::runDetached([post = std::move(*post)] { send(post); });
+}
+
+/// Nothing while the sender is disabled. The caller holds the mutex.
+std::optional<CAppEventStat::Post> CAppEventStat::makePost(const TEvent& event, std::uint32_t eventNumber) {
+    if (!settings_.enabled)
+        return std::nullopt;
+    record_.store(event, eventNumber != 0 ? eventNumber : ++counter_, settings_.isTest);
+    return Post{record_.body(), settings_.proxy};
+}
+
+void CAppEventStat::send(const Post& post) {
+    xferlib::init();
+    logOutcome(fetch({
+        .url = std::string(kStatisticsUrl) + "/AddEventJSONString.php",
+        .body = "data=" + text::percentEncode(post.body),
+        .headers = {"Content-Type: application/x-www-form-urlencoded"},
+        .proxyHost = post.proxy.host,
+        .proxyPort = post.proxy.port,
+        .proxyUser = post.proxy.user,
+        .proxyPassword = post.proxy.password,
+        .attempts = 1,
+        .timeoutSeconds = 15,
+        .connectTimeoutSeconds = 0,
+        .redirectLimit = 10,
+        .post = true,
+    }));
+}
+
+CAppEventStat& appEventStat() {
+    static CAppEventStat instance;
+    return instance;
+}
+
+} // namespace stats

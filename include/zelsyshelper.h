@@ -1,0 +1,134 @@
+/**
+ * \file
+ * zelsyshelper: operating-system services for the applications and installers of the suite.
+ *
+ * Rules for all functions:
+ * - They may be called from any thread. There is nothing to initialise or to shut down.
+ * - Every pointer may be null: a null text counts as empty, a null output is skipped.
+ * - Texts are copied at once; the caller may free them when the function has returned. `const char*` texts
+ *   are UTF-8.
+ * - Nothing is thrown.
+ * - Results fill a whole register: booleans are 0 or 1, unsigned 32-bit numbers are widened by zeros, signed
+ *   ones by their sign. A caller may declare the narrower or the wider type.
+ */
+#ifndef ZELSYSHELPER_H
+#define ZELSYSHELPER_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32) && !defined(ZELSYSHELPER_BUILD)
+#define ZELSYSHELPER_API __declspec(dllimport)
+#else
+#define ZELSYSHELPER_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** \name Usage events
+ *
+ * An event is one JSON object that is posted to the suite's statistics host. Proxy and country are taken from
+ * "common.cfg" in the suite's settings folder, which is read at the first event of the process. While no
+ * country is known, the country-lookup host is asked first. The environment variable SET_TEST_STAT_HOST with
+ * the value "1" marks the event as a test.
+ */
+/**@{*/
+
+/**
+ * Sends a usage event.
+ *
+ * Works on the calling thread and blocks until the exchange is over: up to 15 seconds, twice that when the
+ * host answers with an error and is asked again, and up to 15 seconds more while the country is not known.
+ * Do not call it from a thread that serves a window.
+ *
+ * \return Always 0. Whether the event arrived is told in the log only.
+ */
+ZELSYSHELPER_API uint64_t sendAppEvent(const char* eventName, const char* source, const char* infoType,
+                                       const char* info, const char* appId, const char* version,
+                                       const char* advType, const char* campType, const char* guid,
+                                       const char* buildNumber);
+
+/**
+ * Sends a usage event with the data of the installation: its type, reference and channel.
+ * In all else as sendAppEvent().
+ */
+ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* source, const char* infoType,
+                                           const char* info, const char* appId, const char* version,
+                                           const char* advType, const char* campType, const char* instType,
+                                           const char* instRef, const char* instCh, const char* guid,
+                                           const char* buildNumber);
+
+/**@}*/
+
+/** \name Property files
+ *
+ * A property file is a text file with one key=value per line. Keys are case-sensitive, nothing is trimmed and
+ * nothing is escaped: a key must hold no "=" and no line feed, a value no line feed. Each call reads the
+ * whole file, so that changes by other processes are seen. Paths may be longer than 260 characters with the
+ * prefix
+ * "\\?\".
+ */
+/**@{*/
+
+/** The key is not in the file. */
+#define ZELSYSHELPER_NO_KEY 100000u
+/** The path is empty, or there is no such file. */
+#define ZELSYSHELPER_NO_FILE 100002u
+/** The file cannot be read. */
+#define ZELSYSHELPER_FILE_FAILED 100004u
+/** Result of getIntFromPropertyFile() when the key is not in the file. */
+#define ZELSYSHELPER_NO_INT (-1000)
+
+/**
+ * Reads one value as text.
+ *
+ * \param file     The file's path.
+ * \param key      The key.
+ * \param buffer   Receives the value and a terminating zero. Untouched unless the result is 0.
+ * \param capacity Size of the buffer in characters. It must be larger than the value's length by two at
+ * least: a value that does not leave one spare character is not copied, and this is not reported. Set the
+ * first character to zero before the call to find out. \return 0 (32-bit unsigned) when the key is there,
+ * otherwise ZELSYSHELPER_NO_KEY, ZELSYSHELPER_NO_FILE or ZELSYSHELPER_FILE_FAILED. A stored value that is not
+ * valid UTF-8 reads as empty.
+ */
+ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const char* key, wchar_t* buffer,
+                                                   uint32_t capacity);
+
+/**
+ * Sets one value. The file is made when it is missing, not its folder.
+ *
+ * The file is read again and written whole: keys in ascending order, lines that are no key=value are dropped.
+ * Two calls for one file at the same moment, also from different processes, can lose one of the two changes.
+ * If the file exists but cannot be read, its other keys are lost.
+ *
+ * \param value The value; empty removes the key from the file.
+ * \return 1 when the file could be read before the change, else 0. This does not tell whether the change was
+ *         written: a first call that makes the file returns 0, a failed write on a readable file 1.
+ */
+ZELSYSHELPER_API uint64_t setValueInPropertyFile(const wchar_t* file, const char* key, const wchar_t* value);
+
+/**
+ * Reads one value as a decimal integer: blanks, a sign, digits up to the first other character.
+ *
+ * \return A signed 32-bit number. 0 when the value does not begin with a number, ZELSYSHELPER_NO_INT when the
+ *         key is not there, ZELSYSHELPER_NO_FILE or ZELSYSHELPER_FILE_FAILED when there is nothing to read;
+ *         these cannot be told from stored numbers of the same value.
+ */
+ZELSYSHELPER_API uint64_t getIntFromPropertyFile(const wchar_t* file, const char* key);
+
+/**
+ * Whether the file can be read and holds the key with a value that is not empty.
+ *
+ * \return 1 or 0.
+ */
+ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, const char* key);
+
+/**@}*/
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZELSYSHELPER_H */

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs what building, testing and the demo need, from Debian's own packages. Does nothing when all is there.
+set -euo pipefail
+
+packages=(
+    ca-certificates
+    clang-format
+    cmake
+    file
+    g++
+    g++-mingw-w64-x86-64-posix
+    git
+    googletest
+    ninja-build
+    openssl
+    python3
+    wine64
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$state" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+echo "bootstrap: installing ${missing[*]}"
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "bootstrap: these packages are missing: ${missing[*]}" >&2
+        echo "bootstrap: run this as root, or install sudo, or ask your administrator for them." >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+echo "bootstrap: done"

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "library.h"
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+using Arguments = std::vector<std::wstring>;
+
+/// \brief One command of the program.
+struct Command {
+    const wchar_t* name;
+    const wchar_t* usage; ///< The whole help text of the command.
+    /// Carries the command out with the arguments after its name, and returns the program's exit code.
+    int (*run)(const Library& library, const Arguments& arguments);
+};
+
+extern const Command kEventCommand;
+extern const Command kPropertyCommand;
+
+/// \brief Complains that the arguments of a command do not fit, shows its usage, and returns \ref kUsage.
+int wrongUsage(const Command& command, const std::wstring& problem);
+
+} // namespace host

@@ -1,0 +1,59 @@
+#include "library.h"
+
+namespace host {
+namespace {
+
+std::wstring fullPath(const std::wstring& path) {
+    std::wstring full(32768, L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full;
+}
+
+/// Finds functions one after the other and remembers the first one that is missing.
+class Resolver {
+public:
+    explicit Resolver(HMODULE module) : module_(module) {}
+
+    template <class Function>
+    Resolver& find(Function& function, const char* name) {
+        function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
+        if (function == nullptr && missing_.empty())
+            missing_ = name;
+        return *this;
+    }
+
+    const std::string& missing() const { return missing_; }
+
+private:
+    HMODULE module_;
+    std::string missing_;
+};
+
+} // namespace
+
+std::wstring Library::load(const std::wstring& nameOrPath) {
+    const bool isPath = nameOrPath.find_first_of(L"\\/:") != nameOrPath.npos;
+    // The module stays loaded until this program ends.
+    const HMODULE module =
+        isPath ? LoadLibraryExW(fullPath(nameOrPath).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)
+               : LoadLibraryExW(nameOrPath.c_str(), nullptr,
+                                LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
+    if (module == nullptr)
+        return L"cannot load " + nameOrPath + L" (Windows error " + std::to_wstring(GetLastError()) +
+               L"): put it beside this program, or name it with --dll PATH";
+
+    const std::string missing = Resolver(module)
+                                    .find(sendAppEvent, "sendAppEvent")
+                                    .find(sendAppEventFull, "sendAppEventFull")
+                                    .find(getValueFromPropertyFile, "getValueFromPropertyFile")
+                                    .find(setValueInPropertyFile, "setValueInPropertyFile")
+                                    .find(getIntFromPropertyFile, "getIntFromPropertyFile")
+                                    .find(isValueFromPropertyFileNotEmpty, "isValueFromPropertyFileNotEmpty")
+                                    .missing();
+    if (!missing.empty())
+        return nameOrPath + L" has no function " + std::wstring(missing.begin(), missing.end()) +
+               L": it is older than this program; install the two from one release";
+    return {};
+}
+
+} // namespace host

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "zelsyshelper.h"
+
+#include <string>
+
+#include <windows.h>
+
+namespace host {
+
+/// \brief The DLL, loaded at run time, as an application that installs it beside itself
+/// does.
+class Library {
+public:
+    /// \brief Loads the DLL and finds its functions.
+    /// \param nameOrPath A bare name is looked for beside this program and in the system folder only.
+    /// \return Empty when all is well, otherwise what is wrong and what to do.
+    std::wstring load(const std::wstring& nameOrPath);
+
+    decltype(&::sendAppEvent) sendAppEvent = nullptr;
+    decltype(&::sendAppEventFull) sendAppEventFull = nullptr;
+    decltype(&::getValueFromPropertyFile) getValueFromPropertyFile = nullptr;
+    decltype(&::setValueInPropertyFile) setValueInPropertyFile = nullptr;
+    decltype(&::getIntFromPropertyFile) getIntFromPropertyFile = nullptr;
+    decltype(&::isValueFromPropertyFileNotEmpty) isValueFromPropertyFileNotEmpty = nullptr;
+};
+
+} // namespace host

@@ -1,0 +1,55 @@
+#include "commands.h"
+#include "console.h"
+
+namespace host {
+namespace {
+
+const Command* const kCommands[] = {&kEventCommand, &kPropertyCommand};
+
+void printHelp() {
+    print(L"Usage: zelsyshelper-host [--dll NAME_OR_PATH] COMMAND ...\n"
+          L"\n"
+          L"Calls the functions of zelsyshelper.dll, which is looked for beside this program.\n");
+    for (const Command* command : kCommands)
+        print(std::wstring(command->usage) + L"\n");
+    print(L"Exit codes: 0 done, 1 failed or the answer is no, 2 wrong usage, 3 the DLL cannot be loaded.");
+}
+
+int run(Arguments arguments) {
+    std::wstring dll = L"zelsyshelper.dll";
+    if (arguments.size() >= 2 && arguments[0] == L"--dll") {
+        dll = arguments[1];
+        arguments.erase(arguments.begin(), arguments.begin() + 2);
+    }
+    if (arguments.empty() || arguments[0] == L"--help") {
+        printHelp();
+        return arguments.empty() ? kUsage : kDone;
+    }
+    for (const Command* command : kCommands) {
+        if (arguments[0] != command->name)
+            continue;
+        Library library;
+        if (const std::wstring problem = library.load(dll); !problem.empty()) {
+            complain(problem);
+            return kNoLibrary;
+        }
+        return command->run(library, Arguments(arguments.begin() + 1, arguments.end()));
+    }
+    complain(L"unknown command " + arguments[0] + L"; --help lists the commands");
+    return kUsage;
+}
+
+} // namespace
+
+int wrongUsage(const Command& command, const std::wstring& problem) {
+    complain(problem);
+    complain(std::wstring(L"usage:\n") + command.usage);
+    return kUsage;
+}
+
+} // namespace host
+
+int wmain(int count, wchar_t** arguments) {
+    SetConsoleOutputCP(CP_UTF8);
+    return host::run(host::Arguments(arguments + 1, arguments + count));
+}

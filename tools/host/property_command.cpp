@@ -1,0 +1,104 @@
+#include "commands.h"
+#include "console.h"
+
+#include <iterator>
+
+namespace host {
+namespace {
+
+/// Characters of the largest value that `get` shows.
+constexpr std::uint32_t kLargestValue = 4 * 1024 * 1024;
+
+int explain(std::uint64_t status, const std::wstring& file, const std::wstring& key) {
+    switch (status) {
+    case ZELSYSHELPER_NO_KEY:
+        complain(L"100000: no key \"" + key + L"\" in " + file + L"; keys are case-sensitive");
+        break;
+    case ZELSYSHELPER_NO_FILE:
+        complain(L"100002: no file " + file + L"; check the path, or make the file with \"property set\"");
+        break;
+    default:
+        complain(std::to_wstring(status) + L": cannot read " + file +
+                 L"; check its permissions, and that no other program keeps it to itself");
+    }
+    return kFailed;
+}
+
+int get(const Library& library, const Arguments& arguments) {
+    const std::string key = toUtf8(arguments[1]);
+    std::wstring buffer(kLargestValue, L'\0');
+    const auto status =
+        library.getValueFromPropertyFile(arguments[0].c_str(), key.c_str(), buffer.data(), kLargestValue);
+    if (status != 0)
+        return explain(status, arguments[0], arguments[1]);
+    print(buffer.c_str());
+    return kDone;
+}
+
+int set(const Library& library, const Arguments& arguments) {
+    const std::string key = toUtf8(arguments[1]);
+    library.setValueInPropertyFile(arguments[0].c_str(), key.c_str(), arguments[2].c_str());
+    // The result does not tell whether the value was written, so look.
+    std::wstring buffer(arguments[2].size() + 2, L'\0');
+    const auto status = library.getValueFromPropertyFile(arguments[0].c_str(), key.c_str(), buffer.data(),
+                                                         static_cast<std::uint32_t>(buffer.size()));
+    const bool isRemoved =
+        arguments[2].empty() && (status == ZELSYSHELPER_NO_KEY || status == ZELSYSHELPER_NO_FILE);
+    if (isRemoved || (status == 0 && buffer.c_str() == arguments[2]))
+        return kDone;
+    complain(L"the value did not get into " + arguments[0] +
+             L"; check that its folder is there and the file can be written");
+    return kFailed;
+}
+
+int integer(const Library& library, const Arguments& arguments) {
+    const std::string key = toUtf8(arguments[1]);
+    print(std::to_wstring(
+        static_cast<std::int32_t>(library.getIntFromPropertyFile(arguments[0].c_str(), key.c_str()))));
+    return kDone;
+}
+
+int filled(const Library& library, const Arguments& arguments) {
+    const std::string key = toUtf8(arguments[1]);
+    const bool isFilled = library.isValueFromPropertyFileNotEmpty(arguments[0].c_str(), key.c_str()) != 0;
+    print(isFilled ? L"yes" : L"no");
+    return isFilled ? kDone : kFailed;
+}
+
+struct Action {
+    const wchar_t* name;
+    std::size_t arguments;
+    int (*run)(const Library& library, const Arguments& arguments);
+};
+
+constexpr Action kActions[] = {
+    {L"get", 2, get}, {L"set", 3, set}, {L"int", 2, integer}, {L"filled", 2, filled}};
+
+int run(const Library& library, const Arguments& arguments) {
+    if (arguments.empty())
+        return wrongUsage(kPropertyCommand, L"what is to be done with the property?");
+    for (const Action& action : kActions) {
+        if (arguments[0] != action.name)
+            continue;
+        const Arguments rest(arguments.begin() + 1, arguments.end());
+        if (rest.size() != action.arguments)
+            return wrongUsage(kPropertyCommand, L"property " + arguments[0] + L" wants " +
+                                                    std::to_wstring(action.arguments) + L" arguments");
+        return action.run(library, rest);
+    }
+    return wrongUsage(kPropertyCommand, L"unknown action " + arguments[0]);
+}
+
+} // namespace
+
+const Command kPropertyCommand{
+    L"property",
+    L"property get FILE KEY         Prints a value.\n"
+    L"property set FILE KEY VALUE   Sets a value; an empty one removes the key.\n"
+    L"property int FILE KEY         Prints a value as an integer, -1000 when the key is not there,\n"
+    L"                              100002 when the file is not, 100004 when it cannot be read.\n"
+    L"property filled FILE KEY      Prints yes or no: does the file hold a value that is not empty?",
+    run,
+};
+
+} // namespace host

@@ -1,0 +1,39 @@
+# For sourcing. Runs Windows programs under Wine in a prefix of their own, without a display.
+#
+#   wine_start    makes the prefix that WINEPREFIX names (default: a temporary one) and keeps Wine's server up
+#   wine_stop     ends what runs in that prefix, and removes it when it was a temporary one
+#   $WINE         the loader, to be put before a Windows program
+
+# The loader itself is called, since the wrapper on PATH warns about a missing 32-bit half that nobody needs.
+WINE=$(dpkg -L wine64 | grep 'lib/wine/wine64$')
+export WINE
+export WINEDEBUG=${WINEDEBUG:--all}
+# No debugger: a crash must end the program, not wait for somebody to look at it.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
+# Arguments outside ASCII arrive only where the locale can hold them.
+export LC_ALL=C.UTF-8
+unset DISPLAY
+
+wine_start() {
+    wine_temporary=
+    if [ -z "${WINEPREFIX:-}" ]; then
+        wine_temporary=$(mktemp -d)
+        export WINEPREFIX=$wine_temporary/prefix
+    fi
+    if [ ! -f "$WINEPREFIX/system.reg" ]; then
+        "$WINE" wineboot.exe -i >/dev/null 2>&1
+    fi
+    # Starting Wine's server costs seconds; a sleeping program keeps it up between two others.
+    "$WINE" cmd.exe /c "ping -n 100000 127.0.0.1" >/dev/null 2>&1 &
+}
+
+wine_stop() {
+    "$(dirname "$WINE")/wineserver64" -k >/dev/null 2>&1 || true
+    wait 2>/dev/null || true
+    if [ -n "$wine_temporary" ]; then
+        # The server keeps its socket outside the prefix, in a folder whose name it leaves there.
+        local socket_folder
+        socket_folder=$(cat "$WINEPREFIX/wineserver" 2>/dev/null || true)
+        rm -rf "$wine_temporary" ${socket_folder:+"/tmp/$socket_folder"}
+    fi
+}

@@ -1,0 +1,45 @@
+"""The Wine prefix of this run, seen from outside: where the library keeps its files, and how to run programs."""
+
+import os
+import subprocess
+from pathlib import Path
+
+WINE = os.environ["WINE"]
+ROAMING = next((Path(os.environ["WINEPREFIX"]) / "drive_c/users").glob("*/AppData/Roaming"))
+SETTINGS = ROAMING / "Quenlith"
+COMMON_CONFIG = SETTINGS / "common.cfg"
+LOGS = ROAMING / "logs"
+LOG = LOGS / "Quenlith.log"
+BIN = Path(os.environ.get("ZELSYS_BIN", Path(__file__).parents[2] / "build/bin"))
+
+
+def run(program, *arguments, timeout=60, **options):
+    """Runs a Windows program and returns what `subprocess.run` returns, with its texts."""
+    return subprocess.run([WINE, str(program), *arguments], capture_output=True, encoding="utf-8", timeout=timeout,
+                          stdin=subprocess.DEVNULL, **options)
+
+
+def host(*arguments, **options):
+    """Runs the console host with the built library."""
+    return run(BIN / "zelsyshelper-host.exe", *arguments, **options)
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def trust(authority):
+    """Makes programs that start from now on trust the authority."""
+    run("regedit.exe", "/S", windows_path(authority.registry_file()), check=True)
+
+
+def set_proxy(port, **more):
+    """Leads the library's requests to a proxy on loopback; `more` are further keys of the settings file."""
+    SETTINGS.mkdir(exist_ok=True)
+    keys = {"ProxyType": 1, "ProxyAddress": "127.0.0.1", "ProxyPort": port, **more}
+    COMMON_CONFIG.write_text("".join(f"{key}={value}\n" for key, value in keys.items()))
+
+
+def set_log_level(level):
+    LOGS.mkdir(exist_ok=True)
+    (LOGS / "Quenlith.cfg").write_text(f"Level={level}\n")

@@ -1,0 +1,117 @@
+"""An HTTP server on loopback that stands in for the suite's hosts.
+
+It answers as an origin, and as a proxy: by absolute URL for http, by CONNECT for https, where it plays the
+wanted host itself with a certificate of its own. What arrived is kept as a list of requests.
+"""
+
+import ssl
+import threading
+from dataclasses import dataclass, field
+from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+from urllib.parse import urlsplit
+
+
+@dataclass
+class Request:
+    method: str
+    host: str
+    path: str
+    headers: dict
+    body: bytes
+    tunnelled: bool
+
+
+@dataclass
+class Reply:
+    status: int = 200
+    body: bytes = b""
+    headers: dict = field(default_factory=dict)
+    close_without_answer: bool = False
+
+
+class _Handler(BaseHTTPRequestHandler):
+    protocol_version = "HTTP/1.1"
+    tunnel = None  # the host of a CONNECT, once there was one
+
+    def do_CONNECT(self):
+        if not self._is_signed_in():
+            return
+        self.tunnel = self.path
+        self.send_response(200)
+        self.end_headers()
+        try:
+            self.connection = self.server.tls.wrap_socket(self.connection, server_side=True)
+        except (ssl.SSLError, OSError):
+            self.close_connection = True
+            return
+        self.rfile, self.wfile = self.connection.makefile("rb"), self.connection.makefile("wb", buffering=0)
+        self.close_connection = False
+
+    def do_GET(self):
+        if self.tunnel is None and not self._is_signed_in():
+            return
+        url = urlsplit(self.path)
+        body = self.rfile.read(int(self.headers.get("Content-Length", 0)))
+        request = Request(self.command, url.netloc or self.tunnel or self.headers.get("Host", ""),
+                          url.path + ("?" + url.query if url.query else ""), dict(self.headers), body,
+                          self.tunnel is not None)
+        with self.server.lock:
+            self.server.requests.append(request)
+        reply = self.server.answer(request, self)
+        if reply is None:
+            return  # the answer function has written to the connection by itself
+        if reply.close_without_answer:
+            self.close_connection = True
+            return
+        self.send_response(reply.status)
+        for name, value in {"Content-Length": str(len(reply.body)), **reply.headers}.items():
+            self.send_header(name, value)
+        self.end_headers()
+        self.wfile.write(reply.body)
+
+    do_POST = do_GET
+
+    def _is_signed_in(self):
+        wanted = self.server.proxy_authorization
+        if wanted is None or self.headers.get("Proxy-Authorization") == wanted:
+            return True
+        self.rfile.read(int(self.headers.get("Content-Length", 0)))
+        self.send_response(407)
+        self.send_header("Proxy-Authenticate", 'Basic realm="loopback"')
+        self.send_header("Content-Length", "0")
+        self.end_headers()
+        return False
+
+    def log_message(self, *_):
+        pass
+
+
+class Server(ThreadingHTTPServer):
+    """Runs on a free port of 127.0.0.1 from the start until `close`.
+
+    `answer(request, handler)` returns the reply to a request, or None when it has used the handler's
+    connection by itself. It runs on many threads.
+    """
+
+    daemon_threads = True
+
+    def __init__(self, answer, pem=None, proxy_authorization=None):
+        super().__init__(("127.0.0.1", 0), _Handler)
+        self.answer = answer
+        self.proxy_authorization = proxy_authorization
+        self.requests, self.lock = [], threading.Lock()
+        if pem is not None:
+            self.tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            self.tls.load_cert_chain(pem)
+        threading.Thread(target=self.serve_forever, args=(0.05,), daemon=True).start()
+
+    @property
+    def port(self):
+        return self.server_address[1]
+
+    def handle_error(self, request, client_address):
+        pass  # a client that goes away is nothing to report
+
+    def close(self):
+        self.shutdown()
+        self.server_close()

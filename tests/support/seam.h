@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+
+#include <windows.h>
+
+namespace testing_support {
+
+/// \brief Replaces one function that the product imports, for the whole test program.
+///
+/// Calls go on to the real function until a test sets `fake`. Every call is counted; `restore` sets both
+/// back.
+template <class Name, class Function>
+class Seam;
+
+template <class Name, class Result, class... Arguments>
+class Seam<Name, Result(Arguments...)> {
+public:
+    static inline std::function<Result(Arguments...)> fake;
+    static inline std::atomic<int> calls = 0;
+
+    static Result real(Arguments... arguments) {
+        static const auto function = reinterpret_cast<Result (*)(Arguments...)>(
+            reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(Name::kDll), Name::kName)));
+        return function(arguments...);
+    }
+
+    static Result call(Arguments... arguments) {
+        ++calls;
+        return fake ? fake(arguments...) : real(arguments...);
+    }
+
+    static void restore() {
+        fake = nullptr;
+        calls = 0;
+    }
+};
+
+} // namespace testing_support
+
+#define ZELSYS_SEAM_TYPE(dll, function)                                                                      \
+    struct function##Name {                                                                                  \
+        static constexpr const wchar_t* kDll = dll;                                                          \
+        static constexpr const char* kName = #function;                                                      \
+    };                                                                                                       \
+    using function##Seam = testing_support::Seam<function##Name, decltype(function)>;
+
+/// For functions that their header declares as imported from a DLL.
+#define ZELSYS_SEAM(dll, function)                                                                           \
+    ZELSYS_SEAM_TYPE(dll, function)                                                                          \
+    extern "C" {                                                                                             \
+    decltype(&function) __imp_##function = &function##Seam::call;                                            \
+    }

@@ -1,0 +1,76 @@
+#include "corelog/logger.h"
+#include "support/files.h"
+#include "support/seam.h"
+#include "ui/common/stat/app_data_path.h"
+#include "win32/known_folders.h"
+#include "win32/process.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+ZELSYS_SEAM(L"kernel32.dll", LoadLibraryExA)
+
+namespace {
+
+using stats::applicationDataPath;
+using stats::DataPathKind;
+using win32::KnownFolder;
+
+struct RestoreSeam {
+    ~RestoreSeam() { LoadLibraryExASeam::restore(); }
+};
+
+TEST(AppDataPath, Forms) {
+    const std::wstring roaming = win32::knownFolder(KnownFolder::roamingAppData, {});
+    const std::wstring local = win32::knownFolder(KnownFolder::localAppData, {});
+    ASSERT_FALSE(roaming.empty());
+    RemoveDirectoryW((roaming + L"\\Quenlith\\ZelPixelConverter").c_str());
+    EXPECT_EQ(applicationDataPath(DataPathKind::settings, stats::kWholeSuite), roaming + L"\\Quenlith");
+    EXPECT_EQ(applicationDataPath(DataPathKind::settings, 2), roaming + L"\\Quenlith\\ZelPixelConverter");
+    EXPECT_EQ(GetFileAttributesW((roaming + L"\\Quenlith\\ZelPixelConverter").c_str()),
+              FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(applicationDataPath(DataPathKind::settings, 999), roaming + L"\\Quenlith");
+    EXPECT_EQ(applicationDataPath(DataPathKind::local, 2), local + L"\\Zel Pixel Converter");
+    EXPECT_EQ(applicationDataPath(DataPathKind::logs, stats::kWholeSuite), roaming + L"\\logs");
+    EXPECT_EQ(applicationDataPath(static_cast<DataPathKind>(3), 2), L".");
+}
+
+TEST(AppDataPath, WithoutTheShellItIsTheCurrentDirectoryAndOneLineOfLog) {
+    const RestoreSeam restore;
+    const testing_support::TemporaryFolder folder;
+    SetCurrentDirectoryW((folder / L"").c_str());
+    CoreLog::setSettingsName("PathTest");
+    const auto problem = [&](HMODULE shell, DWORD error) {
+        DeleteFileW((folder / L"PathTest.log").c_str());
+        LoadLibraryExASeam::fake = [=](LPCSTR name, HANDLE file, DWORD flags) {
+            if (std::string(name) != "shell32.dll")
+                return LoadLibraryExASeam::real(name, file, flags);
+            SetLastError(error);
+            return shell;
+        };
+        EXPECT_EQ(applicationDataPath(DataPathKind::settings, 2), L".");
+        // The current directory serves for the log too, since its folder cannot be found either.
+        const std::string log = testing_support::readBytes(folder / L"PathTest.log");
+        EXPECT_EQ(std::ranges::count(log, '\n'), 1);
+        return log.substr(log.find(".cpp:") + 1);
+    };
+    EXPECT_TRUE(problem(nullptr, 126).ends_with(" Couldn't load dllshell32.dll | err =126\n"));
+    EXPECT_TRUE(
+        problem(LoadLibraryW(L"version.dll"), 0).ends_with(" GetProcAddress return null | err =127\n"));
+    EXPECT_GE(LoadLibraryExASeam::calls, 4) << "each time once for the folder and once for the log's folder";
+    SetCurrentDirectoryW(L"C:\\");
+}
+
+TEST(EnvironmentVariable, MissingOrTooLongIsEmpty) {
+    const auto read = [](std::size_t length) {
+        SetEnvironmentVariableW(L"ZELSYS_TEST", std::wstring(length, L'v').c_str());
+        return win32::environmentVariable(L"ZELSYS_TEST").size();
+    };
+    EXPECT_EQ(read(2047), 2047u);
+    EXPECT_EQ(read(2048), 0u);
+    EXPECT_EQ(read(5000), 0u);
+    EXPECT_EQ(win32::environmentVariable(L"ZELSYS_TEST_MISSING"), L"");
+}
+
+} // namespace

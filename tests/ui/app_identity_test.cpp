@@ -1,0 +1,52 @@
+#include "ui/common/stat/app_identity.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+TEST(AppIdentity, FixedRows) {
+    EXPECT_EQ(stats::folderKey(2), "ZelPixelConverter");
+    EXPECT_EQ(stats::displayName(2, false), "Zel Pixel Converter");
+    EXPECT_EQ(stats::displayName(2, true), "Zel Pixel Converter");
+    EXPECT_EQ(stats::shortCode(2), "cvpix");
+    EXPECT_EQ(stats::folderKey(53), "ZelClipGrabber");
+    EXPECT_EQ(stats::displayName(53, true), "");
+    EXPECT_EQ(stats::shortCode(6), "_3");
+    EXPECT_EQ(stats::shortCode(7), "_4");
+    EXPECT_EQ(stats::shortCode(13), "_8");
+    EXPECT_EQ(stats::shortCode(stats::kWholeSuite), "po");
+    for (const stats::ApplicationId unknown : {4u, 69u, 1000u}) {
+        EXPECT_EQ(stats::shortCode(unknown), "unkn");
+        EXPECT_EQ(stats::folderKey(unknown), "");
+        EXPECT_EQ(stats::displayName(unknown, false), "");
+    }
+    EXPECT_EQ(stats::folderKey(stats::kWholeSuite), "");
+    EXPECT_EQ(stats::displayName(0, true), "Zel Video Converter");
+    EXPECT_NE(stats::displayName(0, false), stats::displayName(0, true))
+        << "the edition has a name of its own";
+}
+
+TEST(AppIdentity, ShapeOfTheWholeTable) {
+    std::set<std::string_view> folders, names, codes;
+    for (stats::ApplicationId id = 0; id <= 68; ++id) {
+        const auto folder = stats::folderKey(id), name = stats::displayName(id, true),
+                   code = stats::shortCode(id);
+        std::string joined(name);
+        std::erase(joined, ' ');
+        EXPECT_TRUE(name.empty() || joined == folder) << id;
+        EXPECT_TRUE(folder.empty() || folders.insert(folder).second) << id;
+        EXPECT_TRUE(name.empty() || names.insert(name).second) << id;
+        if (code != "unkn" && code[0] != '_') {
+            EXPECT_TRUE(codes.insert(code).second) << id;
+            EXPECT_TRUE(code.size() >= 4 && code.size() <= 9 && std::ranges::all_of(code, islower)) << id;
+        }
+    }
+    EXPECT_EQ(folders.size(), 30u);
+    EXPECT_EQ(names.size(), 29u);
+    EXPECT_EQ(codes.size(), 25u);
+}
+
+} // namespace

@@ -1,0 +1,40 @@
+#include "ui/common/stat/event_record.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(EventRecord, EveryFieldHasItsPlace) {
+    stats::CEventRecord record;
+    record.store({.applicationId = "2",
+                  .version = "V",
+                  .advType = "AT",
+                  .campType = "CT",
+                  .instType = "IT",
+                  .instRef = "IR",
+                  .instCh = "IC",
+                  .guid = "G",
+                  .buildNumber = "B",
+                  .country = "DE"});
+    record.store({"ET", "S", "NT", "N"}, 7, true);
+    EXPECT_EQ(
+        record.body(),
+        R"({"guid":"G","country_id":"DE","pid":"","adv_type":"AT","camp_type":"CT","appid":"2","ver":"V",)"
+        R"("event_type":"ET","event_number":"7","src":"S","info_type":"NT","info":"N","inst_type":"IT",)"
+        R"("inst_ch":"IC","inst_ref":"IR","test":"1","tc_build_num":"B","product_name":"","id_zel_keys":""})");
+}
+
+TEST(EventRecord, EmptyFieldsAfterAnAmpersandCutNothingAndNothingIsLeftOfTheLastCall) {
+    stats::CEventRecord record;
+    record.store({.instType = "old", .guid = "old"});
+    record.store({.applicationId = "a&b={GUID}\"\\\n"});
+    record.store({"x&y", {}, {}, {}}, 4294967295u, false);
+    EXPECT_EQ(
+        record.body(),
+        R"({"guid":"","country_id":"","pid":"","adv_type":"","camp_type":"",)"
+        R"("appid":"a\u0026b={GUID}\"\\\n","ver":"","event_type":"x\u0026y","event_number":"4294967295",)"
+        R"("src":"","info_type":"","info":"","inst_type":"","inst_ch":"","inst_ref":"","test":"0",)"
+        R"("tc_build_num":"","product_name":"","id_zel_keys":""})");
+}
+
+} // namespace

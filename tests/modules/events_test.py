@@ -1,0 +1,148 @@
+"""Events from the built library to a statistics host on loopback, through a real proxy, over TLS."""
+
+import json
+import os
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+from urllib.parse import parse_qs
+
+sys.path.insert(0, str(Path(__file__).parents[2] / "tools/loopback"))
+import prefix  # noqa: E402
+from certificates import Authority  # noqa: E402
+from server import Reply, Server  # noqa: E402
+
+FIELDS = ("guid country_id pid adv_type camp_type appid ver event_type event_number src info_type info inst_type "
+          "inst_ch inst_ref test tc_build_num product_name id_zel_keys").split()
+
+
+class Events(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.folder.cleanup)
+        authority = Authority(cls.folder.name)
+        cls.pem = authority.issue("statistics.quenlith.example", "country.quenlith.example")
+        prefix.trust(authority)
+        prefix.set_log_level(7)
+
+    def setUp(self):
+        self.statuses = []  # of the next replies of the statistics host; 200 when there are no more
+        self.country = Reply(body=b"DE")
+        self.server = Server(self.answer, self.pem)
+        self.addCleanup(self.server.close)
+        prefix.set_proxy(self.server.port)
+        prefix.LOG.unlink(missing_ok=True)
+
+    def answer(self, request, _handler):
+        if request.host.startswith("country."):
+            return self.country
+        return Reply(self.statuses.pop(0) if self.statuses else 200, b"the\nreply")
+
+    def send(self, *arguments, **options):
+        self.assertEqual(prefix.host("event", *arguments, **options).returncode, 0)
+
+    def records(self):
+        """The JSON records that arrived, each checked for the request's form."""
+        records = []
+        for request in self.server.requests:
+            if request.host.startswith("country."):
+                self.assertEqual((request.method, request.path, request.body), ("POST", "/?instType=country", b""))
+                continue
+            self.assertEqual((request.method, request.path), ("POST", "/AddEventJSONString.php"))
+            self.assertEqual(request.headers["Content-Type"], "application/x-www-form-urlencoded")
+            self.assertTrue(request.tunnelled)
+            form = parse_qs(request.body.decode("ascii"), strict_parsing=True)
+            records.append(json.loads(form.pop("data")[0]))
+            self.assertEqual((form, list(records[-1])), ({}, FIELDS))
+        return records
+
+    def log(self):
+        """The lines of the log as (level, tag, text)."""
+        lines = prefix.LOG.read_text(encoding="utf-8").splitlines()
+        return [(int(parts[3]), parts[4], parts[6]) for parts in (line.split(" ", 6) for line in lines)]
+
+    def test_values_arrive_as_given_and_are_logged(self):
+        info = 'C:\\Media "A&B" 50% + größer 音楽\n'
+        self.send("--name", "install_done", "--source", "s", "--info-type", "t", "--info", info, "--app-id", "02",
+                  "--version", "4.1", "--adv-type", "a", "--camp-type", "c", "--inst-type", "it", "--inst-ref", "ir",
+                  "--inst-channel", "ic", "--guid", "g", "--build", "b", env=os.environ | {"SET_TEST_STAT_HOST": "1"})
+        self.assertEqual(self.records(), [dict(zip(FIELDS, (
+            "g", "DE", "", "a", "c", "02", "4.1", "install_done", "1", "s", "t", info, "it", "ic", "ir", "1", "b", "",
+            "")))])
+        arguments = ("Event Name: install_done Src: s Info: " + info.replace("\n", "\\n") + " App Id: 02 Version: 4.1 "
+                     "Adv Type: a Camp Type: c Inst Type: it Inst Ref: ir Inst Ch: ic Guid: g TC build num: b")
+        self.assertEqual(self.log(), [(6, "sendAppEventFull", arguments), (7, "AppEventStat", "stats::sendEvent: ok"),
+                                      (6, "sendAppEventFull", "<--sendAppEventFull")])
+
+    def test_retry_is_for_error_statuses_only(self):
+        rejected = (3, "AppEventStat", "stats::sendEvent rejected: http 503 | the\\nreply")
+        ok = (7, "AppEventStat", "stats::sendEvent: ok")
+        for statuses, posts, line in (([500, 503], 2, rejected), ([400, 200], 2, ok), ([399], 1, ok)):
+            with self.subTest(statuses):
+                self.setUp()
+                self.statuses = list(statuses)
+                self.send("--name", "n", env=os.environ | {"SET_TEST_STAT_HOST": "1 "})
+                records = self.records()
+                self.assertEqual(len(records), posts)
+                self.assertEqual((records[0], records[0]["test"]), (records[-1], "0"))
+                self.assertEqual(self.log()[1:], [line])
+
+    def test_transport_failure_is_told_by_its_number_only(self):
+        self.server.close()
+        prefix.set_proxy(self.server.port, ProxyUser="user", ProxyPw="s3cret-pw")
+        self.send("--name", "n")
+        self.assertEqual(self.log()[1:], [(7, "AppEventStat", "stats::sendEvent: curl 7")])
+        self.assertNotIn("s3cret-pw", prefix.LOG.read_text())
+
+    def test_location_is_asked_for_until_it_is_known(self):
+        for reply, asked in ((Reply(body=b"FR"), 1), (Reply(), 40)):
+            with self.subTest(reply.body):
+                self.setUp()
+                self.country = reply
+                prefix.set_proxy(self.server.port, Location="") if asked > 1 else None
+                self.four_threads()
+                lookups = sum(r.host.startswith("country.") for r in self.server.requests)
+                # Threads that start together may all ask before the first reply is there.
+                self.assertTrue(asked <= lookups <= max(asked, 4), lookups)
+                self.assertEqual(prefix.COMMON_CONFIG.read_text().count("FR"), 0, "kept in memory only")
+        prefix.set_proxy(self.server.port, Location="AT")
+        self.server.requests.clear()
+        self.send("--name", "n")
+        self.assertEqual([r["country_id"] for r in self.records()], ["AT"])
+        self.assertEqual(len(self.server.requests), 1)
+
+    def four_threads(self):
+        result = prefix.run(prefix.BIN / "exports_test.exe", "--gtest_filter=Events.FourThreads")
+        self.assertEqual(result.returncode, 0, result.stdout)
+
+    def test_threads_never_mix_their_fields(self):
+        self.four_threads()
+        records = self.records()
+        self.assertEqual(len(records), 40)
+        for record in records:
+            name = record["event_type"]
+            installation = name if int(name) % 2 else ""
+            for field in FIELDS:
+                expected = {"country_id": "DE", "test": "0", "event_number": "1", "pid": "", "product_name": "",
+                            "id_zel_keys": ""}.get(field, installation if field.startswith("inst_") else name)
+                self.assertEqual(record[field], expected, field)
+
+    def test_without_arguments_and_without_a_log(self):
+        prefix.LOG.mkdir()  # a log file that cannot be opened
+        self.addCleanup(prefix.LOG.rmdir)
+        result = prefix.run(prefix.BIN / "exports_test.exe", "--gtest_filter=Events.Nulls")
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertEqual([{k: v for k, v in record.items() if v} for record in self.records()],
+                         [{"country_id": "DE", "event_number": "1", "test": "0"}])
+
+    def test_proxy_type_zero_means_no_proxy(self):
+        prefix.set_proxy(self.server.port, ProxyType=0, Location="DE")
+        self.send("--name", "n")
+        self.assertEqual(self.log()[1:], [(7, "AppEventStat", "stats::sendEvent: curl 6")])
+        self.assertEqual(self.server.requests, [])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

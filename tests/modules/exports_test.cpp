@@ -1,0 +1,140 @@
+#include "zelsyshelper.h"
+
+#include "support/files.h"
+
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing_support::readBytes;
+using testing_support::writeBytes;
+
+const HMODULE kLibrary = LoadLibraryW(L"zelsyshelper.dll");
+
+/// An export as a caller declares it that knows nothing of the header: `Result` may be narrower than the
+/// header's.
+template <class Function>
+Function* find(const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(kLibrary, name)));
+}
+
+const auto getValue = find<decltype(getValueFromPropertyFile)>("getValueFromPropertyFile");
+const auto setValue = find<decltype(setValueInPropertyFile)>("setValueInPropertyFile");
+const auto getInt = find<decltype(getIntFromPropertyFile)>("getIntFromPropertyFile");
+const auto isFilled = find<decltype(isValueFromPropertyFileNotEmpty)>("isValueFromPropertyFileNotEmpty");
+const auto sendEvent = find<decltype(sendAppEvent)>("sendAppEvent");
+const auto sendEventFull = find<decltype(sendAppEventFull)>("sendAppEventFull");
+
+class PropertyExports : public testing::Test {
+protected:
+    testing_support::TemporaryFolder folder;
+    const std::wstring path = folder / L"test.cfg";
+    const wchar_t* const file = path.c_str();
+};
+
+TEST_F(PropertyExports, BufferWantsOneSpareCharacter) {
+    writeBytes(path, "four=1234\nfive=12345\nempty=\nbad=\xFF\nword=\xC3\xA9\xF0\x9F\x98\x80\n");
+    const auto read = [&](const char* key, std::uint32_t capacity) {
+        std::wstring buffer(16, L'#');
+        const auto status = getValue(file, key, buffer.data(), capacity);
+        return std::to_wstring(status) + L" " +
+               buffer.substr(0, buffer.find_first_of(std::wstring(L"\0#", 2)));
+    };
+    EXPECT_EQ(read("four", 6), L"0 1234");
+    EXPECT_EQ(read("five", 6), L"0 ");
+    EXPECT_EQ(read("four", 0), L"0 ");
+    EXPECT_EQ(read("bad", 16), L"0 ");
+    EXPECT_EQ(read("word", 16), L"0 \u00E9\U0001F600");
+    EXPECT_EQ(read("absent", 16), L"100000 ");
+    wchar_t buffer[2] = {L'#', L'#'};
+    EXPECT_EQ(getValue(file, "empty", buffer, 1), 0u);
+    EXPECT_EQ(buffer[0], L'#');
+    EXPECT_EQ(getValue(file, "empty", buffer, 2), 0u);
+    EXPECT_EQ(buffer[0], L'\0');
+    EXPECT_EQ(getValue((path + L"x").c_str(), "a", buffer, 2), 100002u);
+}
+
+TEST_F(PropertyExports, Integers) {
+    writeBytes(path, "text=abc\npart=12abc\nnegative= -7\nplus=+9\nempty=\nstored=-1000\n");
+    const struct {
+        const char* key;
+        std::int32_t value;
+    } cases[] = {{"text", 0}, {"part", 12}, {"negative", -7}, {"plus", 9}, {"empty", 0}, {"absent", -1000}};
+    for (const auto& c : cases)
+        EXPECT_EQ(static_cast<std::int64_t>(getInt(file, c.key)), c.value) << c.key;
+    EXPECT_EQ(find<std::int32_t(const wchar_t*, const char*)>("getIntFromPropertyFile")(file, "negative"),
+              -7);
+    EXPECT_EQ(getInt((path + L"x").c_str(), "text"), 100002u);
+}
+
+TEST_F(PropertyExports, SetMakesChangesAndRemoves) {
+    EXPECT_EQ(setValue(file, "k", L"gr\u00FC\xD83D\xDE00\xD83D"), 0u) << "there was no file to read";
+    EXPECT_EQ(readBytes(path), "k=gr\xC3\xBC\xF0\x9F\x98\x80\n");
+    EXPECT_EQ(isFilled(file, "k"), 1u);
+    EXPECT_EQ(setValue(file, "k", L""), 1u);
+    EXPECT_EQ(readBytes(path), "");
+    EXPECT_EQ(isFilled(file, "k"), 0u);
+    const std::wstring large(1 << 20, L'x');
+    EXPECT_EQ(setValue(file, "large", large.c_str()), 1u);
+    EXPECT_EQ(setValue(file, "lines", L"1\nlarge=2"), 1u);
+    EXPECT_EQ(readBytes(path).size(), large.size() + std::string("large=\nlines=1\nlarge=2\n").size());
+    EXPECT_EQ(isFilled(file, "large"), 1u) << "a line feed in a value loses no other key";
+    EXPECT_EQ(setValue((path + L"\\no\\folder").c_str(), "k", L"v"), 0u);
+}
+
+TEST_F(PropertyExports, Nulls) {
+    wchar_t buffer[4];
+    EXPECT_EQ(getValue(nullptr, nullptr, buffer, 4), 100002u);
+    EXPECT_EQ(setValue(nullptr, nullptr, nullptr), 0u);
+    EXPECT_EQ(getInt(nullptr, nullptr), 100002u);
+    EXPECT_EQ(isFilled(nullptr, nullptr), 0u);
+    EXPECT_EQ(setValue(file, nullptr, L"v"), 0u);
+    EXPECT_EQ(readBytes(path), "=v\n");
+    EXPECT_EQ(getValue(file, nullptr, nullptr, 100), 0u) << "a null buffer is skipped";
+    EXPECT_EQ(isFilled(file, nullptr), 1u);
+}
+
+TEST_F(PropertyExports, TwoProcessesSetDifferentKeys) {
+    // The second process is the console host; each waits for the other, since saves that overlap may lose.
+    wchar_t host[MAX_PATH];
+    GetModuleFileNameW(nullptr, host, MAX_PATH);
+    wcscpy(wcsrchr(host, L'\\'), L"\\zelsyshelper-host.exe");
+    for (const char number : {'0', '1', '2'}) {
+        const std::string mine = std::string("mine") + number, theirs = std::string("theirs") + number;
+        EXPECT_EQ(_wspawnl(_P_WAIT, host, host, L"property", L"set", file,
+                           std::wstring(theirs.begin(), theirs.end()).c_str(), L"x", nullptr),
+                  0);
+        setValue(file, mine.c_str(), L"y");
+    }
+    EXPECT_EQ(readBytes(path), "mine0=y\nmine1=y\nmine2=y\ntheirs0=x\ntheirs1=x\ntheirs2=x\n");
+}
+
+// The script of the event tests runs these two beside its statistics host, and looks at what arrives.
+
+TEST(Events, Nulls) {
+    EXPECT_EQ(
+        sendEvent(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+        0u);
+}
+
+TEST(Events, FourThreads) {
+    std::vector<std::thread> threads;
+    for (const char* name : {"0", "1", "2", "3"})
+        threads.emplace_back([name] {
+            const bool isFull = name[0] % 2 != 0;
+            for (int i = 0; i < 10; ++i) {
+                std::string text = name; // freed right after the call
+                const char* t = text.c_str();
+                EXPECT_EQ(isFull ? sendEventFull(t, t, t, t, t, t, t, t, t, t, t, t, t)
+                                 : sendEvent(t, t, t, t, t, t, t, t, t, t),
+                          0u);
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+}
+
+} // namespace

@@ -10,12 +10,7 @@
 
 ZELSYS_SEAM(L"kernel32.dll", WriteFile)
 ZELSYS_SEAM(L"msvcrt.dll", _wfopen_s)
-ZELSYS_SEAM(L"msvcrt.dll", fread)
-
-// The header does not declare this one as imported, so the product refers to the function itself.
-extern "C" size_t fread(void* out, size_t size, size_t count, FILE* stream) {
-    return freadSeam::call(out, size, count, stream);
-}
+ZELSYS_SEAM_PLAIN(L"msvcrt.dll", fread)
 
 namespace {
 

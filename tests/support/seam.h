@@ -31,6 +31,17 @@ public:
         return fake ? fake(arguments...) : real(arguments...);
     }
 
+    /// Lets every call fail with this error, and a result of zero.
+    static void failWith(DWORD error) {
+        calls = 0;
+        fake = [error](Arguments...) {
+            SetLastError(error);
+            return Result();
+        };
+    }
+
+    static int count() { return calls; }
+
     static void restore() {
         fake = nullptr;
         calls = 0;
@@ -45,6 +56,14 @@ public:
         static constexpr const char* kName = #function;                                                      \
     };                                                                                                       \
     using function##Seam = testing_support::Seam<function##Name, decltype(function)>;
+
+/// For functions that their header does not declare as imported: the product refers to the function itself.
+#define ZELSYS_SEAM_PLAIN(dll, function)                                                                     \
+    ZELSYS_SEAM_TYPE(dll, function)                                                                          \
+    extern "C" {                                                                                             \
+    decltype(&function) function##Target = &function##Seam::call;                                            \
+    }                                                                                                        \
+    asm(".text\n.globl " #function "\n" #function ": jmp *" #function "Target(%rip)\n");
 
 /// For functions that their header declares as imported from a DLL.
 #define ZELSYS_SEAM(dll, function)                                                                           \

@@ -11,12 +11,7 @@
 
 #include <winhttp.h>
 
-ZELSYS_SEAM_TYPE(L"winhttp.dll", WinHttpSendRequest)
-// Its header does not declare this one as imported, so the product refers to the function itself.
-extern "C" BOOL WINAPI WinHttpSendRequest(HINTERNET request, LPCWSTR headers, DWORD headersLength,
-                                          LPVOID body, DWORD length, DWORD total, DWORD_PTR context) {
-    return WinHttpSendRequestSeam::call(request, headers, headersLength, body, length, total, context);
-}
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpSendRequest)
 
 namespace {
 

@@ -1,4 +1,4 @@
-"""Runs the transfer library's test program beside the servers that it talks to."""
+"""Runs a test program beside the servers that it talks to."""
 
 import base64
 import os
@@ -14,7 +14,6 @@ import prefix  # noqa: E402
 from certificates import Authority  # noqa: E402
 from server import Reply, Server  # noqa: E402
 
-LARGEST_BODY = 1024 * 1024
 flaky_requests = 0
 
 
@@ -27,6 +26,10 @@ def write_slowly(handler, pieces):
     except OSError:
         pass
     handler.close_connection = True
+
+
+def pattern(length):
+    return (bytes(range(251)) * (length // 251 + 1))[:length]
 
 
 def answer(request, handler):
@@ -42,6 +45,19 @@ def answer(request, handler):
         return Reply(int(status), headers={"Location": unquote(target)})
     if what == "size":
         return Reply(body=b"x" * int(argument))
+    if what == "file":  # /file/LENGTH/NAME
+        return Reply(body=pattern(int(argument.split("/")[0])))
+    if what == "nolength":
+        handler.close_connection = True
+        handler.wfile.write(b"HTTP/1.1 203 OK\r\n\r\nbody")
+        return None
+    if what == "late":
+        time.sleep(1)
+    if what == "headers":
+        handler.wfile.write(b"HTTP/1.1 302 Found\r\nContent-Length: 2\r\nSet-Cookie: a=1\r\nLocation: /x\r\n"
+                            b"Content-Type: text/x\r\nSet-Cookie: b=2\r\nContent-Encoding: none\r\n"
+                            + (b"X-Long: " + b"l" * 1000 + b"\r\n") * 70 + b"\r\nok")
+        return None
     if what == "flaky":
         flaky_requests += 1
         return Reply(close_without_answer=flaky_requests == 1)

@@ -1,0 +1,71 @@
+#include "thread/base_thread.h"
+
+#include <process.h>
+
+namespace thread {
+namespace {
+
+win32::KernelHandle makeEvent() {
+    win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    ResetEvent(event.get());
+    return event;
+}
+
+} // namespace
+
+BaseThread::BaseThread(std::uint32_t id) : id_(id), started_(makeEvent()), finished_(makeEvent()) {
+}
+
+BaseThread::~BaseThread() {
+    thread_.reset();
+    finished_.reset();
+    started_.reset();
+}
+
+std::uint32_t BaseThread::Start() {
+    if (function_ == nullptr)
+        return ERROR_INVALID_PARAMETER;
+    DWORD exitCode = 0;
+    if (thread_ && GetExitCodeThread(thread_.get(), &exitCode) && exitCode == STILL_ACTIVE)
+        return ERROR_BUSY;
+    thread_.reset();
+    ResetEvent(started_.get());
+    ResetEvent(finished_.get());
+
+    unsigned threadId = 0;
+    thread_.reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, entry, this, 0, &threadId)));
+    if (!thread_)
+        return ERROR_BAD_ENVIRONMENT; // callers know "no thread" by this number, whatever the cause
+    WaitForSingleObject(started_.get(), INFINITE);
+    return 0;
+}
+
+bool BaseThread::wait(std::uint32_t time) const {
+    return !thread_ || GetThreadId(thread_.get()) == GetCurrentThreadId() ||
+           WaitForSingleObject(thread_.get(), time) == WAIT_OBJECT_0;
+}
+
+bool BaseThread::isFinished() const {
+    return WaitForSingleObject(finished_.get(), 0) == WAIT_OBJECT_0;
+}
+
+unsigned __stdcall BaseThread::entry(void* launcher) {
+    if (launcher == nullptr)
+        return 0;
+    // An application that frees the library while this runs must not pull the code away from under it.
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&entry),
+                       &module);
+
+    auto& self = *static_cast<BaseThread*>(launcher);
+    SetEvent(self.started_.get());
+    if (self.function_ != nullptr)
+        self.function_->Run(self.id_);
+    SetEvent(self.finished_.get());
+
+    if (module != nullptr)
+        FreeLibraryAndExitThread(module, 0);
+    return 0;
+}
+
+} // namespace thread

@@ -62,6 +62,97 @@ ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* so
 
 /**@}*/
 
+/** \name Background download
+ *
+ * One file at a time is downloaded on a thread of the library while the caller polls. All of these functions
+ * exclude each other: a query waits while another thread is in startDownloadFile() or stopDownloadFile().
+ * Queries return 0 (32-bit unsigned), or ZELSYSHELPER_NO_DOWNLOAD before the first start and after a stop; they
+ * write nothing then. After a download has ended it can be queried until the next start or stop.
+ */
+/**@{*/
+
+/** There is no download to ask about. */
+#define ZELSYSHELPER_NO_DOWNLOAD 1805u
+
+/** \name Error stages of getDownloadFileErrors()
+ * Besides these, numbers from 14102 to 14122 tell at which step of the HTTP exchange it failed; 14120 to 14122
+ * mean that the body ended before its announced length.
+ */
+/**@{*/
+#define ZELSYSHELPER_STAGE_RUNNING 10u   /**< Start refused: a download is running. */
+#define ZELSYSHELPER_STAGE_NO_URL 20u    /**< Start refused: the URL is null. */
+#define ZELSYSHELPER_STAGE_READY 40u     /**< The worker's event is missing or could not be reset. */
+#define ZELSYSHELPER_STAGE_THREAD 50u    /**< The worker could not be started (87, 170, 10), or lacked memory (8). */
+#define ZELSYSHELPER_STAGE_NO_LENGTH 60u /**< The server does not tell a length: such files are not downloaded. */
+#define ZELSYSHELPER_STAGE_FILE 70u      /**< The file could not be made; the error is Windows' own. */
+/**@}*/
+
+/**
+ * Starts a download and returns once its thread is running.
+ *
+ * The server is first asked for the file's length, then the file is fetched. It is written in place, under the
+ * part of the URL behind the last "/" as it stands: percent signs are not decoded, a query is not cut off,
+ * backslashes lead to other folders. Check URLs that come from outside. What is there under that name is
+ * overwritten; a download that fails leaves the part that came.
+ *
+ * \param proxyHost,proxyPort The proxy; none when the host is empty and the port 0.
+ * \param proxyUser,proxyPassword The proxy's credentials; the user empty for none.
+ * \param url          An http or https URL. A port in it is ignored: https goes to 443, http to 80.
+ * \param targetFolder The folder, which is made when missing; empty for the suite's settings folder.
+ * \return 0, or the Windows error number with which the thread could not be started. A refusal also returns 0:
+ *         getDownloadFileErrors() then tells stage ZELSYSHELPER_STAGE_RUNNING or ZELSYSHELPER_STAGE_NO_URL.
+ */
+ZELSYSHELPER_API uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort,
+                                            const wchar_t* proxyUser, const wchar_t* proxyPassword,
+                                            const wchar_t* url, const wchar_t* targetFolder);
+
+/**
+ * Cancels the download and forgets it; without one it does nothing. Blocks until the download's thread is gone,
+ * normally for milliseconds, for up to 30 seconds when the disk does not answer.
+ */
+ZELSYSHELPER_API void stopDownloadFile(void);
+
+/**
+ * How much of the body is done.
+ *
+ * \param percent Receives 0 before anything came, 100 after the end, whatever the outcome.
+ */
+ZELSYSHELPER_API uint64_t getDownloadFileProgress(uint32_t* percent);
+
+/**
+ * How long the download runs, or has run until its end.
+ *
+ * \param seconds Receives whole seconds.
+ */
+ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
+
+/**
+ * What went wrong. All three are final once the download is completed.
+ *
+ * \param errorCode  Receives a Windows error number; 0 is possible together with a stage that is not 0.
+ * \param errorStage Receives the step that failed, 0 for none.
+ * \param httpStatus Receives the reply's status. It is not judged: an error page with a length is downloaded
+ *                   like any file, so look at it.
+ */
+ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage,
+                                                uint32_t* httpStatus);
+
+/**
+ * Whether the download has ended, well or not.
+ *
+ * \param completed Receives 1 or 0, one byte.
+ */
+ZELSYSHELPER_API uint64_t isDownloadFileCompleted(uint8_t* completed);
+
+/**
+ * Whether the download is running.
+ *
+ * \param started Receives 1 or 0, one byte.
+ */
+ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
+
+/**@}*/
+
 /** \name Property files
  *
  * A property file is a text file with one key=value per line. Keys are case-sensitive, nothing is trimmed and

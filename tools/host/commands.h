@@ -17,6 +17,7 @@ struct Command {
     int (*run)(const Library& library, const Arguments& arguments);
 };
 
+extern const Command kDownloadCommand;
 extern const Command kEventCommand;
 extern const Command kPropertyCommand;
 

@@ -26,6 +26,10 @@ std::string toUtf8(std::wstring_view wide) {
     return narrow;
 }
 
+void printPart(std::wstring_view text) {
+    write(stdout, toUtf8(text));
+}
+
 void print(std::wstring_view line) {
     write(stdout, toUtf8(line) + "\n");
 }

@@ -16,6 +16,9 @@ enum ExitCode : int {
 /// \brief UTF-8 of a wide text of this system; what does not convert becomes the replacement character.
 std::string toUtf8(std::wstring_view wide);
 
+/// \brief Prints text to standard output, as UTF-8.
+void printPart(std::wstring_view text);
+
 /// \brief Prints one line to standard output, as UTF-8.
 void print(std::wstring_view line);
 

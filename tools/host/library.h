@@ -19,6 +19,12 @@ public:
 
     decltype(&::sendAppEvent) sendAppEvent = nullptr;
     decltype(&::sendAppEventFull) sendAppEventFull = nullptr;
+    decltype(&::startDownloadFile) startDownloadFile = nullptr;
+    decltype(&::stopDownloadFile) stopDownloadFile = nullptr;
+    decltype(&::getDownloadFileProgress) getDownloadFileProgress = nullptr;
+    decltype(&::getDownloadElapsedTimeInSeconds) getDownloadElapsedTimeInSeconds = nullptr;
+    decltype(&::getDownloadFileErrors) getDownloadFileErrors = nullptr;
+    decltype(&::isDownloadFileCompleted) isDownloadFileCompleted = nullptr;
     decltype(&::getValueFromPropertyFile) getValueFromPropertyFile = nullptr;
     decltype(&::setValueInPropertyFile) setValueInPropertyFile = nullptr;
     decltype(&::getIntFromPropertyFile) getIntFromPropertyFile = nullptr;

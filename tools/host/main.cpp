@@ -4,7 +4,7 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kEventCommand, &kPropertyCommand};
+const Command* const kCommands[] = {&kEventCommand, &kDownloadCommand, &kPropertyCommand};
 
 void printHelp() {
     print(L"Usage: zelsyshelper-host [--dll NAME_OR_PATH] COMMAND ...\n"

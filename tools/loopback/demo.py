@@ -1,6 +1,8 @@
-"""Shows the library at work: property files, and an event on its way to a statistics host on loopback."""
+"""Shows the library at work: property files, an event to a statistics host, and a download, all on loopback."""
 
+import hashlib
 import json
+import os
 import tempfile
 from pathlib import Path
 from urllib.parse import parse_qs
@@ -50,10 +52,24 @@ def event(folder):
     print("The library's log:\n" + prefix.LOG.read_text(encoding="utf-8"), end="")
 
 
+def download(folder):
+    print("\n== A download in the background ==")
+    content = os.urandom(40_000_000)
+    server = Server(lambda request, handler: Reply(body=content))
+    show("download", "http://files.example/setup.bin", "--folder", prefix.windows_path(folder / "downloads"),
+         "--proxy", f"127.0.0.1:{server.port}")
+    server.close()
+    hashes = [hashlib.sha256(data).hexdigest() for data in (content, (folder / "downloads/setup.bin").read_bytes())]
+    print(f"SHA-256 at the server {hashes[0]}\nSHA-256 of the file   {hashes[1]}")
+    if hashes[0] != hashes[1]:
+        raise SystemExit("the file differs")
+
+
 def main():
     with tempfile.TemporaryDirectory() as folder:
         property_files(Path(folder))
         event(Path(folder))
+        download(Path(folder))
 
 
 main()

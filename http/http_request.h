@@ -1,0 +1,146 @@
+#pragma once
+
+#include "http/http_types.h"
+#include "io/streams.h"
+#include "sys/safe_data_holder.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace http {
+
+/// \brief Performs HTTP(S) exchanges over WinHTTP, one after the other, on the thread that calls `Execute`.
+///
+/// While an exchange runs, other threads may read everything that the getters give, and cancel it.
+class CHttpRequest {
+public:
+    /// The last error of an exchange. Unlike the result, it also tells of a body that ended too early.
+    struct _TDownloadError {
+        std::uint32_t error = 0;
+        std::uint32_t stage = 0;
+        bool failed = false; ///< Set for stages 14102, 14103, 14115, 14118 and 14119 only.
+    };
+
+    struct _TRequestData {
+        std::wstring headers; ///< Lines divided by CR LF.
+    };
+
+    struct _TResponseData {
+        std::wstring contentType;
+        std::wstring contentEncoding;
+        std::wstring location;
+        std::wstring cookies;                      ///< All Set-Cookie headers, divided by CR LF.
+        std::uint32_t statusCode = HTTP_STATUS_OK; ///< Stays so when the reply tells none.
+        /// The Content-Length, to which each received byte is added.
+        std::int64_t length = 0;
+    };
+
+    struct TProgress {
+        std::int64_t inputSize = 0;
+        std::int64_t expectedLength = 0;
+        std::int64_t uploaded = 0;
+        std::int64_t downloaded = 0;
+    };
+
+    /// Milliseconds.
+    struct TTimeouts {
+        int resolve = 120000;
+        int connect = 120000;
+        int send = 120000;
+        int receive = 120000;
+    };
+
+    CHttpRequest();
+
+    /// \brief Makes one exchange and returns when it is over. Never called by two threads at once.
+    ///
+    /// A port in the URL is ignored: https goes to 443, all else to 80. A cancelled exchange leaves the
+    /// result as it stands, mostly 0/0. A body shorter than expected is no failure of the result either, see
+    /// `error`. \param input The body of the request; null for none. Not owned. \param output Takes the body
+    /// of the reply; with null the body is not read. Not owned. \param expectedLength Bytes after which
+    /// reading ends; 0 or less when unknown.
+    void Execute(TResult& result, const std::wstring& url, const std::wstring& verb, io::CIStreamBase* input,
+                 io::COStreamBase<char>* output, std::int64_t expectedLength) noexcept;
+
+    /// \brief Ends the running exchange and returns when it is over; at once when none runs.
+    ///
+    /// Must not be called from the thread that runs `Execute`.
+    /// \return 0 or a Windows error number.
+    std::uint32_t Cancel();
+
+    /// \brief Forgets the figures of the last exchange. Not to be called while one runs.
+    void clearProgress();
+
+    bool isBusy() const { return busy_.get(); }
+    _TDownloadError error() const { return error_.get(); }
+    _TResponseData response() const { return response_.get(); }
+    std::wstring rawHeaders() const { return rawHeaders_.get(); }
+    std::int64_t expectedLength() const { return progress_.get(&TProgress::expectedLength); }
+    std::int64_t downloaded() const { return progress_.get(&TProgress::downloaded); }
+    TProgress progress() const { return progress_.get(); }
+
+    void setProxy(const web::TNetProxy& proxy) { proxy_.set(proxy); }
+    void setCredentials(const web::TNetCredentials& credentials) { credentials_.set(credentials); }
+    void setRedirectPolicy(redirect::TRedirectPolicy policy) { redirectPolicy_.set(policy); }
+    void setExtraHeaders(const std::wstring& headers) { requestData_.set({headers}); }
+    void setTimeouts(const TTimeouts& timeouts) { timeouts_ = timeouts; }
+    /// \param pause Milliseconds to sleep before each uploaded chunk.
+    void setThrottle(std::uint32_t pause) { throttle_.set(pause); }
+
+private:
+    /// What belongs to one run of `Execute`.
+    struct Exchange {
+        TResult& result;
+        const std::wstring& url;
+        const std::wstring& verb;
+        io::CIStreamBase* input;
+        io::COStreamBase<char>* output;
+        std::int64_t expectedLength;
+        std::wstring scheme{}, host{}, pathAndExtra{};
+        web::TNetProxy proxy{};
+        HINTERNET session = nullptr, connect = nullptr, request = nullptr; ///< Owned by `handles_`.
+        std::vector<char> buffer{};
+
+        bool isSecure() const { return scheme == L"https"; }
+    };
+
+    // The steps, in their order. Each returns whether the exchange goes on.
+    void begin(Exchange& exchange);
+    bool crackUrl(Exchange& exchange);
+    bool openSession(Exchange& exchange);
+    bool openRequest(Exchange& exchange);
+    bool configure(Exchange& exchange);
+    bool applyCredentials(Exchange& exchange);
+    bool applyRedirectPolicy(Exchange& exchange);
+    bool send(Exchange& exchange);
+    bool upload(Exchange& exchange);
+    bool receive(Exchange& exchange);
+    void captureHeaders(const Exchange& exchange);
+    void download(Exchange& exchange);
+    bool writeOutput(Exchange& exchange, std::uint32_t count);
+    void finish();
+
+    bool goesOn(Exchange& exchange, bool succeeded, Stage stage);
+    void fail(Exchange& exchange, std::uint32_t error, Stage stage);
+    void recordError(std::uint32_t error, Stage stage);
+    HINTERNET keep(win32::WinHttpHandle THttpConnectionHandles::*which, win32::WinHttpHandle handle);
+    void closeHandles();
+
+    sys::CSafeDataHolder<bool> cancelled_;
+    sys::CSafeDataHolder<bool> busy_;
+    sys::CSafeDataHolder<_TDownloadError> error_;
+    win32::KernelHandle idle_;
+    sys::CSafeDataHolder<web::TNetProxy> proxy_;
+    sys::CSafeDataHolder<web::TNetCredentials> credentials_;
+    sys::CSafeDataHolder<THttpConnectionHandles> handles_;
+    sys::CSafeDataHolder<redirect::TRedirectPolicy> redirectPolicy_;
+    sys::CSafeDataHolder<TProgress> progress_;
+    sys::CSafeDataHolder<_TResponseData> response_;
+    sys::CSafeDataHolder<_TRequestData> requestData_;
+    sys::CSafeDataHolder<std::wstring> rawHeaders_;
+    TTimeouts timeouts_;
+    sys::CSafeDataHolder<std::uint32_t> throttle_;
+};
+
+} // namespace http

@@ -1,0 +1,167 @@
+#include "http/http_request.h"
+
+#include <algorithm>
+#include <cwctype>
+#include <optional>
+
+namespace http {
+namespace {
+
+constexpr DWORD kChunk = 65535;
+constexpr int kSendAttempts = 17;
+constexpr DWORD kSendPause = 100; // milliseconds
+
+/// One response header as text; nothing when the response does not have it.
+/// \param index Which of several headers of the same name; nothing where there is only one.
+std::optional<std::wstring> queryHeader(HINTERNET request, DWORD header, std::optional<DWORD> index = {}) {
+    std::wstring value(256, L'\0');
+    for (;;) {
+        DWORD size = static_cast<DWORD>(value.size() * sizeof(wchar_t));
+        DWORD position = index.value_or(0);
+        if (WinHttpQueryHeaders(request, header, WINHTTP_HEADER_NAME_BY_INDEX, value.data(), &size,
+                                index ? &position : WINHTTP_NO_HEADER_INDEX)) {
+            value.resize(size / sizeof(wchar_t));
+            return value;
+        }
+        if (GetLastError() != ERROR_INSUFFICIENT_BUFFER || size <= value.size() * sizeof(wchar_t))
+            return std::nullopt;
+        value.resize(size / sizeof(wchar_t) + 1);
+    }
+}
+
+std::wstring allCookies(HINTERNET request) {
+    std::wstring cookies;
+    DWORD index = 0;
+    while (const auto cookie = queryHeader(request, WINHTTP_QUERY_SET_COOKIE, index)) {
+        if (index != 0)
+            cookies += L"\r\n";
+        cookies += *cookie;
+        ++index;
+    }
+    return cookies;
+}
+
+std::int64_t contentLength(const std::wstring& header) {
+    const auto digits = std::ranges::find_if(header, [](wchar_t c) { return std::iswspace(c) == 0; });
+    return _wtoi64(std::wstring(digits, header.end()).c_str());
+}
+
+} // namespace
+
+bool CHttpRequest::send(Exchange& exchange) {
+    std::int64_t total = 0;
+    if (exchange.input != nullptr) {
+        total = exchange.input->size();
+        progress_.set(&TProgress::inputSize, total);
+    }
+    for (int attempt = 1;; ++attempt) {
+        const bool sent = WinHttpSendRequest(exchange.request, WINHTTP_NO_ADDITIONAL_HEADERS, 0,
+                                             WINHTTP_NO_REQUEST_DATA, 0, static_cast<DWORD>(total), 0);
+        const bool mayRetry = !sent && GetLastError() == ERROR_WINHTTP_TIMEOUT && attempt < kSendAttempts;
+        if (!mayRetry || cancelled_.get())
+            return goesOn(exchange, sent, kStageSend);
+        Sleep(kSendPause);
+        if (cancelled_.get())
+            return false;
+    }
+}
+
+bool CHttpRequest::upload(Exchange& exchange) {
+    const std::int64_t total = exchange.input != nullptr ? exchange.input->size() : 0;
+    if (total < 1)
+        return true;
+    exchange.buffer.resize(kChunk);
+    std::uint32_t sent = 0; // only 32 bits are compared with the total
+    std::uint32_t count = 0;
+    while (exchange.input->read(exchange.buffer.data(), kChunk, count)) {
+        if (const std::uint32_t pause = throttle_.get(); pause != 0)
+            Sleep(pause);
+        if (count == 0)
+            break;
+        DWORD written = 0;
+        if (!goesOn(exchange, WinHttpWriteData(exchange.request, exchange.buffer.data(), count, &written),
+                    kStageWriteData))
+            return false;
+        progress_.access([&](TProgress& progress) { progress.uploaded += written; });
+        sent += written;
+        if (sent == static_cast<std::uint32_t>(total))
+            break;
+    }
+    return true;
+}
+
+bool CHttpRequest::receive(Exchange& exchange) {
+    if (!goesOn(exchange, WinHttpReceiveResponse(exchange.request, nullptr), kStageReceiveResponse))
+        return false;
+    captureHeaders(exchange);
+    return !cancelled_.get();
+}
+
+void CHttpRequest::captureHeaders(const Exchange& exchange) {
+    const HINTERNET request = exchange.request;
+    DWORD status = 0;
+    DWORD size = sizeof status;
+    if (WinHttpQueryHeaders(request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
+                            WINHTTP_HEADER_NAME_BY_INDEX, &status, &size, WINHTTP_NO_HEADER_INDEX))
+        response_.set(&_TResponseData::statusCode, std::uint32_t{status});
+    if (const auto length = queryHeader(request, WINHTTP_QUERY_CONTENT_LENGTH))
+        response_.set(&_TResponseData::length, contentLength(*length));
+
+    const auto capture = [&](DWORD header, std::wstring _TResponseData::*field) {
+        if (auto value = queryHeader(request, header))
+            response_.set(field, std::move(*value));
+    };
+    capture(WINHTTP_QUERY_CONTENT_TYPE, &_TResponseData::contentType);
+    capture(WINHTTP_QUERY_CONTENT_ENCODING, &_TResponseData::contentEncoding);
+    capture(WINHTTP_QUERY_LOCATION, &_TResponseData::location);
+    response_.set(&_TResponseData::cookies, allCookies(request));
+    if (auto raw = queryHeader(request, WINHTTP_QUERY_RAW_HEADERS_CRLF))
+        rawHeaders_.set(std::move(*raw));
+}
+
+void CHttpRequest::download(Exchange& exchange) {
+    exchange.buffer.resize(kChunk);
+    for (;;) {
+        const std::int64_t downloaded = progress_.get(&TProgress::downloaded);
+        const bool isLengthKnown = exchange.expectedLength >= 1;
+        if (isLengthKnown && downloaded >= exchange.expectedLength)
+            return;
+        // The result does not tell of a body that ends before its length, only the error record does.
+        const auto endEarly = [&](Stage stage) {
+            if (isLengthKnown)
+                recordError(ERROR_SUCCESS, stage);
+        };
+        if (!handles_.access([](const auto& handles) { return static_cast<bool>(handles.request); }))
+            return endEarly(kStageHandleVanished);
+
+        DWORD available = 0;
+        if (!goesOn(exchange, WinHttpQueryDataAvailable(exchange.request, &available),
+                    kStageQueryDataAvailable))
+            return;
+        if (available == 0)
+            return endEarly(kStageNoMoreData);
+        DWORD count = 0;
+        if (!goesOn(exchange,
+                    WinHttpReadData(exchange.request, exchange.buffer.data(), std::min(available, kChunk),
+                                    &count),
+                    kStageReadData))
+            return;
+        if (count == 0)
+            return endEarly(kStageEmptyRead);
+        if (!writeOutput(exchange, count))
+            return;
+    }
+}
+
+bool CHttpRequest::writeOutput(Exchange& exchange, std::uint32_t count) {
+    const std::uint32_t written = exchange.output->Write(exchange.buffer.data(), count);
+    progress_.access([&](TProgress& progress) { progress.downloaded += written; });
+    // Callers know the length as what was announced and what came, added up.
+    response_.access([&](_TResponseData& response) { response.length += written; });
+    if (written == count)
+        return true;
+    fail(exchange, exchange.output->GetLastError(), kStageOutput);
+    return false;
+}
+
+} // namespace http

@@ -1,0 +1,110 @@
+#include "zelsyshelper.h"
+
+#include "http/http_download_file.h"
+#include "modules/zelsyshelper/src/export_frame.h"
+#include "sys/cs_wrapper.h"
+#include "win32/process.h"
+
+#include <memory>
+
+namespace {
+
+/// What the queries return while there is no download.
+constexpr std::uint32_t kNoJob = ERROR_INVALID_ENVIRONMENT;
+
+/// The one download job. It is made by the first start, and let go when the process ends, since its worker is
+/// gone by then.
+struct Job {
+    std::unique_ptr<http::CHttpDownloadFile> job;
+
+    ~Job() {
+        if (win32::isProcessEnding())
+            static_cast<void>(job.release());
+    }
+};
+
+sys::CCsWrapper downloadLock;
+Job current;
+
+/// Runs a query on the job; without one, nothing is asked and \ref kNoJob is the result.
+template <class Query>
+uint64_t query(Query ask) {
+    return frame::run(std::uint32_t{ERROR_NOT_ENOUGH_MEMORY}, [&] {
+        const sys::CsGuard guard(downloadLock.section());
+        if (!current.job)
+            return kNoJob;
+        ask(*current.job);
+        return std::uint32_t{0};
+    });
+}
+
+template <class Value>
+void put(Value* out, Value value) {
+    if (out != nullptr)
+        *out = value;
+}
+
+std::string ansi(const std::wstring& wide) {
+    const auto convert = [&](char* out, int capacity) {
+        return WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), out, capacity,
+                                   nullptr, nullptr);
+    };
+    std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
+    convert(narrow.data(), static_cast<int>(narrow.size()));
+    return narrow;
+}
+
+} // namespace
+
+uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const wchar_t* proxyUser,
+                           const wchar_t* proxyPassword, const wchar_t* url, const wchar_t* targetFolder) {
+    return frame::run(std::uint32_t{ERROR_NOT_ENOUGH_MEMORY}, [&] {
+        using frame::owned;
+        const web::TNetProxy proxy{.host = ansi(owned(proxyHost)),
+                                   .port = proxyPort,
+                                   .user = owned(proxyUser),
+                                   .password = owned(proxyPassword)};
+        const auto address = url != nullptr ? std::optional(owned(url)) : std::nullopt;
+        const std::wstring folder = owned(targetFolder);
+        const sys::CsGuard guard(downloadLock.section());
+        if (!current.job)
+            current.job = std::make_unique<http::CHttpDownloadFile>();
+        return current.job->Start(proxy, address, folder);
+    });
+}
+
+void stopDownloadFile(void) {
+    frame::run(0, [] {
+        const sys::CsGuard guard(downloadLock.section());
+        // A worker that cannot be brought to an end, as on a disk that does not answer, keeps its job.
+        if (current.job && !current.job->stop() && !current.job->stop())
+            static_cast<void>(current.job.release());
+        current.job.reset();
+        return 0;
+    });
+}
+
+uint64_t getDownloadFileProgress(uint32_t* percent) {
+    return query([=](const auto& job) { put(percent, job.progress()); });
+}
+
+uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds) {
+    return query([=](const auto& job) { put(seconds, job.elapsedSeconds()); });
+}
+
+uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage, uint32_t* httpStatus) {
+    return query([=](const auto& job) {
+        const auto result = job.result();
+        put(errorCode, result.errorCode);
+        put(errorStage, result.errorStage);
+        put(httpStatus, result.httpStatus);
+    });
+}
+
+uint64_t isDownloadFileCompleted(uint8_t* completed) {
+    return query([=](const auto& job) { put(completed, std::uint8_t{job.result().completed}); });
+}
+
+uint64_t isDownloadFileStarted(uint8_t* started) {
+    return query([=](const auto& job) { put(started, std::uint8_t{job.result().started}); });
+}

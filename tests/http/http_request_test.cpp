@@ -1,0 +1,254 @@
+#include "http/http_request.h"
+
+#include "io/output_file.h"
+#include "support/files.h"
+#include "support/seam.h"
+
+#include <cstdlib>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpOpen)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpSetTimeouts)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpConnect)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpOpenRequest)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpAddRequestHeaders)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpQueryAuthSchemes)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpSetCredentials)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpSetOption)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpSendRequest)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpReceiveResponse)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpWriteData)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpQueryDataAvailable)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpReadData)
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpCloseHandle)
+ZELSYS_SEAM(L"kernel32.dll", Sleep)
+ZELSYS_SEAM(L"kernel32.dll", WriteFile)
+ZELSYS_SEAM(L"kernel32.dll", SetFilePointer)
+
+namespace {
+
+using http::CHttpRequest;
+
+struct Input : io::CIStreamBase {
+    explicit Input(std::string bytes) : rest(std::move(bytes)), total(rest.size()) {}
+    std::int64_t size() const override { return static_cast<std::int64_t>(total); }
+    bool read(char* buffer, std::uint32_t capacity, std::uint32_t& count) override {
+        count = static_cast<std::uint32_t>(rest.copy(buffer, capacity));
+        rest.erase(0, count);
+        return true;
+    }
+    std::string rest;
+    std::size_t total;
+};
+
+struct Output : io::COStreamBase<char> {
+    std::uint32_t Write(const char* buffer, std::uint32_t count) override {
+        bytes.append(buffer, std::min(count, most));
+        if (onWrite)
+            onWrite();
+        return std::min(count, most);
+    }
+    std::uint32_t GetLastError() const override { return ERROR_DISK_FULL; }
+    std::string bytes;
+    std::uint32_t most = 1 << 30;
+    std::function<void()> onWrite;
+};
+
+class HttpRequest : public testing::Test {
+protected:
+    HttpRequest() {
+        request.setProxy(
+            {.host = "127.0.0.1", .port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")))});
+    }
+
+    /// "error/stage", then the error record as "error/stage/failed".
+    std::string execute(const std::wstring& path, std::int64_t expectedLength = 0,
+                        io::CIStreamBase* input = nullptr) {
+        http::TResult result{1, 1};
+        const std::wstring url = path.starts_with(L"/") ? L"http://some.example:81" + path : path;
+        request.Execute(result, url, input != nullptr ? L"POST" : L"GET", input, &output, expectedLength);
+        EXPECT_FALSE(request.isBusy());
+        const auto error = request.error();
+        return std::to_string(result.error) + "/" + std::to_string(result.stage) + " " +
+               std::to_string(error.error) + "/" + std::to_string(error.stage) + "/" +
+               std::to_string(error.failed);
+    }
+
+    CHttpRequest request;
+    Output output;
+};
+
+struct CallCase {
+    void (*failWith)(DWORD);
+    int (*count)();
+    void (*restore)();
+    std::string outcome;
+};
+
+template <class Seam>
+CallCase call(const std::string& outcome) {
+    return {Seam::failWith, Seam::count, Seam::restore, outcome};
+}
+
+TEST_F(HttpRequest, EachCallThatFailsHasItsStage) {
+    const CallCase cases[] = {
+        call<WinHttpOpenSeam>("5/14104 5/14104/0"),
+        call<WinHttpSetTimeoutsSeam>("5/14119 5/14119/1"),
+        call<WinHttpConnectSeam>("5/14105 5/14105/0"),
+        call<WinHttpOpenRequestSeam>("5/14106 5/14106/0"),
+        call<WinHttpAddRequestHeadersSeam>("5/14107 5/14107/0"),
+        call<WinHttpSetCredentialsSeam>("5/14111 5/14111/0"),
+        call<WinHttpSetOptionSeam>("5/14112 5/14112/0"),
+        call<WinHttpSendRequestSeam>("5/14113 5/14113/0"),
+        call<WinHttpWriteDataSeam>("5/14115 5/14115/1"),
+        call<WinHttpReceiveResponseSeam>("5/14114 5/14114/0"),
+        call<WinHttpQueryDataAvailableSeam>("5/14116 5/14116/0"),
+        call<WinHttpReadDataSeam>("5/14117 5/14117/0"),
+    };
+    request.setExtraHeaders(L"X-Extra: 1");
+    request.setCredentials({L"user", L"password", {}});
+    EXPECT_EQ(execute(L"/echo"), "4317/14110 4317/14110/0")
+        << "nothing to sign in to before the request is sent";
+    WinHttpQueryAuthSchemesSeam::fake = [](HINTERNET, DWORD*, DWORD* first, DWORD* target) {
+        *first = WINHTTP_AUTH_SCHEME_BASIC;
+        *target = WINHTTP_AUTH_TARGET_SERVER;
+        return TRUE;
+    };
+    request.setRedirectPolicy(http::redirect::TRedirectPolicy::always);
+    for (const CallCase& c : cases) {
+        Input input("body");
+        c.failWith(5);
+        EXPECT_EQ(execute(L"/echo", 0, &input), c.outcome);
+        EXPECT_EQ(c.count(), 1) << c.outcome;
+        c.restore();
+    }
+    WinHttpQueryAuthSchemesSeam::restore();
+
+    EXPECT_EQ(execute(L"nonsense"), "12006/14102 12006/14102/1");
+    EXPECT_EQ(execute(L"http:///x"), "87/14103 87/14103/1");
+    request.setCredentials({L"user", {}, {}});
+    output.most = 1;
+    EXPECT_EQ(execute(L"/echo"), "112/14118 112/14118/1");
+    EXPECT_EQ(execute(L"/echo"), "112/14118 112/14118/1") << "and the object serves on";
+}
+
+TEST_F(HttpRequest, SendIsRepeatedOnTimeOutOnly) {
+    SleepSeam::fake = [](DWORD time) { EXPECT_EQ(time, 100u); };
+    WinHttpSendRequestSeam::failWith(12002);
+    EXPECT_EQ(execute(L"/echo"), "12002/14113 12002/14113/0");
+    EXPECT_EQ(WinHttpSendRequestSeam::calls, 17);
+    EXPECT_EQ(SleepSeam::calls, 16);
+    WinHttpSendRequestSeam::calls = 0;
+    WinHttpSendRequestSeam::fake = [](auto... arguments) {
+        SetLastError(12002);
+        return WinHttpSendRequestSeam::calls < 3 ? FALSE : WinHttpSendRequestSeam::real(arguments...);
+    };
+    EXPECT_EQ(execute(L"/echo"), "0/0 0/0/0");
+    EXPECT_EQ(WinHttpSendRequestSeam::calls, 3);
+    WinHttpSendRequestSeam::restore();
+    SleepSeam::restore();
+}
+
+TEST_F(HttpRequest, UploadsInChunks) {
+    const std::string body(200'000, 'u');
+    Input input(body);
+    request.setThrottle(7);
+    request.setExtraHeaders(L"Content-Type: text/u\r\nX-Extra: 1");
+    SleepSeam::fake = [](DWORD time) { EXPECT_EQ(time, 7u); };
+    EXPECT_EQ(execute(L"HTTP://Some.Example:81/echo?q", 0, &input), "0/0 0/0/0");
+    EXPECT_EQ(SleepSeam::calls, 4);
+    SleepSeam::restore();
+    EXPECT_TRUE(output.bytes == "POST some.example:80 /echo?q text/u " + body) << output.bytes.substr(0, 100);
+    EXPECT_EQ(request.progress().uploaded, 200'000);
+    EXPECT_EQ(request.progress().inputSize, 200'000);
+}
+
+TEST_F(HttpRequest, CapturesHeaders) {
+    request.setRedirectPolicy(http::redirect::TRedirectPolicy::never);
+    EXPECT_EQ(execute(L"/headers"), "0/0 0/0/0");
+    const auto response = request.response();
+    EXPECT_EQ(response.statusCode, 302u);
+    EXPECT_EQ(response.cookies, L"a=1\r\nb=2");
+    EXPECT_EQ(response.contentType + L" " + response.contentEncoding + L" " + response.location,
+              L"text/x none /x");
+    EXPECT_EQ(response.length, 4) << "announced and received, added up";
+    EXPECT_GT(request.rawHeaders().size(), 70'000u);
+    EXPECT_TRUE(request.rawHeaders().starts_with(L"HTTP/1.1 302 Found\r\n"));
+}
+
+TEST_F(HttpRequest, BodyThatEndsTooEarlyIsToldInTheErrorRecordOnly) {
+    EXPECT_EQ(execute(L"/short", 10), "0/0 0/14121/0");
+    EXPECT_EQ(request.downloaded(), 5);
+    EXPECT_EQ(execute(L"/short"), "0/0 0/0/0") << "nobody knows what to expect";
+    WinHttpReadDataSeam::fake = [](HINTERNET, void*, DWORD, DWORD* count) {
+        *count = 0;
+        return TRUE;
+    };
+    EXPECT_EQ(execute(L"/short", 10), "0/0 0/14122/0");
+    WinHttpReadDataSeam::restore();
+    output.bytes.clear();
+    EXPECT_EQ(execute(L"/file/100000/x", 10), "0/0 0/0/0");
+    EXPECT_LT(output.bytes.size(), 100'000u) << "what is beyond the expected length is not asked for";
+}
+
+TEST_F(HttpRequest, CancelEndsTheExchangeAndReturnsWhenItIsOver) {
+    EXPECT_EQ(request.Cancel(), 0u) << "nothing runs";
+    std::thread canceller;
+    output.onWrite = [&] {
+        output.onWrite = nullptr;
+        WinHttpCloseHandleSeam::calls = 0;
+        canceller = std::thread([this] {
+            EXPECT_EQ(request.Cancel(), 0u);
+            EXPECT_FALSE(request.isBusy());
+        });
+        while (WinHttpCloseHandleSeam::calls < 3)
+            std::this_thread::yield();
+    };
+    EXPECT_EQ(execute(L"/trickle", 20), "0/0 0/14120/0");
+    canceller.join();
+
+    canceller = std::thread([this] { // while the exchange waits for its reply
+        while (!request.isBusy())
+            std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_EQ(request.Cancel(), 0u);
+    });
+    EXPECT_EQ(execute(L"/late"), "0/0 0/0/0");
+    canceller.join();
+    EXPECT_EQ(execute(L"/echo"), "0/0 0/0/0");
+}
+
+TEST(OutputFile, WritesAtTheEndAndTellsFailures) {
+    const testing_support::TemporaryFolder folder;
+    io::COStreamFile file;
+    EXPECT_EQ(file.Write("x", 1), 0u);
+    EXPECT_EQ(file.GetLastError(), 10u) << "not open";
+    EXPECT_EQ(file.open(L""), 87u);
+    EXPECT_EQ(file.open(folder / L"no\\such"), static_cast<std::uint32_t>(ERROR_PATH_NOT_FOUND));
+    ASSERT_EQ(file.open(folder / L"f"), 0u);
+    EXPECT_EQ(file.open(folder / L"f"), 183u);
+    EXPECT_EQ(file.Write(nullptr, 5) + file.Write("abc", 0), 0u);
+    EXPECT_EQ(file.Put('a'), 1u);
+    WriteFileSeam::fake = [](HANDLE handle, const void* bytes, DWORD count, DWORD* written,
+                             OVERLAPPED* place) {
+        return WriteFileSeam::real(handle, bytes, std::min(count, 2ul), written, place);
+    };
+    EXPECT_EQ(file.Write("bcd", 3), 3u);
+    EXPECT_EQ(testing_support::readBytes(folder / L"f"), "abcb")
+        << "the rest begins with the first byte again";
+    WriteFileSeam::failWith(ERROR_DISK_FULL);
+    EXPECT_EQ(file.Write("x", 1), 0u);
+    EXPECT_EQ(file.GetLastError(), static_cast<std::uint32_t>(ERROR_DISK_FULL));
+    WriteFileSeam::restore();
+    SetFilePointerSeam::fake = [](auto...) {
+        SetLastError(ERROR_SEEK);
+        return INVALID_SET_FILE_POINTER;
+    };
+    EXPECT_EQ(file.Write("x", 1), 0u);
+    EXPECT_EQ(file.GetLastError(), static_cast<std::uint32_t>(ERROR_SEEK));
+    SetFilePointerSeam::restore();
+}
+
+} // namespace

@@ -1,0 +1,159 @@
+#include "zelsyshelper.h"
+
+#include "support/files.h"
+
+#include <cstdlib>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const HMODULE kLibrary = LoadLibraryW(L"zelsyshelper.dll");
+
+template <class Function>
+Function* find(Function*, const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(kLibrary, name)));
+}
+
+#define FIND(name) find(static_cast<decltype(&::name)>(nullptr), #name)
+const auto startDownload = FIND(startDownloadFile);
+const auto stopDownload = FIND(stopDownloadFile);
+const auto getProgress = FIND(getDownloadFileProgress);
+const auto getElapsed = FIND(getDownloadElapsedTimeInSeconds);
+const auto getErrors = FIND(getDownloadFileErrors);
+const auto isCompleted = FIND(isDownloadFileCompleted);
+const auto isStarted = FIND(isDownloadFileStarted);
+
+class Download : public testing::Test {
+protected:
+    ~Download() override { stopDownload(); }
+
+    std::uint64_t start(const std::wstring& path, const std::wstring& into) const {
+        return startDownload(L"127.0.0.1", port, nullptr, nullptr,
+                             (L" http://some.example" + path + L"\t").c_str(), into.c_str());
+    }
+
+    /// "error/stage/status".
+    static std::string errors() {
+        std::uint32_t error = 77, stage = 77, status = 77;
+        EXPECT_EQ(getErrors(&error, &stage, &status), 0u);
+        return std::to_string(error) + "/" + std::to_string(stage) + "/" + std::to_string(status);
+    }
+
+    /// Starts, waits for the end and returns the errors.
+    std::string run(const std::wstring& path, const std::wstring& into) const {
+        EXPECT_EQ(start(path, into), 0u);
+        std::uint8_t completed = 0, started = 1;
+        while (isCompleted(&completed) == 0 && completed == 0)
+            Sleep(10);
+        std::uint32_t percent = 0;
+        EXPECT_EQ(getProgress(&percent), 0u);
+        EXPECT_EQ(isStarted(&started), 0u);
+        EXPECT_EQ(percent, 100u) << "whatever the outcome";
+        EXPECT_EQ(started, 0);
+        return errors();
+    }
+
+    const std::uint32_t port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")));
+    testing_support::TemporaryFolder folder;
+    const std::wstring target = folder / L"made\\by the way";
+};
+
+TEST_F(Download, WithoutAJobThereIsNothingToAsk) {
+    std::uint32_t number = 77;
+    std::uint8_t flag = 77;
+    EXPECT_EQ(getProgress(&number), 1805u);
+    EXPECT_EQ(getElapsed(&number), 1805u);
+    EXPECT_EQ(getErrors(&number, &number, &number), 1805u);
+    EXPECT_EQ(isCompleted(&flag), 1805u);
+    EXPECT_EQ(isStarted(&flag), 1805u);
+    EXPECT_EQ(number + flag, 154u) << "nothing is written";
+    stopDownload();
+    EXPECT_EQ(startDownload(nullptr, 0, nullptr, nullptr, nullptr, nullptr), 0u);
+    EXPECT_EQ(errors(), "0/20/0");
+    EXPECT_EQ(isCompleted(&flag), 0u);
+    EXPECT_EQ(flag, 0);
+    EXPECT_EQ(getProgress(nullptr) + getErrors(nullptr, nullptr, nullptr) + isStarted(nullptr), 0u);
+}
+
+TEST_F(Download, OutcomesOneAfterTheOtherWithoutAStop) {
+    const struct {
+        std::wstring path;
+        const char* errors;
+        std::wstring file;
+        std::size_t size;
+    } cases[] = {
+        {L"/file/30000000/big.bin", "0/0/200", L"big.bin", 30'000'000},
+        {L"/file/1000/big.bin", "0/0/200", L"big.bin", 1000}, // over the one that is there
+        {L"/file/7/a%20b \u00E9.bin", "0/0/200", L"a%20b \u00E9.bin", 7},
+        {L"/status/404", "0/0/404", L"404", 11},
+        {L"/nolength/n", "0/60/203", L"n", 0},
+        {L"/short/s", "0/14121/200", L"s", 5},
+        {L"/close/c", "12152/14114/0", L"c", 0},
+        {L"/file/7/a?b", "123/70/0", L"a", 0},
+        {L"/file/7/", "87/70/0", L"", 0},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(run(c.path, target), c.errors);
+        const std::string bytes = testing_support::readBytes(target + L"\\" + c.file);
+        ASSERT_EQ(bytes.size(), c.size) << c.errors;
+        for (std::size_t i = 0; c.path.starts_with(L"/file") && i < bytes.size(); ++i)
+            ASSERT_EQ(static_cast<unsigned char>(bytes[i]), i % 251);
+    }
+    EXPECT_EQ(startDownload(nullptr, 0, nullptr, nullptr, L"", nullptr), 0u);
+    std::uint8_t completed = 0;
+    while (isCompleted(&completed) == 0 && completed == 0)
+        Sleep(10);
+    EXPECT_EQ(errors(), "12006/14102/0");
+}
+
+TEST_F(Download, EmptyFolderIsTheSettingsFolder) {
+    EXPECT_EQ(run(L"/file/7/default.bin", L" "), "0/0/200");
+    const std::wstring path = std::wstring(_wgetenv(L"APPDATA")) + L"\\Quenlith\\default.bin";
+    EXPECT_EQ(testing_support::readBytes(path).size(), 7u);
+    DeleteFileW(path.c_str());
+}
+
+TEST_F(Download, SecondStartIsRefusedWhileOneRuns) {
+    EXPECT_EQ(start(L"/trickle/t", target), 0u);
+    EXPECT_EQ(start(L"/file/7/f", target), 0u);
+    EXPECT_EQ(errors(), "0/10/0");
+    std::uint32_t percent = 0, seconds = 0;
+    while (percent < 5 || seconds < 1) {
+        ASSERT_EQ(getProgress(&percent) + getElapsed(&seconds), 0u);
+        Sleep(10);
+    }
+    EXPECT_LT(percent, 100u);
+    stopDownload();
+    EXPECT_EQ(getProgress(&percent), 1805u);
+    EXPECT_EQ(run(L"/file/7/f", target), "0/0/200");
+}
+
+TEST_F(Download, StopsAtAnyMomentAndLeaksNothing) {
+    std::atomic<bool> over = false;
+    std::thread poller([&over] {
+        std::uint32_t percent = 0;
+        while (!over)
+            getProgress(&percent);
+    });
+    const auto lowestFreeHandle = [] {
+        const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        CloseHandle(event);
+        return reinterpret_cast<std::uintptr_t>(event);
+    };
+    std::uintptr_t before = 0;
+    for (int round = 0; round < 200; ++round) {
+        EXPECT_EQ(start(round % 50 == 0 ? L"/late/x" : L"/file/200000/x", target), 0u);
+        if (round % 2 != 0)
+            Sleep(static_cast<DWORD>(round % 10));
+        stopDownload();
+        if (round == 50)
+            before = lowestFreeHandle();
+    }
+    EXPECT_LE(lowestFreeHandle(), before + 64) << "a leak of one handle a round would show as 600";
+    over = true;
+    poller.join();
+}
+
+} // namespace

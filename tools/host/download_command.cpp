@@ -1,0 +1,167 @@
+#include "commands.h"
+#include "console.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+
+#include <io.h>
+
+namespace host {
+namespace {
+
+constexpr DWORD kPollInterval = 200; // milliseconds
+constexpr int kBarWidth = 40;
+constexpr std::uint32_t kFirstErrorStatus = 400;
+
+struct StageText {
+    std::uint32_t stage;
+    const wchar_t* text;
+};
+
+constexpr StageText kStageTexts[] = {
+    {ZELSYSHELPER_STAGE_RUNNING, L"a download is running already"},
+    {ZELSYSHELPER_STAGE_NO_URL, L"no URL was given"},
+    {ZELSYSHELPER_STAGE_READY, L"the download's event could not be reset"},
+    {ZELSYSHELPER_STAGE_THREAD, L"the download's thread could not be started"},
+    {ZELSYSHELPER_STAGE_NO_LENGTH, L"the server does not tell the file's length"},
+    {ZELSYSHELPER_STAGE_FILE,
+     L"the file cannot be made; check the folder, and the name behind the URL's last \"/\""},
+    {14102, L"the URL cannot be understood"},
+    {14103, L"the URL has no host name"},
+    {14104, L"no HTTP session could be opened; check the proxy's name"},
+    {14105, L"the connection could not be prepared"},
+    {14106, L"the request could not be prepared"},
+    {14107, L"the request's headers were refused"},
+    {14110, L"the server's ways to sign in could not be found out"},
+    {14111, L"the credentials were refused"},
+    {14112, L"the redirect policy was refused"},
+    {14113, L"the request could not be sent; check host, proxy and network"},
+    {14114, L"no valid reply came"},
+    {14115, L"the request's body could not be sent"},
+    {14116, L"the connection broke"},
+    {14117, L"the connection broke while reading"},
+    {14118, L"the file could not be written; check the free space"},
+    {14119, L"the time-outs were refused"},
+    {14120, L"the connection was closed before the end"},
+    {14121, L"the server ended the file too early"},
+    {14122, L"the server ended the file too early"},
+};
+
+std::atomic<bool> interrupted = false;
+
+BOOL WINAPI onControl(DWORD) {
+    interrupted = true;
+    return TRUE;
+}
+
+struct Options {
+    std::wstring url, folder, proxyHost, proxyUser, proxyPassword;
+    std::uint32_t proxyPort = 0;
+};
+
+/// \return Empty when all is well, otherwise what is wrong with the arguments.
+std::wstring parse(const Arguments& arguments, Options& options) {
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::wstring& argument = arguments[i];
+        if (!argument.starts_with(L"--")) {
+            if (!options.url.empty())
+                return L"more than one URL";
+            options.url = argument;
+            continue;
+        }
+        if (i + 1 == arguments.size())
+            return argument + L" wants a value";
+        const std::wstring& value = arguments[++i];
+        if (argument == L"--folder") {
+            options.folder = value;
+        } else if (argument == L"--proxy") {
+            const auto colon = value.rfind(L':');
+            if (colon == value.npos)
+                return L"--proxy wants HOST:PORT";
+            options.proxyHost = value.substr(0, colon);
+            options.proxyPort = static_cast<std::uint32_t>(_wtoi(value.c_str() + colon + 1));
+        } else if (argument == L"--proxy-user") {
+            options.proxyUser = value;
+        } else if (argument == L"--proxy-password") {
+            options.proxyPassword = value;
+        } else {
+            return L"unknown option " + argument;
+        }
+    }
+    return options.url.empty() ? L"no URL" : L"";
+}
+
+void showProgress(std::uint32_t percent, std::uint32_t seconds) {
+    const auto filled = static_cast<std::size_t>(std::min(percent, 100u) * kBarWidth / 100);
+    printPart(L"\r[" + std::wstring(filled, L'#') + std::wstring(kBarWidth - filled, L'.') + L"] " +
+              std::to_wstring(percent) + L" %  " + std::to_wstring(seconds) + L" s ");
+}
+
+/// Polls until the end, or until the user has had enough.
+void follow(const Library& library) {
+    const bool isTerminal = _isatty(_fileno(stdout)) != 0;
+    std::uint8_t isCompleted = 0;
+    while (!interrupted) {
+        library.isDownloadFileCompleted(&isCompleted);
+        std::uint32_t percent = 0, seconds = 0;
+        library.getDownloadFileProgress(&percent);
+        library.getDownloadElapsedTimeInSeconds(&seconds);
+        if (isTerminal || isCompleted != 0)
+            showProgress(percent, seconds);
+        if (isCompleted != 0)
+            break;
+        Sleep(kPollInterval);
+    }
+    printPart(L"\n");
+}
+
+int report(const Library& library) {
+    std::uint32_t error = 0, stage = 0, status = 0;
+    library.getDownloadFileErrors(&error, &stage, &status);
+    if (stage != 0 || error != 0) {
+        const auto* row = std::ranges::find(kStageTexts, stage, &StageText::stage);
+        const std::wstring text = row != std::end(kStageTexts) ? row->text : L"the download failed";
+        complain(text + L" (error " + std::to_wstring(error) + L", stage " + std::to_wstring(stage) +
+                 L", HTTP status " + std::to_wstring(status) + L")");
+        return kFailed;
+    }
+    if (status >= kFirstErrorStatus) {
+        complain(L"the server answered with HTTP status " + std::to_wstring(status) +
+                 L"; what was downloaded is its error page");
+        return kFailed;
+    }
+    return kDone;
+}
+
+int run(const Library& library, const Arguments& arguments) {
+    Options options;
+    if (const std::wstring problem = parse(arguments, options); !problem.empty())
+        return wrongUsage(kDownloadCommand, problem);
+
+    SetConsoleCtrlHandler(onControl, TRUE);
+    const auto error =
+        library.startDownloadFile(options.proxyHost.c_str(), options.proxyPort, options.proxyUser.c_str(),
+                                  options.proxyPassword.c_str(), options.url.c_str(), options.folder.c_str());
+    if (error == 0)
+        follow(library);
+    int code = kFailed;
+    if (interrupted)
+        complain(L"stopped; the part that came is left in the file");
+    else
+        code = report(library);
+    library.stopDownloadFile();
+    return code;
+}
+
+} // namespace
+
+const Command kDownloadCommand{
+    L"download",
+    L"download URL [--folder FOLDER] [--proxy HOST:PORT] [--proxy-user USER --proxy-password PASSWORD]\n"
+    L"    Downloads a file and shows how far it is; Ctrl+C stops it. The file goes to the folder, or to the\n"
+    L"    suite's settings folder, under the name behind the URL's last \"/\". A port in the URL is ignored.",
+    run,
+};
+
+} // namespace host

@@ -45,6 +45,12 @@ bool isProcessEnding() {
     return query != nullptr && query() != FALSE;
 }
 
+void pinModule() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<const wchar_t*>(&pinModule), &module);
+}
+
 bool runDetached(std::function<void()> work) {
     auto parameter = std::make_unique<DetachedWork>();
     parameter->run = std::move(work);

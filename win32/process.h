@@ -15,6 +15,9 @@ std::wstring environmentVariable(const wchar_t* name);
 /// gone, wherever they stood, and the system takes back every resource by itself.
 bool isProcessEnding();
 
+/// \brief Keeps the module of this code loaded until the process ends, whoever frees it.
+void pinModule();
+
 /// \brief Runs `work` on a new thread that nobody waits for.
 ///
 /// The DLL stays loaded until the thread has ended, even when its last user frees it meanwhile.

@@ -1,8 +1,9 @@
 #include "xferlib/exchange.h"
 
+#include "xferlib/async_request.h"
 #include "xferlib/transfer_code.h"
 
-#include <climits>
+#include <algorithm>
 #include <optional>
 
 namespace xferlib {
@@ -10,7 +11,7 @@ namespace {
 
 using win32::WinHttpHandle;
 
-constexpr DWORD kStatusProxyAuthentication = 407;
+constexpr std::int32_t kStatusNoContent = 204, kStatusNotModified = 304, kStatusProxyAuthentication = 407;
 constexpr int kMostSends = 3; // the first one, one with credentials, one that WinHTTP itself asks for
 
 struct Address {
@@ -39,38 +40,34 @@ TransferCode crack(const std::wstring& url, Address& address) {
     return kOk;
 }
 
-bool setOption(const WinHttpHandle& handle, DWORD option, DWORD value) {
-    return WinHttpSetOption(handle.get(), option, &value, sizeof value) != FALSE;
+bool setOption(HINTERNET request, DWORD option, DWORD value) {
+    return WinHttpSetOption(request, option, &value, sizeof value) != FALSE;
 }
 
-bool setProxyCredentials(const WinHttpHandle& request, const Hop& hop, DWORD scheme) {
-    return WinHttpSetCredentials(request.get(), WINHTTP_AUTH_TARGET_PROXY, scheme, hop.proxyUser.c_str(),
-                                 hop.proxyPassword.c_str(), nullptr) != FALSE;
-}
-
-bool configure(const WinHttpHandle& request, const Hop& hop, const Deadline& deadline) {
+bool configure(HINTERNET request, const Hop& hop, const Deadline& deadline) {
+    // Optional for servers that only offer to look at one; older systems do not know the option.
+    WinHttpSetOption(request, WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
     const int time = deadline.remaining();
     // Redirects are followed by the caller, who holds the deadline, the limit and the rule on https.
-    return WinHttpSetTimeouts(request.get(), time, std::min(time, hop.connectTimeout), time, time) &&
+    return WinHttpSetTimeouts(request, time, std::min(time, hop.connectTimeout), time, time) &&
            setOption(request, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, static_cast<DWORD>(time)) &&
            setOption(request, WINHTTP_OPTION_DISABLE_FEATURE,
-                     WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES) &&
-           (hop.proxyUser.empty() || setProxyCredentials(request, hop, WINHTTP_AUTH_SCHEME_BASIC));
+                     WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES);
 }
 
-std::optional<DWORD> numberHeader(const WinHttpHandle& request, DWORD header) {
+std::optional<DWORD> numberHeader(HINTERNET request, DWORD header) {
     DWORD number = 0;
     DWORD size = sizeof number;
-    if (!WinHttpQueryHeaders(request.get(), header | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX,
+    if (!WinHttpQueryHeaders(request, header | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX,
                              &number, &size, WINHTTP_NO_HEADER_INDEX))
         return std::nullopt;
     return number;
 }
 
-std::wstring locationHeader(const WinHttpHandle& request) {
+std::wstring locationHeader(HINTERNET request) {
     const auto query = [&](void* out, DWORD& size) {
-        return WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_LOCATION, WINHTTP_HEADER_NAME_BY_INDEX, out,
-                                   &size, WINHTTP_NO_HEADER_INDEX);
+        return WinHttpQueryHeaders(request, WINHTTP_QUERY_LOCATION, WINHTTP_HEADER_NAME_BY_INDEX, out, &size,
+                                   WINHTTP_NO_HEADER_INDEX);
     };
     DWORD size = 0;
     if (query(nullptr, size) || GetLastError() != ERROR_INSUFFICIENT_BUFFER)
@@ -83,79 +80,61 @@ std::wstring locationHeader(const WinHttpHandle& request) {
 }
 
 /// After a refusal by the proxy: takes the strongest way to sign in that it offers.
-bool answerProxy(const WinHttpHandle& request, const Hop& hop) {
+bool answerProxy(HINTERNET request, const Hop& hop) {
     DWORD supported = 0, first = 0, target = 0;
-    if (!WinHttpQueryAuthSchemes(request.get(), &supported, &first, &target) ||
-        target != WINHTTP_AUTH_TARGET_PROXY)
+    if (!WinHttpQueryAuthSchemes(request, &supported, &first, &target) || target != WINHTTP_AUTH_TARGET_PROXY)
         return false;
     for (const DWORD scheme : {WINHTTP_AUTH_SCHEME_NEGOTIATE, WINHTTP_AUTH_SCHEME_NTLM,
                                WINHTTP_AUTH_SCHEME_DIGEST, WINHTTP_AUTH_SCHEME_BASIC})
         if ((supported & scheme) != 0)
-            return setProxyCredentials(request, hop, scheme);
+            return WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_PROXY, scheme, hop.proxyUser.c_str(),
+                                         hop.proxyPassword.c_str(), nullptr) != FALSE;
     return false;
 }
 
-TransferCode sendOnce(const WinHttpHandle& request, const Hop& hop) {
-    const bool hasHeaders = hop.headers != nullptr && !hop.headers->empty();
-    const auto size = hop.body != nullptr ? static_cast<DWORD>(hop.body->size()) : 0;
-    // WinHTTP only reads the body, though its parameter is not const.
-    void* body = size != 0 ? const_cast<char*>(hop.body->data()) : WINHTTP_NO_REQUEST_DATA;
-    if (!WinHttpSendRequest(request.get(), hasHeaders ? hop.headers->c_str() : WINHTTP_NO_ADDITIONAL_HEADERS,
-                            hasHeaders ? static_cast<DWORD>(-1) : 0, body, size, size, 0))
-        return transferCode(GetLastError(), kSendFailed);
-    return kOk;
-}
-
 /// Sends until a reply other than a call for credentials stands in the request.
-TransferCode sendAndReceive(const WinHttpHandle& request, const Hop& hop, const Deadline& deadline,
-                            Response& response) {
+TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& response) {
+    static const std::wstring kNoHeaders;
+    static const std::string kNoBody;
     bool answered = hop.proxyUser.empty();
     for (int sends = 0; sends < kMostSends; ++sends) {
-        if (deadline.isOver())
-            return kTimedOut;
-        if (const auto code = sendOnce(request, hop))
-            return code;
-        if (!WinHttpReceiveResponse(request.get(), nullptr)) {
-            const DWORD error = GetLastError();
-            if (error == ERROR_WINHTTP_RESEND_REQUEST)
-                continue;
+        if (const DWORD error = request.send(hop.headers != nullptr ? *hop.headers : kNoHeaders,
+                                             hop.body != nullptr ? *hop.body : kNoBody))
+            return transferCode(error, kSendFailed);
+        const DWORD error = request.receiveResponse();
+        if (error == ERROR_WINHTTP_RESEND_REQUEST)
+            continue;
+        if (error != 0)
             return transferCode(error, kReceiveFailed);
-        }
-        const auto status = numberHeader(request, WINHTTP_QUERY_STATUS_CODE);
+        const auto status = numberHeader(request.get(), WINHTTP_QUERY_STATUS_CODE);
         if (!status)
             return kReceiveFailed;
         response.status = static_cast<std::int32_t>(*status);
-        if (*status != kStatusProxyAuthentication || answered || !answerProxy(request, hop))
+        if (response.status != kStatusProxyAuthentication || answered || !answerProxy(request.get(), hop))
             return kOk;
         answered = true;
     }
-    return kOk;
+    return kReceiveFailed;
 }
 
-TransferCode readBody(const WinHttpHandle& request, const Deadline& deadline, std::string& body) {
-    for (;;) {
-        if (deadline.isOver())
-            return kTimedOut;
-        setOption(request, WINHTTP_OPTION_RECEIVE_TIMEOUT, static_cast<DWORD>(deadline.remaining()));
-        DWORD available = 0;
-        if (!WinHttpQueryDataAvailable(request.get(), &available))
-            return transferCode(GetLastError(), kReceiveFailed);
-        if (available == 0)
-            break;
-        const std::size_t had = body.size();
-        if (available > kLargestBody - had)
+TransferCode readBody(AsyncRequest& request, Response& response) {
+    std::string& body = response.body;
+    for (std::size_t had = 0;; had = body.size()) {
+        if (const DWORD error = request.readPart(body))
+            return transferCode(error, kReceiveFailed);
+        if (body.size() > kLargestBody)
             return kBodyTooLarge;
-        body.resize(had + available);
-        DWORD got = 0;
-        if (!WinHttpReadData(request.get(), body.data() + had, available, &got))
-            return transferCode(GetLastError(), kReceiveFailed);
-        body.resize(had + got);
-        if (got == 0)
+        if (body.size() == had)
             break;
     }
     // A connection that ends too early looks like the end of the body otherwise.
-    const auto announced = numberHeader(request, WINHTTP_QUERY_CONTENT_LENGTH);
-    return announced && body.size() < *announced ? kPartialBody : kOk;
+    const bool hasBody = response.status != kStatusNoContent && response.status != kStatusNotModified;
+    const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
+    return hasBody && announced && body.size() < *announced ? kPartialBody : kOk;
+}
+
+bool isRedirect(std::int32_t status) {
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
 TransferCode run(const Session& session, const Hop& hop, const Deadline& deadline, HopReply& reply) {
@@ -167,15 +146,19 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
     const WinHttpHandle connection(WinHttpConnect(session->get(), address.host.c_str(), address.port, 0));
     if (!connection)
         return transferCode(GetLastError(), kCannotConnect);
-    const WinHttpHandle request(WinHttpOpenRequest(
-        connection.get(), hop.post ? L"POST" : L"GET", address.pathAndQuery.c_str(), nullptr,
-        WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, address.secure ? WINHTTP_FLAG_SECURE : 0));
-    if (!request || !configure(request, hop, deadline))
+    AsyncRequest request(WinHttpHandle(WinHttpOpenRequest(connection.get(), hop.post ? L"POST" : L"GET",
+                                                          address.pathAndQuery.c_str(), nullptr,
+                                                          WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+                                                          address.secure ? WINHTTP_FLAG_SECURE : 0)),
+                         deadline);
+    if (!request.isValid() || !configure(request.get(), hop, deadline))
         return transferCode(GetLastError(), kInitFailed);
-    if (const auto code = sendAndReceive(request, hop, deadline, reply.response))
+    if (const auto code = sendAndReceive(request, hop, reply.response))
         return code;
-    reply.location = locationHeader(request);
-    return readBody(request, deadline, reply.response.body);
+    if (isRedirect(reply.response.status))
+        reply.location = locationHeader(request.get());
+    // What a redirect has to say beside its target is of no use.
+    return reply.location.empty() ? readBody(request, reply.response) : kOk;
 }
 
 } // namespace

@@ -22,7 +22,7 @@ struct Hop {
 /// The reply to a hop.
 struct HopReply {
     Response response;
-    std::wstring location; ///< Where a redirect leads to, as the server wrote it; empty when it does not say.
+    std::wstring location; ///< Where to go on, as the server wrote it; empty for all but a redirect.
 };
 
 /// \brief Sends one request and reads the whole reply.

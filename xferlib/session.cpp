@@ -10,7 +10,8 @@ namespace {
 class SessionCache {
 public:
     ~SessionCache() {
-        // WinHTTP may be gone already when the process ends; the system closes everything then.
+        // WinHTTP may be gone already when the process ends; the system closes everything then. When the
+        // library is merely unloaded, no request is open any more, and closing the session waits for nobody.
         if (session_ && win32::isProcessEnding())
             new Session(std::move(session_));
     }
@@ -26,11 +27,11 @@ public:
 
 private:
     static Session make(const std::wstring& proxy) {
-        win32::WinHttpHandle handle(proxy.empty()
-                                        ? WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_NO_PROXY,
-                                                      WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0)
-                                        : WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_NAMED_PROXY,
-                                                      proxy.c_str(), WINHTTP_NO_PROXY_BYPASS, 0));
+        win32::WinHttpHandle handle(
+            proxy.empty() ? WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_NO_PROXY, WINHTTP_NO_PROXY_NAME,
+                                        WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC)
+                          : WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_NAMED_PROXY, proxy.c_str(),
+                                        WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC));
         if (!handle)
             return nullptr;
         // Older systems leave TLS 1.2 off by default, and do not know TLS 1.3.

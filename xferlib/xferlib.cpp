@@ -4,6 +4,9 @@
 #include "xferlib/exchange.h"
 #include "xferlib/transfer_code.h"
 
+#include <algorithm>
+#include <climits>
+
 #include <shlwapi.h>
 
 namespace xferlib {
@@ -14,10 +17,6 @@ constexpr std::int32_t kHighestPort = 65535;
 
 int milliseconds(std::int32_t seconds) {
     return static_cast<int>(std::min<long long>(seconds * 1000LL, INT_MAX));
-}
-
-bool isRedirect(std::int32_t status) {
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
 /// "host:port" for WinHTTP; empty when the request names no proxy.
@@ -86,7 +85,7 @@ Response attempt(const Request& request, const std::wstring& headers, const Dead
                                                                 : deadline.remaining()};
     for (std::int32_t redirects = 0;; ++redirects) {
         HopReply reply = exchange(session, hop, deadline);
-        if (reply.response.code != kOk || !isRedirect(reply.response.status) || reply.location.empty())
+        if (reply.response.code != kOk || reply.location.empty())
             return reply.response;
         reply.response.code = redirects < request.redirectLimit ? follow(reply, hop) : kTooManyRedirects;
         if (reply.response.code != kOk)

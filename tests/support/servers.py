@@ -73,6 +73,8 @@ def answer(request, handler):
         return None
     if what == "silent":
         return write_slowly(handler, [b""] * 20)
+    if what == "headtrickle":
+        return write_slowly(handler, [b"HTTP/1.1 200 OK\r\nX-Slow: "] + [b"x"] * 20)
     if what == "trickle":
         return write_slowly(handler, [b"HTTP/1.1 200 OK\r\nContent-Length: 20\r\n\r\n"] + [b"x"] * 20)
     return Reply(body=f"{request.method} {request.host} {request.path} {request.headers.get('Content-Type')} "

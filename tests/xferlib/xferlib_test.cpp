@@ -73,11 +73,11 @@ TEST(Xferlib, Addresses) {
     EXPECT_EQ(outcome(get("")), "3/0/");
     EXPECT_EQ(outcome(get("ftp://127.0.0.1/")), "1/0/");
     EXPECT_EQ(outcome(get("http:///x")), "3/0/");
-    EXPECT_EQ(outcome(get("http://nowhere.example/")), "6/0/");
+    EXPECT_EQ(outcome(get("http://no..where/")), "6/0/");
     EXPECT_EQ(outcome(get("http://127.0.0.1:" + port("CLOSED") + "/")), "7/0/");
     Request request = throughProxy("http://some.example:81/echo", "CLOSED");
     EXPECT_EQ(outcome(request), "7/0/");
-    request.proxyHost = "nowhere.example";
+    request.proxyHost = "no..where";
     EXPECT_EQ(outcome(request), "5/0/");
     for (const int bad : {-1, 0, 65536}) {
         request.proxyPort = bad;
@@ -101,7 +101,7 @@ TEST(Xferlib, PostAndWhatRedirectsMakeOfIt) {
 }
 
 TEST(Xferlib, ServersThatTakeTooLong) {
-    for (const char* path : {"/silent", "/trickle"}) {
+    for (const char* path : {"/silent", "/headtrickle", "/trickle"}) {
         Request request = get(url(path));
         request.timeoutSeconds = 1;
         EXPECT_EQ(xferlib::fetch(request).code, 28) << path;

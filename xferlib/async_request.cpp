@@ -1,0 +1,120 @@
+#include "xferlib/async_request.h"
+
+#include "win32/process.h"
+
+namespace xferlib {
+namespace {
+
+constexpr DWORD kReadSize = 64 * 1024;
+constexpr DWORD kCloseTime = 1000; // milliseconds
+
+win32::KernelHandle makeEvent() {
+    return win32::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+}
+
+} // namespace
+
+/// What WinHTTP's threads use. A reference to it hangs on the request handle until the handle is gone.
+struct AsyncRequest::State {
+    win32::KernelHandle stepOver = makeEvent();
+    win32::KernelHandle closed = makeEvent();
+    DWORD error = 0;
+    DWORD count = 0;
+    std::wstring headers;
+    std::string sent;
+    std::string received;
+};
+
+AsyncRequest::AsyncRequest(win32::WinHttpHandle request, const Deadline& deadline)
+    : deadline_(deadline), request_(std::move(request)) {
+    if (!request_)
+        return;
+    auto state = std::make_shared<State>();
+    auto reference = std::make_unique<std::shared_ptr<State>>(state);
+    context_ = reinterpret_cast<DWORD_PTR>(reference.get());
+    if (!state->stepOver || !state->closed ||
+        WinHttpSetStatusCallback(request_.get(), onStatus,
+                                 WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES,
+                                 0) == WINHTTP_INVALID_STATUS_CALLBACK)
+        return;
+    if (!WinHttpSetOption(request_.get(), WINHTTP_OPTION_CONTEXT_VALUE, &context_, sizeof context_))
+        return;
+    static_cast<void>(reference.release()); // deleted when the handle is gone
+    state_ = std::move(state);
+}
+
+AsyncRequest::~AsyncRequest() {
+    request_.reset();
+    // Once the handle is gone nothing calls back, and the library may be unloaded. Should WinHTTP hold on to it,
+    // the library has to stay.
+    if (state_ != nullptr && WaitForSingleObject(state_->closed.get(), kCloseTime) != WAIT_OBJECT_0)
+        win32::pinModule();
+}
+
+DWORD AsyncRequest::send(const std::wstring& headers, const std::string& body) {
+    State& state = *state_;
+    state.headers = headers;
+    state.sent = body;
+    return wait([&] {
+        const auto size = static_cast<DWORD>(state.sent.size());
+        return WinHttpSendRequest(
+            get(), headers.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : state.headers.c_str(),
+            static_cast<DWORD>(state.headers.size()), size != 0 ? state.sent.data() : WINHTTP_NO_REQUEST_DATA,
+            size, size, context_);
+    });
+}
+
+DWORD AsyncRequest::receiveResponse() {
+    return wait([&] { return WinHttpReceiveResponse(get(), nullptr); });
+}
+
+DWORD AsyncRequest::readPart(std::string& body) {
+    State& state = *state_;
+    state.received.resize(kReadSize);
+    const DWORD error =
+        wait([&] { return WinHttpReadData(get(), state.received.data(), kReadSize, nullptr); });
+    if (error == 0)
+        body.append(state.received, 0, state.count);
+    return error;
+}
+
+/// Makes the call that starts a step, and waits for the step's end.
+template <class Call>
+DWORD AsyncRequest::wait(Call call) {
+    State& state = *state_;
+    state.error = state.count = 0;
+    if (deadline_.isOver())
+        return ERROR_WINHTTP_TIMEOUT;
+    if (!call())
+        return GetLastError();
+    const DWORD over = WaitForSingleObject(state.stepOver.get(), static_cast<DWORD>(deadline_.remaining()));
+    return over == WAIT_OBJECT_0 ? state.error : ERROR_WINHTTP_TIMEOUT;
+}
+
+void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status, void* information,
+                                     DWORD length) {
+    if (context == 0)
+        return;
+    auto* reference = reinterpret_cast<std::shared_ptr<State>*>(context);
+    State& state = **reference;
+    switch (status) {
+    case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
+    case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
+        break;
+    case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
+        state.count = length;
+        break;
+    case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
+        state.error = static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError;
+        break;
+    case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
+        SetEvent(state.closed.get());
+        delete reference;
+        return;
+    default:
+        return;
+    }
+    SetEvent(state.stepOver.get());
+}
+
+} // namespace xferlib

@@ -3,12 +3,16 @@
 namespace CoreLog {
 namespace {
 
-/// Holds a one-byte lock far behind the end of the file, where it keeps nobody from reading.
+constexpr ULONGLONG kLockTime = 2000; // milliseconds
+
+/// Holds a one-byte lock far behind the end of the file, where it keeps nobody from reading. It is asked for
+/// again and again for a while only: a process that never lets go of it must not bring all others to a halt.
 class FileLock {
 public:
     explicit FileLock(HANDLE file) : file_(file) {
-        OVERLAPPED place = lockPlace();
-        held_ = LockFileEx(file_, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &place) != FALSE;
+        const ULONGLONG begin = GetTickCount64();
+        while (!(held_ = tryLock()) && GetTickCount64() - begin < kLockTime)
+            Sleep(1);
     }
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
@@ -20,6 +24,12 @@ public:
     explicit operator bool() const { return held_; }
 
 private:
+    bool tryLock() const {
+        OVERLAPPED place = lockPlace();
+        return LockFileEx(file_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) !=
+               FALSE;
+    }
+
     static OVERLAPPED lockPlace() {
         OVERLAPPED place{};
         place.OffsetHigh = 0x7FFFFFFF;
@@ -45,10 +55,9 @@ void LogFile::append(std::string_view bytes) const {
     LARGE_INTEGER size;
     if (!lock || !GetFileSizeEx(file_.get(), &size))
         return;
-    if (size.QuadPart > 0 && size.QuadPart + static_cast<std::int64_t>(bytes.size()) > kLargestLog) {
-        handOver();
+    const std::int64_t newSize = size.QuadPart + static_cast<std::int64_t>(bytes.size());
+    if (size.QuadPart > 0 && newSize > kLargestLog && handOver(newSize > 2 * kLargestLog))
         size.QuadPart = 0;
-    }
     OVERLAPPED end{};
     end.Offset = size.LowPart;
     end.OffsetHigh = static_cast<DWORD>(size.HighPart);
@@ -56,11 +65,11 @@ void LogFile::append(std::string_view bytes) const {
     WriteFile(file_.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, &end);
 }
 
-void LogFile::handOver() const {
-    // The bound holds even when the copy cannot be made, as on a full disk.
-    CopyFileW(path_.c_str(), (path_ + L".1").c_str(), FALSE);
-    SetFilePointerEx(file_.get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN);
-    SetEndOfFile(file_.get());
+/// \return Whether the file was emptied: without a copy only when that `must` be.
+bool LogFile::handOver(bool must) const {
+    if (!CopyFileW(path_.c_str(), (path_ + L".1").c_str(), FALSE) && !must)
+        return false;
+    return SetFilePointerEx(file_.get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN) && SetEndOfFile(file_.get());
 }
 
 } // namespace CoreLog

@@ -16,9 +16,14 @@ std::string formatLine(const LineParts& parts) {
     std::string line = stamp;
     line += text::lineEscape(parts.tag);
     line.append(1, ' ').append(fileName).append(1, ':').append(std::to_string(parts.line)).append(1, ' ');
-    line += text::lineEscape(parts.text.substr(0, kLongestText));
-    if (parts.text.size() > kLongestText)
-        line += " [cut]";
+    if (parts.text.size() <= kLongestText) {
+        line += text::lineEscape(parts.text);
+    } else {
+        std::size_t end = kLongestText;
+        while (end > 0 && (static_cast<unsigned char>(parts.text[end]) & 0xC0) == 0x80)
+            --end; // not in the middle of a character
+        line += text::lineEscape(parts.text.substr(0, end)) + " [cut]";
+    }
     line += '\n';
     return line;
 }

@@ -30,6 +30,8 @@ public:
         return *this;
     }
 
+    CLogMsgMultibyte& operator<<(char character) { return *this << std::string_view(&character, 1); }
+
     CLogMsgMultibyte& operator<<(std::integral auto number) {
         return logger_ != nullptr ? *this << std::string_view(std::to_string(number)) : *this;
     }

@@ -11,7 +11,7 @@
 namespace CoreLog {
 namespace {
 
-constexpr char kDefaultLevel[] = "3";
+constexpr std::int32_t kDefaultLevel = 3;
 
 struct Settings {
     std::mutex mutex;
@@ -39,14 +39,18 @@ public:
         if (error == 0) {
             fs::CConfig config(pathWithoutExtension + L".cfg");
             config.load(); // without a file the default holds
-            threshold_ = std::atoi(config.getValue("Level", kDefaultLevel).c_str());
+            const std::string level = config.getValue("Level", {});
+            char* end = nullptr;
+            const long number = std::strtol(level.c_str(), &end, 10);
+            if (end != level.c_str())
+                threshold_ = number;
         }
         return error;
     }
 
 private:
     LogFile file_;
-    std::int32_t threshold_ = 0;
+    std::int32_t threshold_ = kDefaultLevel;
 };
 
 } // namespace

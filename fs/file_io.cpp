@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <memory>
 
 namespace fs {
@@ -39,9 +40,11 @@ int readFile(const std::wstring& path, std::string& contents) {
     const long long size = _ftelli64(stream.get());
     if (size < 0 || _fseeki64(stream.get(), 0, SEEK_SET) != 0)
         return EIO;
-    if (static_cast<unsigned long long>(size) > contents.max_size())
-        return EFBIG;
-    contents.resize(static_cast<std::size_t>(size));
+    try {
+        contents.resize(static_cast<std::size_t>(size));
+    } catch (const std::exception&) {
+        return ENOMEM;
+    }
     const std::size_t got = std::fread(contents.data(), 1, contents.size(), stream.get());
     if (std::ferror(stream.get()) != 0)
         return EIO;

@@ -39,8 +39,8 @@ extern "C" {
 /**
  * Sends a usage event.
  *
- * Works on the calling thread and blocks until the exchange is over: up to 15 seconds, twice that when the
- * host answers with an error and is asked again, and up to 15 seconds more while the country is not known.
+ * Works on the calling thread and blocks until the exchange is over: up to 16 seconds, twice that when the
+ * host answers with an error and is asked again, and up to 16 seconds more while the country is not known.
  * Do not call it from a thread that serves a window.
  *
  * \return Always 0. Whether the event arrived is told in the log only.
@@ -68,6 +68,9 @@ ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* so
  * exclude each other: a query waits while another thread is in startDownloadFile() or stopDownloadFile().
  * Queries return 0 (32-bit unsigned), or ZELSYSHELPER_NO_DOWNLOAD before the first start and after a stop; they
  * write nothing then. After a download has ended it can be queried until the next start or stop.
+ *
+ * Call stopDownloadFile() before FreeLibrary(). Without it the library stays loaded until the download has
+ * ended. When the process ends, a running download ends with it and leaves the part that came.
  */
 /**@{*/
 
@@ -79,12 +82,14 @@ ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* so
  * mean that the body ended before its announced length.
  */
 /**@{*/
-#define ZELSYSHELPER_STAGE_RUNNING 10u   /**< Start refused: a download is running. */
-#define ZELSYSHELPER_STAGE_NO_URL 20u    /**< Start refused: the URL is null. */
-#define ZELSYSHELPER_STAGE_READY 40u     /**< The worker's event is missing or could not be reset. */
-#define ZELSYSHELPER_STAGE_THREAD 50u    /**< The worker could not be started (87, 170, 10), or lacked memory (8). */
-#define ZELSYSHELPER_STAGE_NO_LENGTH 60u /**< The server does not tell a length: such files are not downloaded. */
-#define ZELSYSHELPER_STAGE_FILE 70u      /**< The file could not be made; the error is Windows' own. */
+#define ZELSYSHELPER_STAGE_RUNNING 10u /**< Start refused: a download is running. */
+#define ZELSYSHELPER_STAGE_NO_URL 20u  /**< Start refused: the URL is null. */
+#define ZELSYSHELPER_STAGE_READY 40u   /**< The worker's event is missing or could not be reset. */
+#define ZELSYSHELPER_STAGE_THREAD                                                                            \
+    50u /**< The worker could not be started (87, 170, 10), or lacked memory (8). */
+#define ZELSYSHELPER_STAGE_NO_LENGTH                                                                         \
+    60u                             /**< The server does not tell a length: such files are not downloaded. */
+#define ZELSYSHELPER_STAGE_FILE 70u /**< The file could not be made; the error is Windows' own. */
 /**@}*/
 
 /**
@@ -155,11 +160,11 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
 
 /** \name Property files
  *
- * A property file is a text file with one key=value per line. Keys are case-sensitive, nothing is trimmed and
- * nothing is escaped: a key must hold no "=" and no line feed, a value no line feed. Each call reads the
- * whole file, so that changes by other processes are seen. Paths may be longer than 260 characters with the
- * prefix
- * "\\?\".
+ * A property file is a text file with one key=value per line. Keys are case-sensitive and nothing is trimmed.
+ * Nothing is escaped either: a line feed in a key or a value begins another entry, which can take the place of
+ * one of that name, and an "=" in a key ends the key. Do not pass such texts. Carriage returns are not kept.
+ * Each call reads the whole file, so that changes by other processes are seen. Paths may be longer than 260
+ * characters with the prefix "\\?\".
  */
 /**@{*/
 
@@ -178,11 +183,11 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
  * \param file     The file's path.
  * \param key      The key.
  * \param buffer   Receives the value and a terminating zero. Untouched unless the result is 0.
- * \param capacity Size of the buffer in characters. It must be larger than the value's length by two at
- * least: a value that does not leave one spare character is not copied, and this is not reported. Set the
- * first character to zero before the call to find out. \return 0 (32-bit unsigned) when the key is there,
- * otherwise ZELSYSHELPER_NO_KEY, ZELSYSHELPER_NO_FILE or ZELSYSHELPER_FILE_FAILED. A stored value that is not
- * valid UTF-8 reads as empty.
+ * \param capacity Size of the buffer in characters. It must be larger than the value's length by two at least:
+ *                 a value that does not leave one spare character is not copied, and this is not reported.
+ *                 Set the first character to zero before the call to find out.
+ * \return 0 (32-bit unsigned) when the key is there, otherwise ZELSYSHELPER_NO_KEY, ZELSYSHELPER_NO_FILE or
+ *         ZELSYSHELPER_FILE_FAILED. A stored value that is not valid UTF-8 reads as empty.
  */
 ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const char* key, wchar_t* buffer,
                                                    uint32_t capacity);
@@ -191,8 +196,9 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  * Sets one value. The file is made when it is missing, not its folder.
  *
  * The file is read again and written whole: keys in ascending order, lines that are no key=value are dropped.
- * Two calls for one file at the same moment, also from different processes, can lose one of the two changes.
- * If the file exists but cannot be read, its other keys are lost.
+ * It is emptied and written in place: two calls for one file at the very same moment, also from different
+ * processes, can lose one of the two changes or even all other keys. If the file exists but cannot be read,
+ * its other keys are lost. A hidden file can be read but not written.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 when the file could be read before the change, else 0. This does not tell whether the change was

@@ -3,14 +3,13 @@
 set -euo pipefail
 
 packages=(
-    ca-certificates
     clang-format
     cmake
-    file
     g++
     g++-mingw-w64-x86-64-posix
     git
     googletest
+    libgnutls30
     ninja-build
     openssl
     python3
@@ -34,7 +33,6 @@ if [ "$(id -u)" -ne 0 ]; then
     fi
     as_root=(sudo)
 fi
-export DEBIAN_FRONTEND=noninteractive
 "${as_root[@]}" apt-get update -qq
-"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 echo "bootstrap: done"

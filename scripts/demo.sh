@@ -5,6 +5,7 @@ cd "$(dirname "$0")/.."
 
 scripts/build.sh
 source scripts/wine.sh
+unset WINEPREFIX # the demo trusts an authority of its own, which no lasting prefix should
 trap wine_stop EXIT
 trap 'exit 130' INT TERM
 wine_start

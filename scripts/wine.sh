@@ -14,22 +14,29 @@ export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 export LC_ALL=C.UTF-8
 unset DISPLAY
 
+wine_started=
+wine_temporary=
+
 wine_start() {
-    wine_temporary=
     if [ -z "${WINEPREFIX:-}" ]; then
         wine_temporary=$(mktemp -d)
         export WINEPREFIX=$wine_temporary/prefix
     fi
-    if [ ! -f "$WINEPREFIX/system.reg" ]; then
-        "$WINE" wineboot.exe -i >/dev/null 2>&1
+    wine_started=yes
+    if [ ! -f "$WINEPREFIX/system.reg" ] && ! timeout 180 "$WINE" wineboot.exe -i >/dev/null 2>&1; then
+        echo "wine.sh: no Wine prefix could be made in $WINEPREFIX" >&2
+        return 1
     fi
     # Starting Wine's server costs seconds; a sleeping program keeps it up between two others.
     "$WINE" cmd.exe /c "ping -n 100000 127.0.0.1" >/dev/null 2>&1 &
 }
 
 wine_stop() {
-    "$(dirname "$WINE")/wineserver64" -k >/dev/null 2>&1 || true
-    wait 2>/dev/null || true
+    # Without a start, the server of the user's own prefix would be the one that is ended here.
+    if [ -n "$wine_started" ]; then
+        "$(dirname "$WINE")/wineserver64" -k >/dev/null 2>&1 || true
+        wait 2>/dev/null || true
+    fi
     if [ -n "$wine_temporary" ]; then
         # The server keeps its socket outside the prefix, in a folder whose name it leaves there.
         local socket_folder

@@ -41,10 +41,7 @@ std::size_t codePageToUtf16(std::string_view narrow, unsigned codePage, std::wst
     const int length = MultiByteToWideChar(codePage, 0, narrow.data(), inputSize, nullptr, 0);
     if (length <= 0)
         return 0;
-    const auto needed = static_cast<std::size_t>(length);
-    if (needed > wide.capacity())
-        wide.reserve(std::max(needed, wide.capacity() + wide.capacity() / 2));
-    wide.resize(needed);
+    wide.resize(static_cast<std::size_t>(length)); // grows its capacity by half at least
     if (MultiByteToWideChar(codePage, 0, narrow.data(), inputSize, wide.data(), length) <= 0)
         wide.clear();
     return wide.size();

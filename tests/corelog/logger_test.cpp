@@ -52,7 +52,7 @@ protected:
 TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
     const std::map<std::string, int> linesByLevel = {{"", 1},          {"Level=7\n", 3},
                                                      {"Level=6\n", 2}, {"Level=2\n", 0},
-                                                     {"level=7\n", 1}, {"Level=nonsense\n", 0}};
+                                                     {"level=7\n", 1}, {"Level=nonsense\n", 1}};
     for (const auto& [settings, lines] : linesByLevel) {
         clear();
         if (!settings.empty())
@@ -62,8 +62,7 @@ TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
     }
     clear();
     logAllLevels();
-    EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3" + std::to_string(' ') + "-1\n"))
-        << readBytes(base + L".log");
+    EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n"));
 }
 
 TEST_F(Logger, FileThatCannotBeOpenedIsAnErrorAndNothingMore) {

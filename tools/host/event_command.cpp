@@ -47,7 +47,7 @@ int run(const Library& library, const Arguments& arguments) {
     else
         library.sendAppEvent(value(0), value(1), value(2), value(3), value(4), value(5), value(6), value(7),
                              value(11), value(12));
-    print(L"Sent; whether it arrived is told in the log (logs\\Quenlith.log below %APPDATA%, \"Level\" 7).");
+    print(L"Done; whether it arrived is told in the log (logs\\Quenlith.log below %APPDATA%, \"Level\" 7).");
     return kDone;
 }
 

@@ -17,7 +17,11 @@ void printHelp() {
 
 int run(Arguments arguments) {
     std::wstring dll = L"zelsyshelper.dll";
-    if (arguments.size() >= 2 && arguments[0] == L"--dll") {
+    if (!arguments.empty() && arguments[0] == L"--dll") {
+        if (arguments.size() < 2) {
+            complain(L"--dll wants a name or a path");
+            return kUsage;
+        }
         dll = arguments[1];
         arguments.erase(arguments.begin(), arguments.begin() + 2);
     }
@@ -28,6 +32,10 @@ int run(Arguments arguments) {
     for (const Command* command : kCommands) {
         if (arguments[0] != command->name)
             continue;
+        if (arguments.size() == 2 && arguments[1] == L"--help") {
+            print(command->usage);
+            return kDone;
+        }
         Library library;
         if (const std::wstring problem = library.load(dll); !problem.empty()) {
             complain(problem);

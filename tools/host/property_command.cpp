@@ -36,6 +36,10 @@ int get(const Library& library, const Arguments& arguments) {
 }
 
 int set(const Library& library, const Arguments& arguments) {
+    if ((arguments[1] + arguments[2]).find_first_of(L"\r\n") != std::wstring::npos) {
+        complain(L"a property file cannot hold line breaks in keys and values");
+        return kUsage;
+    }
     const std::string key = toUtf8(arguments[1]);
     library.setValueInPropertyFile(arguments[0].c_str(), key.c_str(), arguments[2].c_str());
     // The result does not tell whether the value was written, so look.
@@ -53,9 +57,13 @@ int set(const Library& library, const Arguments& arguments) {
 
 int integer(const Library& library, const Arguments& arguments) {
     const std::string key = toUtf8(arguments[1]);
-    print(std::to_wstring(
-        static_cast<std::int32_t>(library.getIntFromPropertyFile(arguments[0].c_str(), key.c_str()))));
-    return kDone;
+    const auto number =
+        static_cast<std::int32_t>(library.getIntFromPropertyFile(arguments[0].c_str(), key.c_str()));
+    print(std::to_wstring(number));
+    // The library cannot tell these from stored numbers; asking for the text can.
+    wchar_t unused = 0;
+    const auto status = library.getValueFromPropertyFile(arguments[0].c_str(), key.c_str(), &unused, 1);
+    return status == 0 ? kDone : explain(status, arguments[0], arguments[1]);
 }
 
 int filled(const Library& library, const Arguments& arguments) {

@@ -16,7 +16,8 @@ def show(*arguments):
     print("$ zelsyshelper-host " + " ".join(f'"{a}"' if " " in a else a for a in arguments))
     result = prefix.host(*arguments)
     print(result.stdout + result.stderr, end="")
-    return result.returncode
+    if result.returncode != 0:
+        raise SystemExit(f"demo: the command failed with exit code {result.returncode}")
 
 
 def answer(request, _handler):

@@ -32,7 +32,8 @@ public:
 
     /// \brief Sends one more event with the settings and values of the last call.
     /// \param synchronous True posts on this thread and returns when the exchange is over; false posts on a
-    /// new thread. \param eventNumber The event's number; 0 takes the next one of the counter.
+    /// new thread.
+    /// \param eventNumber The event's number; 0 takes the next one of the counter.
     void sendEvent(const TEvent& event, bool synchronous, std::uint32_t eventNumber);
 
 private:

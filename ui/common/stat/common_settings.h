@@ -26,7 +26,7 @@ TProxySettings proxySettings(const fs::CConfig& section);
 ///
 /// When `section` does not hold it, the country-lookup host is asked, through the proxy that `section` names.
 /// A reply is kept in `section`, in memory only; without one the result is empty and the next call asks
-/// again. Blocks for up to 15 seconds then.
+/// again. Blocks for up to 16 seconds then.
 std::string location(fs::CConfig& section);
 
 } // namespace stats

@@ -1,0 +1,101 @@
+#include "ui/common/stat/app_event_stat.h"
+
+#include "corelog/logger.h"
+#include "support/seam.h"
+#include "text/escape.h"
+
+#include <mutex>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <winhttp.h>
+
+ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpSendRequest)
+
+namespace {
+
+/// Takes the bodies that would be posted, and lets every post fail.
+class EventSender : public testing::Test {
+protected:
+    EventSender() {
+        CoreLog::setSettingsName("no\\such\\folder"); // logging would take most of the time
+        WinHttpSendRequestSeam::fake = [this](HINTERNET, LPCWSTR, DWORD, void* body, DWORD size, DWORD,
+                                              DWORD_PTR) {
+            const std::lock_guard guard(mutex);
+            bodies.emplace_back(static_cast<const char*>(body), size);
+            SetLastError(ERROR_WINHTTP_CANNOT_CONNECT);
+            return FALSE;
+        };
+    }
+    ~EventSender() override { WinHttpSendRequestSeam::restore(); }
+
+    /// What is posted for an event with the same text in all fields.
+    static std::string posted(const std::string& text, std::uint32_t number) {
+        stats::CEventRecord record;
+        record.store(values(text));
+        record.store({text, text, text, text}, number, false);
+        return "data=" + text::percentEncode(record.body());
+    }
+
+    static stats::TApplicationValues values(const std::string& text) {
+        return {text, text, text, text, text, text, text, text, text, text};
+    }
+
+    std::mutex mutex;
+    std::vector<std::string> bodies;
+    stats::CAppEventStat sender;
+};
+
+TEST_F(EventSender, CountsWithinACall) {
+    sender.sendEvent({}, true, 0);
+    EXPECT_EQ(bodies.size(), 0u) << "nobody has enabled it yet";
+    for (int call = 0; call < 2; ++call) {
+        sender.sendFirst({.enabled = true}, values("a"), {"a", "a", "a", "a"});
+        sender.sendEvent({"a", "a", "a", "a"}, true, 0);
+        sender.sendEvent({"a", "a", "a", "a"}, true, 70);
+        sender.sendEvent({"a", "a", "a", "a"}, false, 0);
+        for (int wait = 0; wait < 1000 && WinHttpSendRequestSeam::calls < 4 * (call + 1); ++wait)
+            Sleep(10);
+        const std::lock_guard guard(mutex);
+        EXPECT_EQ(bodies, (std::vector{posted("a", 1), posted("a", 2), posted("a", 70), posted("a", 3)}));
+        bodies.clear();
+    }
+}
+
+TEST_F(EventSender, CallsOfSeveralThreadsNeverMix) {
+    std::set<std::string> expected;
+    std::vector<std::thread> threads;
+    for (const char* name : {"a", "b", "c", "d"}) {
+        const std::string text(3000, *name); // long enough for two of them to meet
+        expected.insert(posted(text, 1));
+        threads.emplace_back([this, text] {
+            for (int i = 0; i < 200; ++i)
+                sender.sendFirst({.enabled = true}, values(text), {text, text, text, text});
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(bodies.size(), 800u);
+    EXPECT_EQ(std::set(bodies.begin(), bodies.end()), expected);
+}
+
+TEST(ProxySettings, KeysAndDefaults) {
+    fs::CConfig section;
+    const auto proxy = [&] {
+        const auto p = stats::proxySettings(section);
+        return p.host + ":" + std::to_string(p.port) + ":" + p.user + ":" + p.password;
+    };
+    section.setValue("ProxyAddress", "host");
+    section.setValue("ProxyUser", "user");
+    section.setValue("ProxyPw", "password");
+    EXPECT_EQ(proxy(), ":80::") << "type 0 is no proxy, whatever else is stored";
+    section.setValue("ProxyType", "2");
+    EXPECT_EQ(proxy(), "host:80:user:password");
+    section.setValue("ProxyPort", "8080");
+    EXPECT_EQ(proxy(), "host:8080:user:password");
+}
+
+} // namespace

@@ -50,6 +50,8 @@ CHttpDownloadFile::~CHttpDownloadFile() {
 
 std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::optional<std::wstring>& url,
                                        const std::wstring& targetFolder) {
+    if (running_.get() && result_.get().completed)
+        thread_.waitFinished(); // it has told its end, and is about to leave
     if (running_.get()) {
         record(0, kJobStageRunning);
         return 0;
@@ -57,7 +59,7 @@ std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::o
     result_.set({});
     if (!url)
         return refuse(0, kJobStageNoUrl);
-    thread_.wait(INFINITE); // the last worker, which is done but may have some instructions left
+    thread_.waitFinished();
     url_ = trimmed(*url);
     targetFolder_ = trimmed(targetFolder);
     probe_.setProxy(proxy);
@@ -81,15 +83,19 @@ std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::o
 bool CHttpDownloadFile::stop() {
     stopping_.set(true);
     const DWORD begin = GetTickCount();
-    DWORD waited = 0;
-    do {
-        // A request that was just about to begin forgets that it was cancelled, hence more than once.
-        probe_.Cancel();
-        transfer_.Cancel();
-        waited = GetTickCount() - begin;
-    } while (WaitForSingleObject(done_.get(), kCancelInterval) != WAIT_OBJECT_0 && waited < kStopTime);
-    return WaitForSingleObject(done_.get(), 0) == WAIT_OBJECT_0 &&
-           thread_.wait(kStopTime - std::min<DWORD>(waited, kStopTime));
+    DWORD over = WAIT_TIMEOUT;
+    while (over == WAIT_TIMEOUT && GetTickCount() - begin < kStopTime) {
+        // A request that is just about to begin forgets that it was cancelled, hence more than once.
+        probe_.askToCancel();
+        transfer_.askToCancel();
+        over = WaitForSingleObject(done_.get(), kCancelInterval);
+    }
+    if (over == WAIT_TIMEOUT)
+        return false;
+    // The worker has some instructions left that use this object. Its thread is not waited for: that would need
+    // the loader's lock, which belongs to the caller while the library is being unloaded.
+    thread_.waitFinished();
+    return true;
 }
 
 std::uint32_t CHttpDownloadFile::progress() const {

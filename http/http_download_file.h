@@ -58,7 +58,7 @@ public:
                         const std::wstring& targetFolder);
 
     /// \brief Cancels the download and waits for its worker, at most 15 seconds.
-    /// \return Whether the worker is gone; until then the object must not be destroyed.
+    /// \return Whether the worker is done; until then the object must not be destroyed.
     bool stop();
 
     SResultData result() const { return result_.get(); }

@@ -9,6 +9,7 @@ namespace http {
 namespace {
 
 constexpr wchar_t kUserAgent[] = L"Mozilla/5.0 (Windows NT 6.1; rv:13.0) Gecko/20100101 Firefox/13.0.1";
+constexpr DWORD kCancelInterval = 50; // milliseconds
 constexpr INTERNET_PORT kHttpPort = 80, kHttpsPort = 443;
 
 /// Whether a failure at this stage also sets the mark in the error record. The selection has no system;
@@ -59,10 +60,16 @@ void CHttpRequest::Execute(TResult& result, const std::wstring& url, const std::
     finish();
 }
 
-std::uint32_t CHttpRequest::Cancel() {
+void CHttpRequest::askToCancel() {
     cancelled_.set(true);
     closeHandles(); // wakes a call of WinHTTP that blocks the exchange
-    WaitForSingleObject(idle_.get(), INFINITE);
+}
+
+std::uint32_t CHttpRequest::Cancel() {
+    do {
+        // An exchange that is just about to begin forgets that it was cancelled, hence more than once.
+        askToCancel();
+    } while (WaitForSingleObject(idle_.get(), kCancelInterval) == WAIT_TIMEOUT);
     return SetEvent(idle_.get()) ? 0 : GetLastError();
 }
 
@@ -118,9 +125,10 @@ bool CHttpRequest::openSession(Exchange& exchange) {
                                                WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0)));
     if (!goesOn(exchange, exchange.session != nullptr, kStageOpenSession))
         return false;
+    const TTimeouts timeouts = timeouts_.get();
     return goesOn(exchange,
-                  WinHttpSetTimeouts(exchange.session, timeouts_.resolve, timeouts_.connect, timeouts_.send,
-                                     timeouts_.receive),
+                  WinHttpSetTimeouts(exchange.session, timeouts.resolve, timeouts.connect, timeouts.send,
+                                     timeouts.receive),
                   kStageTimeouts);
 }
 

@@ -72,6 +72,9 @@ public:
     /// \brief Forgets the figures of the last exchange. Not to be called while one runs.
     void clearProgress();
 
+    /// \brief As `Cancel`, but does not wait; to be repeated until the exchange is over.
+    void askToCancel();
+
     bool isBusy() const { return busy_.get(); }
     _TDownloadError error() const { return error_.get(); }
     _TResponseData response() const { return response_.get(); }
@@ -84,7 +87,7 @@ public:
     void setCredentials(const web::TNetCredentials& credentials) { credentials_.set(credentials); }
     void setRedirectPolicy(redirect::TRedirectPolicy policy) { redirectPolicy_.set(policy); }
     void setExtraHeaders(const std::wstring& headers) { requestData_.set({headers}); }
-    void setTimeouts(const TTimeouts& timeouts) { timeouts_ = timeouts; }
+    void setTimeouts(const TTimeouts& timeouts) { timeouts_.set(timeouts); }
     /// \param pause Milliseconds to sleep before each uploaded chunk.
     void setThrottle(std::uint32_t pause) { throttle_.set(pause); }
 
@@ -139,7 +142,7 @@ private:
     sys::CSafeDataHolder<_TResponseData> response_;
     sys::CSafeDataHolder<_TRequestData> requestData_;
     sys::CSafeDataHolder<std::wstring> rawHeaders_;
-    TTimeouts timeouts_;
+    sys::CSafeDataHolder<TTimeouts> timeouts_;
     sys::CSafeDataHolder<std::uint32_t> throttle_;
 };
 

@@ -78,6 +78,8 @@ bool CHttpRequest::upload(Exchange& exchange) {
             Sleep(pause);
         if (count == 0)
             break;
+        if (cancelled_.get())
+            return false;
         DWORD written = 0;
         if (!goesOn(exchange, WinHttpWriteData(exchange.request, exchange.buffer.data(), count, &written),
                     kStageWriteData))
@@ -157,7 +159,9 @@ bool CHttpRequest::writeOutput(Exchange& exchange, std::uint32_t count) {
     const std::uint32_t written = exchange.output->Write(exchange.buffer.data(), count);
     progress_.access([&](TProgress& progress) { progress.downloaded += written; });
     // Callers know the length as what was announced and what came, added up.
-    response_.access([&](_TResponseData& response) { response.length += written; });
+    response_.access([&](_TResponseData& response) {
+        response.length = static_cast<std::int64_t>(static_cast<std::uint64_t>(response.length) + written);
+    });
     if (written == count)
         return true;
     fail(exchange, exchange.output->GetLastError(), kStageOutput);

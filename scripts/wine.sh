@@ -23,7 +23,9 @@ wine_start() {
         export WINEPREFIX=$wine_temporary/prefix
     fi
     wine_started=yes
-    if [ ! -f "$WINEPREFIX/system.reg" ] && ! timeout 180 "$WINE" wineboot.exe -i >/dev/null 2>&1; then
+    # The first program makes the prefix and starts its services. Asking wineboot for that would start a second
+    # service manager beside the first, and calls would reach the one or the other.
+    if ! timeout 180 "$WINE" cmd.exe /c exit >/dev/null 2>&1; then
         echo "wine.sh: no Wine prefix could be made in $WINEPREFIX" >&2
         return 1
     fi

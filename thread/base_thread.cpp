@@ -25,6 +25,8 @@ BaseThread::~BaseThread() {
 std::uint32_t BaseThread::Start() {
     if (function_ == nullptr)
         return ERROR_INVALID_PARAMETER;
+    if (isFinished())
+        wait(INFINITE); // a thread that has only its way out before it is not busy
     DWORD exitCode = 0;
     if (thread_ && GetExitCodeThread(thread_.get(), &exitCode) && exitCode == STILL_ACTIVE)
         return ERROR_BUSY;
@@ -41,12 +43,21 @@ std::uint32_t BaseThread::Start() {
 }
 
 bool BaseThread::wait(std::uint32_t time) const {
-    return !thread_ || GetThreadId(thread_.get()) == GetCurrentThreadId() ||
-           WaitForSingleObject(thread_.get(), time) == WAIT_OBJECT_0;
+    return !thread_ || isOwnThread() || WaitForSingleObject(thread_.get(), time) == WAIT_OBJECT_0;
 }
 
 bool BaseThread::isFinished() const {
     return WaitForSingleObject(finished_.get(), 0) == WAIT_OBJECT_0;
+}
+
+void BaseThread::waitFinished() const {
+    const HANDLE ends[] = {finished_.get(), thread_.get()};
+    if (thread_)
+        WaitForMultipleObjects(2, ends, FALSE, INFINITE);
+}
+
+bool BaseThread::isOwnThread() const {
+    return thread_ && GetThreadId(thread_.get()) == GetCurrentThreadId();
 }
 
 unsigned __stdcall BaseThread::entry(void* launcher) {

@@ -42,6 +42,13 @@ public:
     /// \brief Whether the last run is over; false before the first one.
     bool isFinished() const;
 
+    /// \brief Waits until the last run is over or its thread is gone, whichever comes first. Returns at once
+    /// when there was none.
+    void waitFinished() const;
+
+    /// \brief Whether the caller is on the thread of the last start.
+    bool isOwnThread() const;
+
 private:
     static unsigned __stdcall entry(void* launcher);
 

@@ -156,4 +156,27 @@ TEST_F(Download, StopsAtAnyMomentAndLeaksNothing) {
     poller.join();
 }
 
+/// What an application does that loads the library for one download only.
+TEST_F(Download, LibraryCanBeFreed) {
+    const std::wstring copy = folder / L"freed.dll";
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(kLibrary, path, MAX_PATH);
+    ASSERT_TRUE(CopyFileW(path, copy.c_str(), FALSE));
+    for (const bool isPolite : {true, false}) {
+        const HMODULE library = LoadLibraryW(copy.c_str());
+        const auto startHere = reinterpret_cast<decltype(&startDownloadFile)>(
+            reinterpret_cast<void*>(GetProcAddress(library, "startDownloadFile")));
+        EXPECT_EQ(
+            startHere(L"127.0.0.1", port, nullptr, nullptr, L"http://some.example/late/x", target.c_str()),
+            0u);
+        if (isPolite)
+            reinterpret_cast<void (*)()>(
+                reinterpret_cast<void*>(GetProcAddress(library, "stopDownloadFile")))();
+        EXPECT_TRUE(FreeLibrary(library));
+        for (int i = 0; i < 1000 && GetModuleHandleW(L"freed.dll") != nullptr; ++i)
+            Sleep(10); // the worker keeps it until it has ended
+        EXPECT_EQ(GetModuleHandleW(L"freed.dll"), nullptr) << isPolite;
+    }
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <vector>
 
 #include <windows.h>
 
@@ -48,6 +49,17 @@ public:
     }
 };
 
+inline std::vector<void (*)()>& seamRestorers() {
+    static std::vector<void (*)()> restorers;
+    return restorers;
+}
+
+/// \brief Sets all seams of the program back; for the end of a test.
+inline void restoreSeams() {
+    for (const auto restore : seamRestorers())
+        restore();
+}
+
 } // namespace testing_support
 
 #define ZELSYS_SEAM_TYPE(dll, function)                                                                      \
@@ -55,7 +67,9 @@ public:
         static constexpr const wchar_t* kDll = dll;                                                          \
         static constexpr const char* kName = #function;                                                      \
     };                                                                                                       \
-    using function##Seam = testing_support::Seam<function##Name, decltype(function)>;
+    using function##Seam = testing_support::Seam<function##Name, decltype(function)>;                        \
+    [[maybe_unused]] const auto& function##Registered =                                                      \
+        testing_support::seamRestorers().emplace_back(&function##Seam::restore);
 
 /// For functions that their header does not declare as imported: the product refers to the function itself.
 #define ZELSYS_SEAM_PLAIN(dll, function)                                                                     \

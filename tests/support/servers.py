@@ -51,6 +51,8 @@ def answer(request, handler):
         handler.close_connection = True
         handler.wfile.write(b"HTTP/1.1 203 OK\r\n\r\nbody")
         return None
+    if what == "agent":
+        return Reply(body=request.headers["User-Agent"].encode())
     if what == "late":
         time.sleep(1)
     if what == "headers":

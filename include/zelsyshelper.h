@@ -103,7 +103,8 @@ ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* so
  * \param proxyHost,proxyPort The proxy; none when the host is empty and the port 0.
  * \param proxyUser,proxyPassword The proxy's credentials; the user empty for none.
  * \param url          An http or https URL. A port in it is ignored: https goes to 443, http to 80.
- * \param targetFolder The folder, which is made when missing; empty for the suite's settings folder.
+ * \param targetFolder The folder as a full path with backslashes, which is made when missing; empty for the
+ *                     suite's settings folder.
  * \return 0, or the Windows error number with which the thread could not be started. A refusal also returns 0:
  *         getDownloadFileErrors() then tells stage ZELSYSHELPER_STAGE_RUNNING or ZELSYSHELPER_STAGE_NO_URL.
  */
@@ -112,15 +113,16 @@ ZELSYSHELPER_API uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t p
                                             const wchar_t* url, const wchar_t* targetFolder);
 
 /**
- * Cancels the download and forgets it; without one it does nothing. Blocks until the download's thread is gone,
- * normally for milliseconds, for up to 30 seconds when the disk does not answer.
+ * Cancels the download and forgets it; without one it does nothing. Blocks until the download's worker is done,
+ * normally for milliseconds, for up to 30 seconds when disk or network do not let go of it.
  */
 ZELSYSHELPER_API void stopDownloadFile(void);
 
 /**
  * How much of the body is done.
  *
- * \param percent Receives 0 before anything came, 100 after the end, whatever the outcome.
+ * \param percent Receives 0 before anything came, 100 after the end, whatever the outcome. More than 100 while a
+ *                server sends more than it has announced.
  */
 ZELSYSHELPER_API uint64_t getDownloadFileProgress(uint32_t* percent);
 
@@ -221,6 +223,111 @@ ZELSYSHELPER_API uint64_t getIntFromPropertyFile(const wchar_t* file, const char
  * \return 1 or 0.
  */
 ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, const char* key);
+
+/**@}*/
+
+/** \name Services
+ *
+ * The suite's update service, and any service by name, on this machine. These functions work on the calling
+ * thread and block, some for seconds. They need the rights of an administrator, except isServiceInstalled() and
+ * isServicePresent(). A negative result is a code of the function, a positive one a Windows error number; both
+ * are signed 32-bit numbers.
+ */
+/**@{*/
+
+/** The service manager could not be opened. */
+#define ZELSYSHELPER_SERVICE_NO_MANAGER (-1)
+/** The service could not be opened; installService(): the path is empty or longer than 2047 characters. */
+#define ZELSYSHELPER_SERVICE_NOT_OPENED (-2)
+/** startService(), stopService(): the state could not be found out. uninstallService(): the service could not be
+ * deleted. installService(): the service manager could not be opened. */
+#define ZELSYSHELPER_SERVICE_FAILED (-3)
+/** The stop was refused and none is under way; a service that is stopped already refuses too. */
+#define ZELSYSHELPER_SERVICE_STOP_REFUSED (-4)
+/** startService(): the state could not be found out while waiting for a stop that was under way. */
+#define ZELSYSHELPER_SERVICE_STOP_UNKNOWN (-5)
+/** startService(): a stop that is under way does not get on. */
+#define ZELSYSHELPER_SERVICE_STOP_STUCK (-6)
+/** startService(): the state could not be found out after the start. */
+#define ZELSYSHELPER_SERVICE_START_UNKNOWN (-8)
+
+/**
+ * Registers the suite's update service, which the system starts from the next boot on.
+ *
+ * Tries again for about two seconds while a former one is still marked for deletion.
+ *
+ * \param path The service's program, up to 2047 characters. It is put in quotes; arguments are not possible.
+ * \return 0; ZELSYSHELPER_SERVICE_NOT_OPENED for a bad path; ZELSYSHELPER_SERVICE_FAILED; or the system's error,
+ *         1073 where the service exists, which is then left as it is.
+ */
+ZELSYSHELPER_API int64_t installService(const wchar_t* path);
+
+/**
+ * Whether the suite's update service exists.
+ *
+ * \param installed Receives 1 or 0, one byte; 0 also when the service manager cannot be asked.
+ * \return Always 0.
+ */
+ZELSYSHELPER_API uint64_t isServiceInstalled(uint8_t* installed);
+
+/**
+ * Whether a service exists.
+ *
+ * \return 1 or 0; 0 also when the service manager cannot be asked.
+ */
+ZELSYSHELPER_API uint64_t isServicePresent(const wchar_t* name);
+
+/**
+ * Starts the suite's update service. Waits for a stop that is under way, and for the start while it gets on.
+ *
+ * \return 0 when it runs already or was started; this does not tell whether it came up. Otherwise a code or the
+ *         system's error.
+ */
+ZELSYSHELPER_API int64_t startService(void);
+
+/**
+ * Stops the suite's update service and waits for up to 16 seconds, at least one.
+ *
+ * \return 0, also when there is none or it is still stopping after that time; otherwise a code. Two handles stay
+ *         open until the process ends: delete the service with uninstallService() or from another process.
+ */
+ZELSYSHELPER_API int64_t stopService(void);
+
+/**
+ * Stops any service; in all else as stopService().
+ */
+ZELSYSHELPER_API int64_t stopSystemService(const wchar_t* name);
+
+/**
+ * Stops the suite's update service and deletes it, also when it does not stop. Waits as stopService().
+ *
+ * \return 0 or a code.
+ */
+ZELSYSHELPER_API int64_t uninstallService(void);
+
+/**
+ * Sets the description of the suite's update service anew.
+ *
+ * \return 0 or a code.
+ */
+ZELSYSHELPER_API int64_t updateService(void);
+
+/**@}*/
+
+/** \name Single instance */
+/**@{*/
+
+/**
+ * Brings the running instance of an application to the front. An application calls this at its start, and exits
+ * when the result is 1.
+ *
+ * Takes milliseconds where no instance runs, normally less than half a second where one does, up to about four
+ * seconds where it does not answer.
+ *
+ * \param appName The application's name, the same in all its instances.
+ * \return 1 when another instance has answered, else 0 (signed 32-bit).
+ */
+ZELSYSHELPER_API int64_t bringRuningAppToTop(const char* appName);
 
 /**@}*/
 

@@ -20,6 +20,8 @@ struct Command {
 extern const Command kDownloadCommand;
 extern const Command kEventCommand;
 extern const Command kPropertyCommand;
+extern const Command kRaiseCommand;
+extern const Command kServiceCommand;
 
 /// \brief Complains that the arguments of a command do not fit, shows its usage, and returns \ref kUsage.
 int wrongUsage(const Command& command, const std::wstring& problem);

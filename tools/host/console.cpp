@@ -26,6 +26,12 @@ std::string toUtf8(std::wstring_view wide) {
     return narrow;
 }
 
+std::wstring fullPath(const std::wstring& path) {
+    std::wstring full(32768, L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full;
+}
+
 void printPart(std::wstring_view text) {
     write(stdout, toUtf8(text));
 }

@@ -16,6 +16,9 @@ enum ExitCode : int {
 /// \brief UTF-8 of a wide text of this system; what does not convert becomes the replacement character.
 std::string toUtf8(std::wstring_view wide);
 
+/// \brief The full path of a path that may be relative.
+std::wstring fullPath(const std::wstring& path);
+
 /// \brief Prints text to standard output, as UTF-8.
 void printPart(std::wstring_view text);
 

@@ -74,13 +74,14 @@ std::wstring parse(const Arguments& arguments, Options& options) {
             return argument + L" wants a value";
         const std::wstring& value = arguments[++i];
         if (argument == L"--folder") {
-            options.folder = value;
+            options.folder = fullPath(value);
         } else if (argument == L"--proxy") {
             const auto colon = value.rfind(L':');
-            if (colon == value.npos)
+            const int port = colon != value.npos ? _wtoi(value.c_str() + colon + 1) : 0;
+            if (port < 1 || port > 65535)
                 return L"--proxy wants HOST:PORT";
             options.proxyHost = value.substr(0, colon);
-            options.proxyPort = static_cast<std::uint32_t>(_wtoi(value.c_str() + colon + 1));
+            options.proxyPort = static_cast<std::uint32_t>(port);
         } else if (argument == L"--proxy-user") {
             options.proxyUser = value;
         } else if (argument == L"--proxy-password") {
@@ -92,28 +93,54 @@ std::wstring parse(const Arguments& arguments, Options& options) {
     return options.url.empty() ? L"no URL" : L"";
 }
 
-void showProgress(std::uint32_t percent, std::uint32_t seconds) {
+/// Where the library writes the file, see startDownloadFile().
+std::wstring outputPath(const Options& options) {
+    const wchar_t* roaming = _wgetenv(L"APPDATA");
+    const std::wstring folder = !options.folder.empty() || roaming == nullptr
+                                    ? options.folder
+                                    : std::wstring(roaming) + L"\\Quenlith";
+    return folder + L"\\" + options.url.substr(options.url.rfind(L'/') + 1);
+}
+
+std::int64_t fileSize(const std::wstring& path) {
+    const HANDLE file = CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    LARGE_INTEGER size{};
+    if (file != INVALID_HANDLE_VALUE) {
+        GetFileSizeEx(file, &size);
+        CloseHandle(file);
+    }
+    return size.QuadPart;
+}
+
+void showProgress(std::uint32_t percent, std::uint32_t seconds, std::int64_t bytes) {
     const auto filled = static_cast<std::size_t>(std::min(percent, 100u) * kBarWidth / 100);
-    printPart(L"\r[" + std::wstring(filled, L'#') + std::wstring(kBarWidth - filled, L'.') + L"] " +
-              std::to_wstring(percent) + L" %  " + std::to_wstring(seconds) + L" s ");
+    std::wstring line = L"\r[" + std::wstring(filled, L'#') + std::wstring(kBarWidth - filled, L'.') + L"] " +
+                        std::to_wstring(percent) + L" %  " + std::to_wstring(seconds) + L" s";
+    if (seconds != 0)
+        line += L"  " + std::to_wstring(bytes / seconds / 1024) + L" KiB/s";
+    printPart(line + L"   ");
 }
 
 /// Polls until the end, or until the user has had enough.
-void follow(const Library& library) {
+/// \return Whether the end was reached.
+bool follow(const Library& library, const std::wstring& path) {
     const bool isTerminal = _isatty(_fileno(stdout)) != 0;
     std::uint8_t isCompleted = 0;
-    while (!interrupted) {
+    for (;;) {
         library.isDownloadFileCompleted(&isCompleted);
         std::uint32_t percent = 0, seconds = 0;
         library.getDownloadFileProgress(&percent);
         library.getDownloadElapsedTimeInSeconds(&seconds);
         if (isTerminal || isCompleted != 0)
-            showProgress(percent, seconds);
-        if (isCompleted != 0)
+            showProgress(percent, seconds, fileSize(path));
+        if (isCompleted != 0 || interrupted)
             break;
         Sleep(kPollInterval);
     }
     printPart(L"\n");
+    return isCompleted != 0;
 }
 
 int report(const Library& library) {
@@ -143,13 +170,12 @@ int run(const Library& library, const Arguments& arguments) {
     const auto error =
         library.startDownloadFile(options.proxyHost.c_str(), options.proxyPort, options.proxyUser.c_str(),
                                   options.proxyPassword.c_str(), options.url.c_str(), options.folder.c_str());
-    if (error == 0)
-        follow(library);
+    const bool isOver = error != 0 || follow(library, outputPath(options));
     int code = kFailed;
-    if (interrupted)
-        complain(L"stopped; the part that came is left in the file");
-    else
+    if (isOver)
         code = report(library);
+    else
+        complain(L"stopped; the part that came is left in the file");
     library.stopDownloadFile();
     return code;
 }

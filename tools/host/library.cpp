@@ -1,13 +1,9 @@
 #include "library.h"
 
+#include "console.h"
+
 namespace host {
 namespace {
-
-std::wstring fullPath(const std::wstring& path) {
-    std::wstring full(32768, L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full;
-}
 
 /// Finds functions one after the other and remembers the first one that is missing.
 class Resolver {
@@ -51,10 +47,20 @@ std::wstring Library::load(const std::wstring& nameOrPath) {
                                     .find(getDownloadElapsedTimeInSeconds, "getDownloadElapsedTimeInSeconds")
                                     .find(getDownloadFileErrors, "getDownloadFileErrors")
                                     .find(isDownloadFileCompleted, "isDownloadFileCompleted")
+                                    .find(isDownloadFileStarted, "isDownloadFileStarted")
                                     .find(getValueFromPropertyFile, "getValueFromPropertyFile")
                                     .find(setValueInPropertyFile, "setValueInPropertyFile")
                                     .find(getIntFromPropertyFile, "getIntFromPropertyFile")
                                     .find(isValueFromPropertyFileNotEmpty, "isValueFromPropertyFileNotEmpty")
+                                    .find(installService, "installService")
+                                    .find(isServiceInstalled, "isServiceInstalled")
+                                    .find(isServicePresent, "isServicePresent")
+                                    .find(startService, "startService")
+                                    .find(stopService, "stopService")
+                                    .find(stopSystemService, "stopSystemService")
+                                    .find(uninstallService, "uninstallService")
+                                    .find(updateService, "updateService")
+                                    .find(bringRuningAppToTop, "bringRuningAppToTop")
                                     .missing();
     if (!missing.empty())
         return nameOrPath + L" has no function " + std::wstring(missing.begin(), missing.end()) +

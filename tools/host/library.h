@@ -25,10 +25,20 @@ public:
     decltype(&::getDownloadElapsedTimeInSeconds) getDownloadElapsedTimeInSeconds = nullptr;
     decltype(&::getDownloadFileErrors) getDownloadFileErrors = nullptr;
     decltype(&::isDownloadFileCompleted) isDownloadFileCompleted = nullptr;
+    decltype(&::isDownloadFileStarted) isDownloadFileStarted = nullptr;
     decltype(&::getValueFromPropertyFile) getValueFromPropertyFile = nullptr;
     decltype(&::setValueInPropertyFile) setValueInPropertyFile = nullptr;
     decltype(&::getIntFromPropertyFile) getIntFromPropertyFile = nullptr;
     decltype(&::isValueFromPropertyFileNotEmpty) isValueFromPropertyFileNotEmpty = nullptr;
+    decltype(&::installService) installService = nullptr;
+    decltype(&::isServiceInstalled) isServiceInstalled = nullptr;
+    decltype(&::isServicePresent) isServicePresent = nullptr;
+    decltype(&::startService) startService = nullptr;
+    decltype(&::stopService) stopService = nullptr;
+    decltype(&::stopSystemService) stopSystemService = nullptr;
+    decltype(&::uninstallService) uninstallService = nullptr;
+    decltype(&::updateService) updateService = nullptr;
+    decltype(&::bringRuningAppToTop) bringRuningAppToTop = nullptr;
 };
 
 } // namespace host

@@ -4,7 +4,8 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kEventCommand, &kDownloadCommand, &kPropertyCommand};
+const Command* const kCommands[] = {&kEventCommand, &kDownloadCommand, &kPropertyCommand, &kServiceCommand,
+                                    &kRaiseCommand};
 
 void printHelp() {
     print(L"Usage: zelsyshelper-host [--dll NAME_OR_PATH] COMMAND ...\n"

@@ -1,0 +1,23 @@
+#include "ipc/window_request_handler.h"
+
+#include "ipc/bring_to_front.h"
+
+namespace ipc {
+
+CWindowRequestHandler::CWindowRequestHandler(std::function<HWND()> mainWindow, std::function<void()> show)
+    : mainWindow_(std::move(mainWindow)), show_(std::move(show)) {
+}
+
+void CWindowRequestHandler::onRequest(std::uint32_t, const std::string& payload) {
+    reply.clear();
+    if (payload == kGetWindowRequest) {
+        // A window handle has 32 significant bits also where a pointer has 64.
+        if (const HWND window = mainWindow_())
+            reply = std::to_string(HandleToLong(window));
+    } else if (payload == kShowRequest) {
+        show_();
+        reply = "shown";
+    }
+}
+
+} // namespace ipc

@@ -1,0 +1,121 @@
+#include "service/service_control.h"
+
+#include "service/service_stop.h"
+#include "win32/service_handle.h"
+
+#include <algorithm>
+
+namespace service {
+namespace {
+
+using win32::ServiceHandle;
+
+constexpr int kStopPasses = 15;
+constexpr DWORD kStopPause = 1000;                                // milliseconds
+constexpr DWORD kShortestPause = 1000, kLongestPause = 10 * 1000; // milliseconds
+
+bool query(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status) {
+    DWORD needed = 0;
+    return QueryServiceStatusEx(service.get(), SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
+                                sizeof status, &needed) != FALSE;
+}
+
+void pause(const SERVICE_STATUS_PROCESS& status) {
+    Sleep(std::clamp(status.dwWaitHint / 10, kShortestPause, kLongestPause));
+}
+
+/// \return 0 once the stop that is under way is over; else a code.
+std::int32_t waitForStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status) {
+    while (status.dwCurrentState == SERVICE_STOP_PENDING) {
+        // Each pass has a baseline of its own: only one that by itself outlasts the hint ends the wait.
+        const DWORD begin = GetTickCount();
+        const DWORD checkPoint = status.dwCheckPoint;
+        pause(status);
+        if (!query(service, status))
+            return kStopQueryFailed;
+        if (status.dwCurrentState == SERVICE_STOP_PENDING && status.dwCheckPoint <= checkPoint &&
+            GetTickCount() - begin > status.dwWaitHint)
+            return kStopStuck;
+    }
+    return 0;
+}
+
+/// Waits while the start gets on. How it ends is for the caller to find out.
+void waitForStart(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status) {
+    DWORD begin = GetTickCount();
+    DWORD checkPoint = status.dwCheckPoint;
+    while (status.dwCurrentState == SERVICE_START_PENDING) {
+        pause(status);
+        if (!query(service, status))
+            return;
+        if (status.dwCheckPoint > checkPoint) {
+            begin = GetTickCount();
+            checkPoint = status.dwCheckPoint;
+        } else if (GetTickCount() - begin > status.dwWaitHint) {
+            return;
+        }
+    }
+}
+
+} // namespace
+
+std::int32_t start() {
+    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    if (!manager)
+        return kNoManager;
+    const ServiceHandle service(OpenServiceW(manager.get(), serviceName, SERVICE_ALL_ACCESS));
+    if (!service)
+        return kNoService;
+    SERVICE_STATUS_PROCESS status{};
+    if (!query(service, status))
+        return kQueryFailed;
+    if (status.dwCurrentState != SERVICE_STOPPED && status.dwCurrentState != SERVICE_STOP_PENDING)
+        return 0;
+    if (const std::int32_t code = waitForStop(service, status))
+        return code;
+    if (!StartServiceW(service.get(), 0, nullptr))
+        return static_cast<std::int32_t>(GetLastError());
+    if (!query(service, status))
+        return kStartQueryFailed;
+    waitForStart(service, status);
+    return 0;
+}
+
+std::int32_t stopOpened(SC_HANDLE service) {
+    SERVICE_STATUS status{};
+    if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) {
+        if (GetLastError() != ERROR_SERVICE_CANNOT_ACCEPT_CTRL ||
+            status.dwCurrentState != SERVICE_STOP_PENDING)
+            return kStopRefused;
+        Sleep(kStopPause);
+        return 0;
+    }
+    Sleep(kStopPause);
+    for (int pass = 0; pass < kStopPasses; ++pass) {
+        if (!QueryServiceStatus(service, &status))
+            return kQueryFailed;
+        if (status.dwCurrentState != SERVICE_STOP_PENDING)
+            return 0;
+        Sleep(kStopPause);
+    }
+    return 0;
+}
+
+std::int32_t stop(const std::wstring& name) {
+    if (!isPresent(name))
+        return 0;
+    ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    if (!manager)
+        return kNoManager;
+    ServiceHandle service(OpenServiceW(manager.get(), name.c_str(), kStopAccess));
+    if (!service)
+        return kNoService;
+    const std::int32_t code = stopOpened(service.get());
+    // Kept for the lifetime of the process, as callers have always known it: a service that they delete next
+    // stays marked for deletion until they exit.
+    static_cast<void>(service.detach());
+    static_cast<void>(manager.detach());
+    return code;
+}
+
+} // namespace service

@@ -1,0 +1,203 @@
+#include "ipc/channel.h"
+
+#include "ipc/bring_to_front.h"
+#include "ipc/channel_names.h"
+#include "ipc/message_format.h"
+#include "ipc/window_request_handler.h"
+#include "support/seam.h"
+
+#include <random>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
+ZELSYS_SEAM(L"user32.dll", SetForegroundWindow)
+
+namespace {
+
+using ipc::CInterprocessCommunicationWin;
+
+const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-channel-test";
+
+/// Wine knows pipes of this computer under the name "." only; the clients ask for the computer's name.
+[[maybe_unused]] const bool kComputerNameIsSet = [] {
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Control\\ComputerName\\ActiveComputerName",
+                  0, KEY_SET_VALUE, &key);
+    RegSetValueExW(key, L"ComputerName", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"."), 4);
+    return RegCloseKey(key) == ERROR_SUCCESS;
+}();
+
+/// Answers with the payload, or what a test says.
+struct Echo : ipc::IRequestHandler {
+    void onRequest(std::uint32_t sender, const std::string& payload) override {
+        lastSender = sender;
+        ++requests;
+        reply = payload;
+        if (onEach)
+            onEach();
+    }
+    std::atomic<std::uint32_t> lastSender = 0;
+    std::atomic<int> requests = 0;
+    std::function<void()> onEach;
+};
+
+class Channel : public testing::Test {
+protected:
+    Channel() {
+        server.setRequestHandler(&echo);
+        EXPECT_TRUE(server.isFirstInstance());
+        EXPECT_EQ(server.startServer(), 0u);
+    }
+    ~Channel() override { server.stop(); }
+
+    static std::string ask(const std::string& payload) {
+        CInterprocessCommunicationWin client(kMutex, kPipe);
+        EXPECT_FALSE(client.isFirstInstance());
+        std::uint32_t error = client.connectToServer();
+        for (int i = 0; i < 100 && error == ERROR_PIPE_BUSY;
+             ++i) { // the listener has yet to hang up on another
+            Sleep(10);
+            error = client.connectToServer();
+        }
+        EXPECT_EQ(error, 0u);
+        error = client.sendRequest(payload);
+        return std::to_string(error) + " " + client.lastReply();
+    }
+
+    static win32::KernelHandle rawClient() {
+        return win32::KernelHandle(CreateFileW((L"\\\\.\\pipe\\" + kPipe).c_str(),
+                                               GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
+                                               nullptr));
+    }
+
+    Echo echo;
+    CInterprocessCommunicationWin server{kMutex, kPipe};
+};
+
+TEST_F(Channel, ClientsOneAfterTheOther) {
+    EXPECT_EQ(ask("first"), "0 first");
+    EXPECT_EQ(echo.lastSender, ipc::senderOf([] {
+                  std::string message(16, '\0');
+                  ipc::writeMessage(GetCurrentProcessId(), "", message.data());
+                  return message;
+              }()));
+    const std::string longest(65526, 'x');
+    EXPECT_EQ(ask(longest), "0 " + longest);
+    EXPECT_EQ(ask(longest + "x"), "111 ");
+    EXPECT_EQ(echo.requests, 2);
+
+    CInterprocessCommunicationWin client(kMutex, kPipe);
+    EXPECT_EQ(client.sendRequest("x"), 10u) << "not connected";
+    EXPECT_EQ(client.connectToServer(), 0u);
+    for (const char* text : {"one", "two", "three"}) { // the server hangs up after each
+        EXPECT_EQ(client.sendRequest(text), 0u);
+        EXPECT_EQ(client.lastReply(), text);
+    }
+    EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance has nobody to talk to";
+}
+
+TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
+    int pauses = 0;
+    WaitForSingleObjectSeam::fake = [&pauses](HANDLE object, DWORD time) {
+        pauses += time == 300;
+        return WaitForSingleObjectSeam::real(object, time == 300 ? 30 : time);
+    };
+    echo.onEach = [this] { echo.reply.assign(65527, 'x'); }; // too long to be sent
+    EXPECT_EQ(ask("x").substr(0, 4), "233 ");
+    EXPECT_EQ(echo.requests, 7);
+    EXPECT_EQ(pauses, 7);
+    echo.onEach = nullptr;
+    EXPECT_EQ(ask(""), "233 ") << "an empty reply is none";
+    EXPECT_EQ(echo.requests, 14) << "a message of the header alone reaches the handler";
+    server.stop();
+    server.setRequestHandler(nullptr);
+    EXPECT_EQ(server.startServer(), 0u);
+    EXPECT_EQ(ask("x"), "233 ");
+    EXPECT_EQ(echo.requests, 14);
+    WaitForSingleObjectSeam::restore();
+}
+
+TEST_F(Channel, HostileClientsDoNotEndIt) {
+    std::mt19937 random(1);
+    for (int i = 0; i < 2000; ++i) {
+        auto client = rawClient();
+        std::string bytes(random() % (i % 100 == 0 ? 70'000 : 30), '\0');
+        for (char& byte : bytes)
+            byte = static_cast<char>(random());
+        DWORD written = 0;
+        if (client && i % 3 != 0)
+            WriteFile(client.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+        if (i % 5 == 0)
+            Sleep(1);
+    }
+    EXPECT_GT(echo.requests, 0);
+    EXPECT_EQ(ask("honest"), "0 honest");
+    echo.onEach = [] { throw std::bad_alloc(); };
+    EXPECT_EQ(ask("x").substr(0, 4), "233 ");
+    echo.onEach = nullptr;
+    EXPECT_EQ(ask("honest"), "0 honest");
+}
+
+TEST_F(Channel, StopsFromEveryStateAndStartsAgain) {
+    const auto handle = [] {
+        const win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        return reinterpret_cast<std::uintptr_t>(event.get());
+    };
+    std::uintptr_t before = 0;
+    for (int round = 0; round < 500; ++round) {
+        server.stop(); // while it waits for a client, or for its message
+        EXPECT_EQ(server.startServer(), 0u);
+        const auto client = round % 2 != 0 ? rawClient() : win32::KernelHandle();
+        if (round == 20)
+            before = handle();
+    }
+    server.stop();
+    EXPECT_LE(handle(), before + 64);
+
+    EXPECT_EQ(server.startServer(), 0u);
+    std::atomic<bool> inHandler = false;
+    echo.onEach = [&] {
+        inHandler = true;
+        server.stop(); // only asks the listener to end
+        Sleep(50);
+    };
+    std::thread client([] { ask("x"); });
+    while (!inHandler)
+        Sleep(1);
+    server.stop();
+    client.join();
+    echo.onEach = nullptr;
+    EXPECT_EQ(server.startServer(), 0u);
+    EXPECT_EQ(ask("again"), "0 again");
+}
+
+TEST(BringToFront, AsksTheRunningInstance) {
+    const char* name = "Zelsys test app";
+    HWND raised = nullptr;
+    SetForegroundWindowSeam::fake = [&](HWND window) { return raised = window, TRUE; };
+    EXPECT_FALSE(ipc::bringRunningToFront(name));
+    EXPECT_FALSE(ipc::bringRunningToFront(name)) << "asking leaves no trace";
+
+    HWND window = reinterpret_cast<HWND>(0x12345);
+    std::atomic<int> shown = 0;
+    ipc::CWindowRequestHandler handler([&] { return window; }, [&] { ++shown; });
+    CInterprocessCommunicationWin running(ipc::instanceMutexName("ZELSYS test APP"), ipc::pipeBaseName(name));
+    EXPECT_FALSE(ipc::bringRunningToFront(name)) << "it runs, but does not serve";
+    running.setRequestHandler(&handler);
+    EXPECT_EQ(running.startServer(), 0u);
+    for (int i = 1; i <= 3; ++i) {
+        raised = nullptr;
+        const auto begin = GetTickCount();
+        EXPECT_TRUE(ipc::bringRunningToFront(name));
+        EXPECT_LT(GetTickCount() - begin, 2000u) << "not the time of seven attempts";
+        EXPECT_EQ(raised, window);
+        EXPECT_EQ(shown, i);
+        Sleep(50); // the listener waits for the next client again
+    }
+    SetForegroundWindowSeam::restore();
+}
+
+} // namespace

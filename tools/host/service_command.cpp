@@ -1,0 +1,106 @@
+#include "commands.h"
+#include "console.h"
+
+namespace host {
+namespace {
+
+const wchar_t* explainCode(std::int32_t code) {
+    switch (code) {
+    case ZELSYSHELPER_SERVICE_NO_MANAGER:
+        return L"the service manager cannot be opened; run this as an administrator";
+    case ZELSYSHELPER_SERVICE_NOT_OPENED:
+        return L"the service cannot be opened, or the path is not usable; is it installed? are you an "
+               L"administrator?";
+    case ZELSYSHELPER_SERVICE_FAILED:
+        return L"the service manager refused; run this as an administrator";
+    case ZELSYSHELPER_SERVICE_STOP_REFUSED:
+        return L"the service refused to stop; perhaps it is stopped already";
+    case ZELSYSHELPER_SERVICE_STOP_UNKNOWN:
+    case ZELSYSHELPER_SERVICE_START_UNKNOWN:
+        return L"the service's state cannot be found out";
+    case ZELSYSHELPER_SERVICE_STOP_STUCK:
+        return L"the service is stopping and does not get on; end its process";
+    case ERROR_SERVICE_EXISTS:
+        return L"the service exists already; uninstall it first";
+    case ERROR_SERVICE_MARKED_FOR_DELETE:
+        return L"the service waits to be deleted; close the programs that use it";
+    case ERROR_FILE_NOT_FOUND:
+        return L"the service's program is not there";
+    default:
+        return L"Windows refused";
+    }
+}
+
+int report(std::int64_t result) {
+    const auto code = static_cast<std::int32_t>(result);
+    if (code == 0)
+        return kDone;
+    complain(std::to_wstring(code) + L": " + explainCode(code));
+    return kFailed;
+}
+
+int status(const Library& library) {
+    std::uint8_t isInstalled = 0;
+    library.isServiceInstalled(&isInstalled);
+    print(isInstalled != 0 ? L"installed" : L"not installed");
+    return isInstalled != 0 ? kDone : kFailed;
+}
+
+struct Action {
+    const wchar_t* name;
+    std::size_t arguments;
+    int (*run)(const Library& library, const wchar_t* argument);
+};
+
+constexpr Action kActions[] = {
+    {L"install", 1,
+     [](const Library& library, const wchar_t* path) { return report(library.installService(path)); }},
+    {L"start", 0, [](const Library& library, const wchar_t*) { return report(library.startService()); }},
+    {L"stop", 0, [](const Library& library, const wchar_t*) { return report(library.stopService()); }},
+    {L"status", 0, [](const Library& library, const wchar_t*) { return status(library); }},
+    {L"update", 0, [](const Library& library, const wchar_t*) { return report(library.updateService()); }},
+    {L"uninstall", 0,
+     [](const Library& library, const wchar_t*) { return report(library.uninstallService()); }},
+    {L"stop-other", 1,
+     [](const Library& library, const wchar_t* name) {
+         if (library.isServicePresent(name) == 0) {
+             complain(std::wstring(L"no service ") + name);
+             return int{kFailed};
+         }
+         return report(library.stopSystemService(name));
+     }},
+};
+
+int runService(const Library& library, const Arguments& arguments) {
+    for (const Action& action : kActions)
+        if (!arguments.empty() && arguments[0] == action.name && arguments.size() == action.arguments + 1)
+            return action.run(library, arguments.back().c_str());
+    return wrongUsage(kServiceCommand, L"what is to be done with which service?");
+}
+
+int runRaise(const Library& library, const Arguments& arguments) {
+    if (arguments.size() != 1)
+        return wrongUsage(kRaiseCommand, L"raise wants the name of one application");
+    const bool isRaised = library.bringRuningAppToTop(toUtf8(arguments[0]).c_str()) != 0;
+    print(isRaised ? L"raised" : L"no other instance has answered");
+    return isRaised ? kDone : kFailed;
+}
+
+} // namespace
+
+const Command kServiceCommand{
+    L"service",
+    L"service install PATH          Registers the suite's update service with its program.\n"
+    L"service start|stop|update|uninstall\n"
+    L"service status                Tells whether it is installed.\n"
+    L"service stop-other NAME       Stops any service.",
+    runService,
+};
+
+const Command kRaiseCommand{
+    L"raise",
+    L"raise NAME                    Brings the running instance of an application to the front.",
+    runRaise,
+};
+
+} // namespace host

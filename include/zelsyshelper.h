@@ -229,7 +229,7 @@ ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, c
 /** \name Services
  *
  * The suite's update service, and any service by name, on this machine. These functions work on the calling
- * thread and block, some for seconds. They need the rights of an administrator, except isServiceInstalled() and
+ * thread and block for seconds, startService() for as long as a stop that is under way takes. They need the rights of an administrator, except isServiceInstalled() and
  * isServicePresent(). A negative result is a code of the function, a positive one a Windows error number; both
  * are signed 32-bit numbers.
  */
@@ -246,7 +246,8 @@ ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, c
 #define ZELSYSHELPER_SERVICE_STOP_REFUSED (-4)
 /** startService(): the state could not be found out while waiting for a stop that was under way. */
 #define ZELSYSHELPER_SERVICE_STOP_UNKNOWN (-5)
-/** startService(): a stop that is under way does not get on. */
+/** startService(): a stop that is under way has not got on within the time that the service itself asked for, which
+ * is told only when that time is shorter than the pause between two looks, a second or more. */
 #define ZELSYSHELPER_SERVICE_STOP_STUCK (-6)
 /** startService(): the state could not be found out after the start. */
 #define ZELSYSHELPER_SERVICE_START_UNKNOWN (-8)
@@ -278,7 +279,8 @@ ZELSYSHELPER_API uint64_t isServiceInstalled(uint8_t* installed);
 ZELSYSHELPER_API uint64_t isServicePresent(const wchar_t* name);
 
 /**
- * Starts the suite's update service. Waits for a stop that is under way, and for the start while it gets on.
+ * Starts the suite's update service. Waits for a stop that is under way, without bound when the service never ends
+ * it, and for the start while it gets on.
  *
  * \return 0 when it runs already or was started; this does not tell whether it came up. Otherwise a code or the
  *         system's error.
@@ -321,8 +323,8 @@ ZELSYSHELPER_API int64_t updateService(void);
  * Brings the running instance of an application to the front. An application calls this at its start, and exits
  * when the result is 1.
  *
- * Takes milliseconds where no instance runs, normally less than half a second where one does, up to about four
- * seconds where it does not answer.
+ * Takes milliseconds where no instance runs, normally less than half a second where one does. Where that refuses
+ * to answer, some four seconds; where it hangs and keeps the connection, as long as it does.
  *
  * \param appName The application's name, the same in all its instances.
  * \return 1 when another instance has answered, else 0 (signed 32-bit).

@@ -17,7 +17,8 @@ win32::KernelHandle makeEvent() {
 
 CInterprocessCommunicationWin::CInterprocessCommunicationWin(const std::wstring& mutexName,
                                                              const std::wstring& pipeBaseName)
-    : stopEvent_(makeEvent()), ioEvent_(makeEvent()), mutexName_(mutexName), pipeBaseName_(pipeBaseName) {
+    : stopEvent_(makeEvent()), ioEvent_(makeEvent()), listeningEvent_(makeEvent()), mutexName_(mutexName),
+      pipeBaseName_(pipeBaseName) {
     listener_.setFunction(this);
     const std::wstring& name = this->mutexName();
     mutex_.reset(CreateMutexW(nullptr, FALSE, name.c_str()));
@@ -35,6 +36,8 @@ CInterprocessCommunicationWin::~CInterprocessCommunicationWin() {
 }
 
 std::uint32_t CInterprocessCommunicationWin::startServer() {
+    if (listener_.isRunning())
+        return ERROR_BUSY;
     prepare();
     SECURITY_DESCRIPTOR everybody;
     InitializeSecurityDescriptor(&everybody, SECURITY_DESCRIPTOR_REVISION);
@@ -50,6 +53,8 @@ std::uint32_t CInterprocessCommunicationWin::startServer() {
     const std::uint32_t error = listener_.Start();
     if (error != 0)
         pipe_.reset(); // clients of a pipe that nobody serves would wait for ever
+    else
+        WaitForSingleObject(listeningEvent_.get(), INFINITE);
     return error;
 }
 
@@ -68,6 +73,7 @@ void CInterprocessCommunicationWin::stop() {
 void CInterprocessCommunicationWin::prepare() {
     ResetEvent(stopEvent_.get());
     ResetEvent(ioEvent_.get());
+    ResetEvent(listeningEvent_.get());
     stopping_.set(false);
     sendBuffer_.resize(kLargestMessage);
     receiveBuffer_.resize(kLargestMessage);

@@ -36,22 +36,27 @@ public:
     void setRequestHandler(IRequestHandler* handler) { handler_ = handler; }
 
     /// \brief Makes the pipe, open to every user of the machine, and starts to serve it.
+    ///
+    /// A client that connects in the instant before the listener is ready ends it; the pipe is closed then.
+    /// \return 170, and nothing has changed, while the channel serves already.
     std::uint32_t startServer();
 
     /// \brief Opens the client end of the pipe.
+    /// \return 170, and nothing has changed, while the channel serves.
     std::uint32_t connectToServer();
 
     /// \brief Sends a request and waits for the reply. Up to seven attempts, 300 ms apart.
     ///
-    /// On the first instance there is nobody to talk to; nothing is sent then.
+    /// On the first instance there is nobody to talk to; nothing is sent then. An attempt lasts for as long as the
+    /// other side keeps the connection open without an answer.
     /// \return 0; 10 without a connection; 111 for a payload of more than 65,526 bytes; else the last error.
     std::uint32_t sendRequest(const std::string& payload);
 
     /// \brief The reply to the last request that was sent.
     std::string lastReply() const { return lastReply_; }
 
-    /// \brief Ends serving or a request that waits, and closes the pipe. May be repeated; the channel can be
-    /// started again afterwards. Called by the request handler, it only asks the listener to end.
+    /// \brief Ends serving, once the request handler has returned, and closes the pipe. May be repeated; the
+    /// channel can be started again afterwards. Called by the request handler, it only asks the listener to end.
     void stop();
 
 private:
@@ -63,6 +68,7 @@ private:
     bool serveClient();
     bool waitForIo(DWORD& count);
     void answer(std::string_view message);
+    void waitUntilFetched();
 
     const std::wstring& mutexName();
     const std::wstring& pipeBaseName();
@@ -75,6 +81,7 @@ private:
     std::vector<char> receiveBuffer_;
     win32::KernelHandle stopEvent_;
     win32::KernelHandle ioEvent_;
+    win32::KernelHandle listeningEvent_; ///< Set once the listener waits for a client, or has ended.
     OVERLAPPED overlapped_{};
     win32::CBaseThread<100> listener_;
     std::wstring mutexName_;

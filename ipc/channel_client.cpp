@@ -25,6 +25,8 @@ bool hasHungUp(std::uint32_t error) {
 } // namespace
 
 std::uint32_t CInterprocessCommunicationWin::connectToServer() {
+    if (listener_.isRunning())
+        return ERROR_BUSY;
     prepare();
     // The bare name is no pipe, so this fails at once and the pipe is opened.
     if (WaitNamedPipeW(pipeBaseName().c_str(), kConnectTimeOut))

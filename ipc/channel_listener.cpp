@@ -6,7 +6,8 @@ namespace ipc {
 namespace {
 
 /// Milliseconds for a client to fetch its reply: disconnecting drops what it has not read by then.
-constexpr DWORD kReplyGrace = 20;
+constexpr DWORD kReplyGrace = 200;
+constexpr DWORD kGraceStep = 5;
 
 } // namespace
 
@@ -15,10 +16,13 @@ void CInterprocessCommunicationWin::Run(std::uint32_t) {
     while (goesOn && !stopping_.get()) {
         // Only a wait for a client is no end. One that is there already ends the listener too.
         if (!ConnectNamedPipe(pipe_.get(), &overlapped_) && GetLastError() != ERROR_IO_PENDING)
-            return;
+            break;
+        SetEvent(listeningEvent_.get());
         goesOn = serveClient();
         DisconnectNamedPipe(pipe_.get());
     }
+    pipe_.reset(); // clients of a pipe that nobody serves would wait for ever
+    SetEvent(listeningEvent_.get());
 }
 
 /// Waits for a client and answers its request.
@@ -57,18 +61,29 @@ bool CInterprocessCommunicationWin::waitForIo(DWORD& count) {
 }
 
 void CInterprocessCommunicationWin::answer(std::string_view message) {
+    std::string reply;
     try {
         handler_->onRequest(senderOf(message), std::string(payloadOf(message)));
+        reply = handler_->reply;
     } catch (...) {
         return; // the handler's failure leaves the request without an answer, not the application without a listener
     }
-    const std::string reply = handler_->reply;
     if (reply.empty() || !fitsMessage(reply))
         return;
     const std::size_t length = writeMessage(GetCurrentProcessId(), reply, sendBuffer_.data());
     DWORD written = 0;
     WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(length), &written, nullptr);
-    WaitForSingleObject(stopEvent_.get(), kReplyGrace);
+    waitUntilFetched();
+}
+
+/// Gives the client time to fetch its reply: until it hangs up, asks for more, or the time is over.
+void CInterprocessCommunicationWin::waitUntilFetched() {
+    for (DWORD waited = 0; waited < kReplyGrace; waited += kGraceStep) {
+        DWORD asked = 0;
+        if (!PeekNamedPipe(pipe_.get(), nullptr, 0, nullptr, &asked, nullptr) || asked != 0 ||
+            WaitForSingleObject(stopEvent_.get(), kGraceStep) != WAIT_TIMEOUT)
+            return;
+    }
 }
 
 } // namespace ipc

@@ -12,8 +12,7 @@ void CWindowRequestHandler::onRequest(std::uint32_t, const std::string& payload)
     reply.clear();
     if (payload == kGetWindowRequest) {
         // A window handle has 32 significant bits also where a pointer has 64.
-        if (const HWND window = mainWindow_())
-            reply = std::to_string(HandleToLong(window));
+        reply = std::to_string(HandleToLong(mainWindow_()));
     } else if (payload == kShowRequest) {
         show_();
         reply = "shown";

@@ -14,7 +14,8 @@ namespace ipc {
 class CWindowRequestHandler : public IRequestHandler {
 public:
     /// Both functions are called on the listener thread.
-    /// \param mainWindow Gives the main window's handle, null while there is none.
+    /// \param mainWindow Gives the main window's handle, null while there is none, which still
+    /// tells the other instance that this one is there.
     /// \param show Asks the application to show itself; posts a message to its window, for instance.
     CWindowRequestHandler(std::function<HWND()> mainWindow, std::function<void()> show);
 

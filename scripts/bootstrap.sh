@@ -14,6 +14,7 @@ packages=(
     openssl
     python3
     wine64
+    xvfb
 )
 
 missing=()

@@ -15,6 +15,8 @@ export LC_ALL=C.UTF-8
 unset DISPLAY
 
 wine_started=
+wine_keeper=
+wine_log=
 wine_temporary=
 
 wine_start() {
@@ -23,21 +25,29 @@ wine_start() {
         export WINEPREFIX=$wine_temporary/prefix
     fi
     wine_started=yes
-    # The first program makes the prefix and starts its services. Asking wineboot for that would start a second
-    # service manager beside the first, and calls would reach the one or the other.
-    if ! timeout 180 "$WINE" cmd.exe /c exit >/dev/null 2>&1; then
-        echo "wine.sh: no Wine prefix could be made in $WINEPREFIX" >&2
+    mkdir -p "$WINEPREFIX"
+    # The first program makes the prefix and starts Wine's services. There must be only one first program, or two
+    # service managers stand beside each other; it sleeps on, since starting Wine's server anew costs seconds.
+    wine_log=$(mktemp)
+    "$WINE" cmd.exe /c "echo ready & ping -n 100000 127.0.0.1" >"$wine_log" 2>&1 &
+    wine_keeper=$!
+    for _ in $(seq 1800); do
+        grep -q ready "$wine_log" && break
+        sleep 0.1
+    done
+    if ! grep -q ready "$wine_log"; then
+        echo "wine.sh: Wine does not start in $WINEPREFIX" >&2
         return 1
     fi
-    # Starting Wine's server costs seconds; a sleeping program keeps it up between two others.
-    "$WINE" cmd.exe /c "ping -n 100000 127.0.0.1" >/dev/null 2>&1 &
+    rm -f "$wine_log"
 }
 
 wine_stop() {
     # Without a start, the server of the user's own prefix would be the one that is ended here.
     if [ -n "$wine_started" ]; then
-        "$(dirname "$WINE")/wineserver64" -k >/dev/null 2>&1 || true
-        wait 2>/dev/null || true
+        timeout 30 "$(dirname "$WINE")/wineserver64" -k >/dev/null 2>&1 || true
+        [ -z "$wine_keeper" ] || kill "$wine_keeper" 2>/dev/null || true
+        rm -f "$wine_log"
     fi
     if [ -n "$wine_temporary" ]; then
         # The server keeps its socket outside the prefix, in a folder whose name it leaves there.

@@ -44,7 +44,8 @@ std::int32_t install(const std::wstring& path);
 /// \return 0, \ref kNoManager or \ref kNoService.
 std::int32_t update();
 
-/// \brief Starts the update service, waiting for a stop that is under way first, and for the start to get on.
+/// \brief Starts the update service, waiting for a stop that is under way first, however long that takes, and for
+/// the start while it gets on.
 /// \return 0 also when it runs already, and when it has not come up in time; else a code or the system's error.
 std::int32_t start();
 

@@ -60,7 +60,8 @@ std::int32_t install(const std::wstring& path) {
         error = GetLastError();
         if (!isWorthAnotherTry(error))
             break;
-        Sleep(kCreatePause);
+        if (attempt + 1 < kCreateAttempts)
+            Sleep(kCreatePause);
     }
     return static_cast<std::int32_t>(error);
 }

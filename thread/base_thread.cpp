@@ -25,11 +25,9 @@ BaseThread::~BaseThread() {
 std::uint32_t BaseThread::Start() {
     if (function_ == nullptr)
         return ERROR_INVALID_PARAMETER;
-    if (isFinished())
-        wait(INFINITE); // a thread that has only its way out before it is not busy
-    DWORD exitCode = 0;
-    if (thread_ && GetExitCodeThread(thread_.get(), &exitCode) && exitCode == STILL_ACTIVE)
+    if (isRunning())
         return ERROR_BUSY;
+    wait(INFINITE); // a thread that has only its way out before it is not busy
     thread_.reset();
     ResetEvent(started_.get());
     ResetEvent(finished_.get());
@@ -44,6 +42,12 @@ std::uint32_t BaseThread::Start() {
 
 bool BaseThread::wait(std::uint32_t time) const {
     return !thread_ || isOwnThread() || WaitForSingleObject(thread_.get(), time) == WAIT_OBJECT_0;
+}
+
+bool BaseThread::isRunning() const {
+    DWORD exitCode = 0;
+    return thread_ && GetExitCodeThread(thread_.get(), &exitCode) && exitCode == STILL_ACTIVE &&
+           !isFinished();
 }
 
 bool BaseThread::isFinished() const {

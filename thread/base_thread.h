@@ -39,6 +39,9 @@ public:
     /// \return False when the time, in milliseconds, was over before.
     bool wait(std::uint32_t time) const;
 
+    /// \brief Whether a run has begun and is not over.
+    bool isRunning() const;
+
     /// \brief Whether the last run is over; false before the first one.
     bool isFinished() const;
 

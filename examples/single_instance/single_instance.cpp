@@ -1,7 +1,5 @@
-// An application of which one instance runs at a time. The first start opens a window; every later one asks the
-// first to come to the front, says so, and exits.
-//
-// The first line of its window tells how often it was asked.
+// An application of which one instance runs at a time. The first start opens a window, which tells how often it was
+// asked to come to the front; every later one asks the first, and exits with code 1.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -9,6 +7,7 @@
 #include "zelsyshelper.h"
 
 #include <atomic>
+#include <optional>
 #include <string>
 
 namespace {
@@ -57,25 +56,34 @@ HWND openWindow(HINSTANCE instance) {
 } // namespace
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int) {
-    if (bringRuningAppToTop(kApplication) != 0)
-        return 1; // an instance runs already, and was asked
+    std::optional<ipc::CInterprocessCommunicationWin> channel;
+    do {
+        if (bringRuningAppToTop(kApplication) != 0)
+            return 1; // an instance runs already, and was asked
+        // Somebody else may have started at the same moment: only one of the two holds the mutex, and the other
+        // finds it serving a little later.
+        channel.emplace(ipc::instanceMutexName(kApplication), ipc::pipeBaseName(kApplication));
+        if (!channel->isFirstInstance()) {
+            channel.reset();
+            Sleep(100 + GetCurrentProcessId() % 100);
+        }
+    } while (!channel);
 
-    std::atomic<HWND> window = nullptr;
+    std::atomic<HWND> window = openWindow(instance);
+    if (window == nullptr)
+        return 2; // no desktop to show it on
     // The handler runs on the channel's thread, so it only posts; the window acts on its own thread.
     ipc::CWindowRequestHandler handler([&] { return window.load(); },
                                        [&] { PostMessageW(window, kShowMessage, 0, 0); });
-    ipc::CInterprocessCommunicationWin channel(ipc::instanceMutexName(kApplication),
-                                               ipc::pipeBaseName(kApplication));
-    window = openWindow(instance);
-    if (window == nullptr)
-        return 2; // no desktop to show it on
-    channel.setRequestHandler(&handler);
-    channel.startServer();
+    channel->setRequestHandler(&handler);
+    if (channel->startServer() != 0)
+        return 3;
 
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
+    channel->stop(); // while the handler is still there
     return 0;
 }

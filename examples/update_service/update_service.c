@@ -24,7 +24,7 @@ static void report(DWORD state, DWORD checkPoint)
     status.dwControlsAccepted =
         state == SERVICE_RUNNING && strcmp(mode, "refuse") != 0 ? SERVICE_ACCEPT_STOP : 0;
     status.dwCheckPoint = checkPoint;
-    status.dwWaitHint = 2000;
+    status.dwWaitHint = strcmp(mode, "stuck") == 0 ? 50 : 2000;
     SetServiceStatus(statusHandle, &status);
 }
 

@@ -6,6 +6,8 @@
 #include "ipc/window_request_handler.h"
 #include "support/seam.h"
 
+#include <process.h>
+
 #include <random>
 #include <string>
 #include <thread>
@@ -53,17 +55,21 @@ protected:
     }
     ~Channel() override { server.stop(); }
 
-    static std::string ask(const std::string& payload) {
-        CInterprocessCommunicationWin client(kMutex, kPipe);
-        EXPECT_FALSE(client.isFirstInstance());
+    static void connect(CInterprocessCommunicationWin& client) {
         std::uint32_t error = client.connectToServer();
-        for (int i = 0; i < 100 && error == ERROR_PIPE_BUSY;
+        for (int i = 0; i < 500 && error == ERROR_PIPE_BUSY;
              ++i) { // the listener has yet to hang up on another
             Sleep(10);
             error = client.connectToServer();
         }
         EXPECT_EQ(error, 0u);
-        error = client.sendRequest(payload);
+    }
+
+    static std::string ask(const std::string& payload) {
+        CInterprocessCommunicationWin client(kMutex, kPipe);
+        EXPECT_FALSE(client.isFirstInstance());
+        connect(client);
+        const std::uint32_t error = client.sendRequest(payload);
         return std::to_string(error) + " " + client.lastReply();
     }
 
@@ -91,12 +97,26 @@ TEST_F(Channel, ClientsOneAfterTheOther) {
 
     CInterprocessCommunicationWin client(kMutex, kPipe);
     EXPECT_EQ(client.sendRequest("x"), 10u) << "not connected";
-    EXPECT_EQ(client.connectToServer(), 0u);
+    connect(client);
     for (const char* text : {"one", "two", "three"}) { // the server hangs up after each
         EXPECT_EQ(client.sendRequest(text), 0u);
         EXPECT_EQ(client.lastReply(), text);
     }
     EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance has nobody to talk to";
+    EXPECT_EQ(server.startServer() + server.connectToServer(), 170u + 170u) << "it serves already";
+    EXPECT_EQ(ask("still there"), "0 still there");
+
+    auto slow = rawClient(); // writes, and reads a little later
+    for (int i = 0; i < 500 && !slow; ++i) {
+        Sleep(10);
+        slow = rawClient();
+    }
+    char reply[64];
+    DWORD count = ipc::kHeaderSize;
+    WriteFile(slow.get(), std::string(12, 's').c_str(), 12, &count, nullptr);
+    Sleep(60);
+    EXPECT_TRUE(ReadFile(slow.get(), reply, sizeof reply, &count, nullptr));
+    EXPECT_EQ(ipc::payloadOf({reply, count}), "sss");
 }
 
 TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
@@ -122,18 +142,19 @@ TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
 
 TEST_F(Channel, HostileClientsDoNotEndIt) {
     std::mt19937 random(1);
-    for (int i = 0; i < 2000; ++i) {
-        auto client = rawClient();
-        std::string bytes(random() % (i % 100 == 0 ? 70'000 : 30), '\0');
+    for (int connects = 0, tries = 0; connects < 1000 && tries < 100'000; ++tries) {
+        const auto client = rawClient();
+        if (!client) {
+            SwitchToThread(); // busy with the one before
+            continue;
+        }
+        std::string bytes(random() % (++connects % 100 == 0 ? 70'000 : 30), '\0');
         for (char& byte : bytes)
             byte = static_cast<char>(random());
         DWORD written = 0;
-        if (client && i % 3 != 0)
+        if (connects % 3 != 0)
             WriteFile(client.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-        if (i % 5 == 0)
-            Sleep(1);
     }
-    EXPECT_GT(echo.requests, 0);
     EXPECT_EQ(ask("honest"), "0 honest");
     echo.onEach = [] { throw std::bad_alloc(); };
     EXPECT_EQ(ask("x").substr(0, 4), "233 ");
@@ -165,7 +186,7 @@ TEST_F(Channel, StopsFromEveryStateAndStartsAgain) {
         Sleep(50);
     };
     std::thread client([] { ask("x"); });
-    while (!inHandler)
+    for (int i = 0; i < 5000 && !inHandler; ++i)
         Sleep(1);
     server.stop();
     client.join();
@@ -188,15 +209,19 @@ TEST(BringToFront, AsksTheRunningInstance) {
     EXPECT_FALSE(ipc::bringRunningToFront(name)) << "it runs, but does not serve";
     running.setRequestHandler(&handler);
     EXPECT_EQ(running.startServer(), 0u);
-    for (int i = 1; i <= 3; ++i) {
-        raised = nullptr;
+    for (int i = 1; i <= 2; ++i) {
         const auto begin = GetTickCount();
         EXPECT_TRUE(ipc::bringRunningToFront(name));
-        EXPECT_LT(GetTickCount() - begin, 2000u) << "not the time of seven attempts";
+        EXPECT_LT(GetTickCount() - begin, 1500u) << "not the time of seven attempts";
         EXPECT_EQ(raised, window);
         EXPECT_EQ(shown, i);
-        Sleep(50); // the listener waits for the next client again
+        Sleep(300); // the listener waits for the next client again
     }
+    wchar_t host[MAX_PATH]; // and once more from a second process, through the library
+    GetModuleFileNameW(nullptr, host, MAX_PATH);
+    wcscpy(wcsrchr(host, L'\\'), L"\\zelsyshelper-host.exe");
+    EXPECT_EQ(_wspawnl(_P_WAIT, host, host, L"raise", L"\"Zelsys test app\"", nullptr), 0);
+    EXPECT_EQ(shown, 3);
     SetForegroundWindowSeam::restore();
 }
 

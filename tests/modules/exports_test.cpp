@@ -96,6 +96,20 @@ TEST_F(PropertyExports, Nulls) {
     EXPECT_EQ(isFilled(file, nullptr), 1u);
 }
 
+TEST(ServiceExports, NullsAndSignedCodes) {
+    EXPECT_EQ(find<decltype(installService)>("installService")(nullptr), -2);
+    EXPECT_EQ(find<std::int32_t(const wchar_t*)>("installService")(L""), -2) << "declared narrower";
+    EXPECT_EQ(find<decltype(isServicePresent)>("isServicePresent")(nullptr), 0u);
+    EXPECT_EQ(find<decltype(stopSystemService)>("stopSystemService")(L"no such service"), 0);
+    for (const char* name : {"startService", "stopService", "uninstallService", "updateService"})
+        EXPECT_EQ(find<std::int64_t()>(name)(), std::string(name) == "stopService" ? 0 : -2)
+            << "not installed";
+    std::uint8_t installed = 77;
+    const auto isInstalled = find<decltype(isServiceInstalled)>("isServiceInstalled");
+    EXPECT_EQ(isInstalled(nullptr) + isInstalled(&installed), 0u);
+    EXPECT_EQ(installed, 0);
+}
+
 // The script of the event tests runs these two beside its statistics host, and looks at what arrives.
 
 TEST(Events, Nulls) {

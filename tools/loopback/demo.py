@@ -1,9 +1,11 @@
-"""Shows the library at work: property files, an event to a statistics host, and a download, all on loopback."""
+"""Shows the library at work, on loopback, on a display of its own: one section for each job."""
 
 import hashlib
 import json
 import os
+import subprocess
 import tempfile
+import time
 from pathlib import Path
 from urllib.parse import parse_qs
 
@@ -12,12 +14,12 @@ from certificates import Authority
 from server import Reply, Server
 
 
-def show(*arguments):
+def show(*arguments, expected=0):
     print("$ zelsyshelper-host " + " ".join(f'"{a}"' if " " in a else a for a in arguments))
     result = prefix.host(*arguments)
     print(result.stdout + result.stderr, end="")
-    if result.returncode != 0:
-        raise SystemExit(f"demo: the command failed with exit code {result.returncode}")
+    if result.returncode != expected:
+        raise SystemExit(f"demo: the command ended with exit code {result.returncode}")
 
 
 def answer(request, _handler):
@@ -66,11 +68,46 @@ def download(folder):
         raise SystemExit("the file differs")
 
 
+def wait_until(condition, seconds=15):
+    end = time.monotonic() + seconds
+    while not condition() and time.monotonic() < end:
+        time.sleep(0.1)
+
+
+def services():
+    print("\n== The update service ==")
+    show("service", "install", prefix.windows_path(prefix.BIN / "update_service.exe"))
+    for action in ("status", "start", "stop", "uninstall"):
+        show("service", action)
+    wait_until(lambda: prefix.host("service", "status").returncode == 1)  # its program may have some way to go
+    show("service", "status", expected=1)
+
+
+def single_instance():
+    print("\n== One instance of an application ==")
+    # Wine knows the pipes of this computer under the name "." only.
+    prefix.run("reg.exe", "add", r"HKLM\System\CurrentControlSet\Control\ComputerName\ActiveComputerName",
+               "/v", "ComputerName", "/d", ".", "/f", check=True)
+    program = prefix.BIN / "single_instance.exe"
+    first = subprocess.Popen([prefix.WINE, str(program)])
+    print("$ single_instance   (the first start opens a window and stays)")
+    wait_until(lambda: prefix.host("raise", "SingleInstanceExample").returncode == 0)
+    second = prefix.run(program)
+    print(f"$ single_instance   (the second start ends with exit code {second.returncode}: it has asked the first)")
+    if second.returncode != 1 or first.poll() is not None:
+        raise SystemExit("demo: the second start did not find the first")
+    prefix.run("taskkill.exe", "/im", program.name)
+    print(f"The first one was closed, and ended with exit code {first.wait(30)}.")
+    show("raise", "SingleInstanceExample", expected=1)
+
+
 def main():
     with tempfile.TemporaryDirectory() as folder:
         property_files(Path(folder))
         event(Path(folder))
         download(Path(folder))
+    services()
+    single_instance()
 
 
 main()

@@ -20,10 +20,11 @@ int64_t installService(const wchar_t* path) {
 }
 
 uint64_t isServiceInstalled(uint8_t* installed) {
+    if (installed != nullptr)
+        *installed = 0;
     return frame::run(0, [=] {
-        const bool isThere = service::isPresent(service::serviceName);
         if (installed != nullptr)
-            *installed = isThere;
+            *installed = service::isPresent(service::serviceName);
         return 0;
     });
 }

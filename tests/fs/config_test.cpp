@@ -19,11 +19,7 @@ using testing_support::writeBytes;
 
 class Config : public testing::Test {
 protected:
-    ~Config() override {
-        WriteFileSeam::restore();
-        _wfopen_sSeam::restore();
-        freadSeam::restore();
-    }
+    ~Config() override { testing_support::restoreSeams(); }
 
     testing_support::TemporaryFolder folder;
     const std::wstring path = folder / L"test.cfg";

@@ -58,6 +58,7 @@ struct Output : io::COStreamBase<char> {
 
 class HttpRequest : public testing::Test {
 protected:
+    ~HttpRequest() override { testing_support::restoreSeams(); }
     HttpRequest() {
         request.setProxy(
             {.host = "127.0.0.1", .port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")))});
@@ -147,8 +148,6 @@ TEST_F(HttpRequest, SendIsRepeatedOnTimeOutOnly) {
     };
     EXPECT_EQ(execute(L"/echo"), "0/0 0/0/0");
     EXPECT_EQ(WinHttpSendRequestSeam::calls, 3);
-    WinHttpSendRequestSeam::restore();
-    SleepSeam::restore();
 }
 
 TEST_F(HttpRequest, UploadsInChunks) {
@@ -159,7 +158,6 @@ TEST_F(HttpRequest, UploadsInChunks) {
     SleepSeam::fake = [](DWORD time) { EXPECT_EQ(time, 7u); };
     EXPECT_EQ(execute(L"HTTP://Some.Example:81/echo?q", 0, &input), "0/0 0/0/0");
     EXPECT_EQ(SleepSeam::calls, 4);
-    SleepSeam::restore();
     EXPECT_TRUE(output.bytes == "POST some.example:80 /echo?q text/u " + body) << output.bytes.substr(0, 100);
     EXPECT_EQ(request.progress().uploaded, 200'000);
     EXPECT_EQ(request.progress().inputSize, 200'000);

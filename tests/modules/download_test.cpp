@@ -9,35 +9,19 @@
 
 namespace {
 
-const HMODULE kLibrary = LoadLibraryW(L"zelsyshelper.dll");
-
-template <class Function>
-Function* find(Function*, const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(kLibrary, name)));
-}
-
-#define FIND(name) find(static_cast<decltype(&::name)>(nullptr), #name)
-const auto startDownload = FIND(startDownloadFile);
-const auto stopDownload = FIND(stopDownloadFile);
-const auto getProgress = FIND(getDownloadFileProgress);
-const auto getElapsed = FIND(getDownloadElapsedTimeInSeconds);
-const auto getErrors = FIND(getDownloadFileErrors);
-const auto isCompleted = FIND(isDownloadFileCompleted);
-const auto isStarted = FIND(isDownloadFileStarted);
-
 class Download : public testing::Test {
 protected:
-    ~Download() override { stopDownload(); }
+    ~Download() override { stopDownloadFile(); }
 
     std::uint64_t start(const std::wstring& path, const std::wstring& into) const {
-        return startDownload(L"127.0.0.1", port, nullptr, nullptr,
-                             (L" http://some.example" + path + L"\t").c_str(), into.c_str());
+        return startDownloadFile(L"127.0.0.1", port, nullptr, nullptr,
+                                 (L" http://some.example" + path + L"\t").c_str(), into.c_str());
     }
 
     /// "error/stage/status".
     static std::string errors() {
         std::uint32_t error = 77, stage = 77, status = 77;
-        EXPECT_EQ(getErrors(&error, &stage, &status), 0u);
+        EXPECT_EQ(getDownloadFileErrors(&error, &stage, &status), 0u);
         return std::to_string(error) + "/" + std::to_string(stage) + "/" + std::to_string(status);
     }
 
@@ -45,11 +29,11 @@ protected:
     std::string run(const std::wstring& path, const std::wstring& into) const {
         EXPECT_EQ(start(path, into), 0u);
         std::uint8_t completed = 0, started = 1;
-        while (isCompleted(&completed) == 0 && completed == 0)
+        while (isDownloadFileCompleted(&completed) == 0 && completed == 0)
             Sleep(10);
         std::uint32_t percent = 0;
-        EXPECT_EQ(getProgress(&percent), 0u);
-        EXPECT_EQ(isStarted(&started), 0u);
+        EXPECT_EQ(getDownloadFileProgress(&percent), 0u);
+        EXPECT_EQ(isDownloadFileStarted(&started), 0u);
         EXPECT_EQ(percent, 100u) << "whatever the outcome";
         EXPECT_EQ(started, 0);
         return errors();
@@ -63,18 +47,20 @@ protected:
 TEST_F(Download, WithoutAJobThereIsNothingToAsk) {
     std::uint32_t number = 77;
     std::uint8_t flag = 77;
-    EXPECT_EQ(getProgress(&number), 1805u);
-    EXPECT_EQ(getElapsed(&number), 1805u);
-    EXPECT_EQ(getErrors(&number, &number, &number), 1805u);
-    EXPECT_EQ(isCompleted(&flag), 1805u);
-    EXPECT_EQ(isStarted(&flag), 1805u);
+    EXPECT_EQ(getDownloadFileProgress(&number), 1805u);
+    EXPECT_EQ(getDownloadElapsedTimeInSeconds(&number), 1805u);
+    EXPECT_EQ(getDownloadFileErrors(&number, &number, &number), 1805u);
+    EXPECT_EQ(isDownloadFileCompleted(&flag), 1805u);
+    EXPECT_EQ(isDownloadFileStarted(&flag), 1805u);
     EXPECT_EQ(number + flag, 154u) << "nothing is written";
-    stopDownload();
-    EXPECT_EQ(startDownload(nullptr, 0, nullptr, nullptr, nullptr, nullptr), 0u);
+    stopDownloadFile();
+    EXPECT_EQ(startDownloadFile(nullptr, 0, nullptr, nullptr, nullptr, nullptr), 0u);
     EXPECT_EQ(errors(), "0/20/0");
-    EXPECT_EQ(isCompleted(&flag), 0u);
+    EXPECT_EQ(isDownloadFileCompleted(&flag), 0u);
     EXPECT_EQ(flag, 0);
-    EXPECT_EQ(getProgress(nullptr) + getErrors(nullptr, nullptr, nullptr) + isStarted(nullptr), 0u);
+    EXPECT_EQ(getDownloadFileProgress(nullptr) + getDownloadFileErrors(nullptr, nullptr, nullptr) +
+                  isDownloadFileStarted(nullptr),
+              0u);
 }
 
 TEST_F(Download, OutcomesOneAfterTheOtherWithoutAStop) {
@@ -101,9 +87,9 @@ TEST_F(Download, OutcomesOneAfterTheOtherWithoutAStop) {
         for (std::size_t i = 0; c.path.starts_with(L"/file") && i < bytes.size(); ++i)
             ASSERT_EQ(static_cast<unsigned char>(bytes[i]), i % 251);
     }
-    EXPECT_EQ(startDownload(nullptr, 0, nullptr, nullptr, L"", nullptr), 0u);
+    EXPECT_EQ(startDownloadFile(nullptr, 0, nullptr, nullptr, L"", nullptr), 0u);
     std::uint8_t completed = 0;
-    while (isCompleted(&completed) == 0 && completed == 0)
+    while (isDownloadFileCompleted(&completed) == 0 && completed == 0)
         Sleep(10);
     EXPECT_EQ(errors(), "12006/14102/0");
 }
@@ -121,12 +107,12 @@ TEST_F(Download, SecondStartIsRefusedWhileOneRuns) {
     EXPECT_EQ(errors(), "0/10/0");
     std::uint32_t percent = 0, seconds = 0;
     while (percent < 5 || seconds < 1) {
-        ASSERT_EQ(getProgress(&percent) + getElapsed(&seconds), 0u);
+        ASSERT_EQ(getDownloadFileProgress(&percent) + getDownloadElapsedTimeInSeconds(&seconds), 0u);
         Sleep(10);
     }
     EXPECT_LT(percent, 100u);
-    stopDownload();
-    EXPECT_EQ(getProgress(&percent), 1805u);
+    stopDownloadFile();
+    EXPECT_EQ(getDownloadFileProgress(&percent), 1805u);
     EXPECT_EQ(run(L"/file/7/f", target), "0/0/200");
 }
 
@@ -135,7 +121,7 @@ TEST_F(Download, StopsAtAnyMomentAndLeaksNothing) {
     std::thread poller([&over] {
         std::uint32_t percent = 0;
         while (!over)
-            getProgress(&percent);
+            getDownloadFileProgress(&percent);
     });
     const auto lowestFreeHandle = [] {
         const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -147,7 +133,7 @@ TEST_F(Download, StopsAtAnyMomentAndLeaksNothing) {
         EXPECT_EQ(start(round % 50 == 0 ? L"/late/x" : L"/file/200000/x", target), 0u);
         if (round % 2 != 0)
             Sleep(static_cast<DWORD>(round % 10));
-        stopDownload();
+        stopDownloadFile();
         if (round == 50)
             before = lowestFreeHandle();
     }
@@ -160,7 +146,7 @@ TEST_F(Download, StopsAtAnyMomentAndLeaksNothing) {
 TEST_F(Download, LibraryCanBeFreed) {
     const std::wstring copy = folder / L"freed.dll";
     wchar_t path[MAX_PATH];
-    GetModuleFileNameW(kLibrary, path, MAX_PATH);
+    GetModuleFileNameW(GetModuleHandleW(L"zelsyshelper.dll"), path, MAX_PATH);
     ASSERT_TRUE(CopyFileW(path, copy.c_str(), FALSE));
     for (const bool isPolite : {true, false}) {
         const HMODULE library = LoadLibraryW(copy.c_str());

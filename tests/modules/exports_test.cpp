@@ -12,21 +12,12 @@ namespace {
 using testing_support::readBytes;
 using testing_support::writeBytes;
 
-const HMODULE kLibrary = LoadLibraryW(L"zelsyshelper.dll");
-
-/// An export as a caller declares it that knows nothing of the header: `Result` may be narrower than the
-/// header's.
+/// An export as a caller declares it that knows nothing of the header.
 template <class Function>
-Function* find(const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(kLibrary, name)));
+Function* declared(const char* name) {
+    return reinterpret_cast<Function*>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"zelsyshelper.dll"), name)));
 }
-
-const auto getValue = find<decltype(getValueFromPropertyFile)>("getValueFromPropertyFile");
-const auto setValue = find<decltype(setValueInPropertyFile)>("setValueInPropertyFile");
-const auto getInt = find<decltype(getIntFromPropertyFile)>("getIntFromPropertyFile");
-const auto isFilled = find<decltype(isValueFromPropertyFileNotEmpty)>("isValueFromPropertyFileNotEmpty");
-const auto sendEvent = find<decltype(sendAppEvent)>("sendAppEvent");
-const auto sendEventFull = find<decltype(sendAppEventFull)>("sendAppEventFull");
 
 class PropertyExports : public testing::Test {
 protected:
@@ -39,7 +30,7 @@ TEST_F(PropertyExports, BufferWantsOneSpareCharacter) {
     writeBytes(path, "four=1234\nfive=12345\nempty=\nbad=\xFF\nword=\xC3\xA9\xF0\x9F\x98\x80\n");
     const auto read = [&](const char* key, std::uint32_t capacity) {
         std::wstring buffer(16, L'#');
-        const auto status = getValue(file, key, buffer.data(), capacity);
+        const auto status = getValueFromPropertyFile(file, key, buffer.data(), capacity);
         return std::to_wstring(status) + L" " +
                buffer.substr(0, buffer.find_first_of(std::wstring(L"\0#", 2)));
     };
@@ -50,11 +41,11 @@ TEST_F(PropertyExports, BufferWantsOneSpareCharacter) {
     EXPECT_EQ(read("word", 16), L"0 \u00E9\U0001F600");
     EXPECT_EQ(read("absent", 16), L"100000 ");
     wchar_t buffer[2] = {L'#', L'#'};
-    EXPECT_EQ(getValue(file, "empty", buffer, 1), 0u);
+    EXPECT_EQ(getValueFromPropertyFile(file, "empty", buffer, 1), 0u);
     EXPECT_EQ(buffer[0], L'#');
-    EXPECT_EQ(getValue(file, "empty", buffer, 2), 0u);
+    EXPECT_EQ(getValueFromPropertyFile(file, "empty", buffer, 2), 0u);
     EXPECT_EQ(buffer[0], L'\0');
-    EXPECT_EQ(getValue((path + L"x").c_str(), "a", buffer, 2), 100002u);
+    EXPECT_EQ(getValueFromPropertyFile((path + L"x").c_str(), "a", buffer, 2), 100002u);
 }
 
 TEST_F(PropertyExports, Integers) {
@@ -64,58 +55,56 @@ TEST_F(PropertyExports, Integers) {
         std::int32_t value;
     } cases[] = {{"text", 0}, {"part", 12}, {"negative", -7}, {"plus", 9}, {"empty", 0}, {"absent", -1000}};
     for (const auto& c : cases)
-        EXPECT_EQ(static_cast<std::int64_t>(getInt(file, c.key)), c.value) << c.key;
-    EXPECT_EQ(find<std::int32_t(const wchar_t*, const char*)>("getIntFromPropertyFile")(file, "negative"),
+        EXPECT_EQ(static_cast<std::int64_t>(getIntFromPropertyFile(file, c.key)), c.value) << c.key;
+    EXPECT_EQ(declared<std::int32_t(const wchar_t*, const char*)>("getIntFromPropertyFile")(file, "negative"),
               -7);
-    EXPECT_EQ(getInt((path + L"x").c_str(), "text"), 100002u);
+    EXPECT_EQ(getIntFromPropertyFile((path + L"x").c_str(), "text"), 100002u);
 }
 
 TEST_F(PropertyExports, SetMakesChangesAndRemoves) {
-    EXPECT_EQ(setValue(file, "k", L"gr\u00FC\xD83D\xDE00\xD83D"), 0u) << "there was no file to read";
+    EXPECT_EQ(setValueInPropertyFile(file, "k", L"gr\u00FC\xD83D\xDE00\xD83D"), 0u)
+        << "there was no file to read";
     EXPECT_EQ(readBytes(path), "k=gr\xC3\xBC\xF0\x9F\x98\x80\n");
-    EXPECT_EQ(isFilled(file, "k"), 1u);
-    EXPECT_EQ(setValue(file, "k", L""), 1u);
+    EXPECT_EQ(isValueFromPropertyFileNotEmpty(file, "k"), 1u);
+    EXPECT_EQ(setValueInPropertyFile(file, "k", L""), 1u);
     EXPECT_EQ(readBytes(path), "");
-    EXPECT_EQ(isFilled(file, "k"), 0u);
+    EXPECT_EQ(isValueFromPropertyFileNotEmpty(file, "k"), 0u);
     const std::wstring large(1 << 20, L'x');
-    EXPECT_EQ(setValue(file, "large", large.c_str()), 1u);
-    EXPECT_EQ(setValue(file, "lines", L"1\nlarge=2"), 1u);
+    EXPECT_EQ(setValueInPropertyFile(file, "large", large.c_str()), 1u);
+    EXPECT_EQ(setValueInPropertyFile(file, "lines", L"1\nlarge=2"), 1u);
     EXPECT_EQ(readBytes(path).size(), large.size() + std::string("large=\nlines=1\nlarge=2\n").size());
-    EXPECT_EQ(setValue((path + L"\\no\\folder").c_str(), "k", L"v"), 0u);
+    EXPECT_EQ(setValueInPropertyFile((path + L"\\no\\folder").c_str(), "k", L"v"), 0u);
 }
 
 TEST_F(PropertyExports, Nulls) {
     wchar_t buffer[4];
-    EXPECT_EQ(getValue(nullptr, nullptr, buffer, 4), 100002u);
-    EXPECT_EQ(setValue(nullptr, nullptr, nullptr), 0u);
-    EXPECT_EQ(getInt(nullptr, nullptr), 100002u);
-    EXPECT_EQ(isFilled(nullptr, nullptr), 0u);
-    EXPECT_EQ(setValue(file, nullptr, L"v"), 0u);
+    EXPECT_EQ(getValueFromPropertyFile(nullptr, nullptr, buffer, 4), 100002u);
+    EXPECT_EQ(setValueInPropertyFile(nullptr, nullptr, nullptr), 0u);
+    EXPECT_EQ(getIntFromPropertyFile(nullptr, nullptr), 100002u);
+    EXPECT_EQ(isValueFromPropertyFileNotEmpty(nullptr, nullptr), 0u);
+    EXPECT_EQ(setValueInPropertyFile(file, nullptr, L"v"), 0u);
     EXPECT_EQ(readBytes(path), "=v\n");
-    EXPECT_EQ(getValue(file, nullptr, nullptr, 100), 0u) << "a null buffer is skipped";
-    EXPECT_EQ(isFilled(file, nullptr), 1u);
+    EXPECT_EQ(getValueFromPropertyFile(file, nullptr, nullptr, 100), 0u) << "a null buffer is skipped";
+    EXPECT_EQ(isValueFromPropertyFileNotEmpty(file, nullptr), 1u);
 }
 
 TEST(ServiceExports, NullsAndSignedCodes) {
-    EXPECT_EQ(find<decltype(installService)>("installService")(nullptr), -2);
-    EXPECT_EQ(find<std::int32_t(const wchar_t*)>("installService")(L""), -2) << "declared narrower";
-    EXPECT_EQ(find<decltype(isServicePresent)>("isServicePresent")(nullptr), 0u);
-    EXPECT_EQ(find<decltype(stopSystemService)>("stopSystemService")(L"no such service"), 0);
-    for (const char* name : {"startService", "stopService", "uninstallService", "updateService"})
-        EXPECT_EQ(find<std::int64_t()>(name)(), std::string(name) == "stopService" ? 0 : -2)
-            << "not installed";
+    EXPECT_EQ(installService(nullptr), -2);
+    EXPECT_EQ(declared<std::int32_t(const wchar_t*)>("installService")(L""), -2);
+    EXPECT_EQ(isServicePresent(nullptr), 0u);
+    EXPECT_EQ(stopSystemService(L"no such service") + stopService(), 0);
+    EXPECT_EQ(startService() + uninstallService() + updateService(), -2 - 2 - 2) << "not installed";
     std::uint8_t installed = 77;
-    const auto isInstalled = find<decltype(isServiceInstalled)>("isServiceInstalled");
-    EXPECT_EQ(isInstalled(nullptr) + isInstalled(&installed), 0u);
+    EXPECT_EQ(isServiceInstalled(nullptr) + isServiceInstalled(&installed), 0u);
     EXPECT_EQ(installed, 0);
 }
 
 // The script of the event tests runs these two beside its statistics host, and looks at what arrives.
 
 TEST(Events, Nulls) {
-    EXPECT_EQ(
-        sendEvent(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-        0u);
+    EXPECT_EQ(sendAppEvent(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                           nullptr),
+              0u);
 }
 
 TEST(Events, FourThreads) {
@@ -126,8 +115,8 @@ TEST(Events, FourThreads) {
             for (int i = 0; i < 10; ++i) {
                 std::string text = name; // freed right after the call
                 const char* t = text.c_str();
-                EXPECT_EQ(isFull ? sendEventFull(t, t, t, t, t, t, t, t, t, t, t, t, t)
-                                 : sendEvent(t, t, t, t, t, t, t, t, t, t),
+                EXPECT_EQ(isFull ? sendAppEventFull(t, t, t, t, t, t, t, t, t, t, t, t, t)
+                                 : sendAppEvent(t, t, t, t, t, t, t, t, t, t),
                           0u);
             }
         });

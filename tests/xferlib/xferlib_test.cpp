@@ -142,17 +142,6 @@ TEST(Xferlib, SecureConnections) {
     EXPECT_EQ(outcome(throughProxy("https://secure.example/echo", "UNTRUSTED")), "35/0/");
 }
 
-TEST(Xferlib, ErrorsThatNoServerCanCause) {
-    for (const auto& [error, code] : {std::pair{12002, 28}, {12175, 60}, {12030, 56}, {8, 27}, {31, 55}}) {
-        WinHttpSendRequestSeam::fake = [error = error](auto...) {
-            SetLastError(static_cast<DWORD>(error));
-            return FALSE;
-        };
-        EXPECT_EQ(xferlib::fetch(get(url("/echo"))).code, code);
-    }
-    WinHttpSendRequestSeam::restore();
-}
-
 TEST(Xferlib, ThreadsThatGoDifferentWays) {
     std::vector<std::thread> threads;
     std::atomic<int> good = 0;

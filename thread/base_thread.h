@@ -11,14 +11,14 @@ class CThreadFunction {
 public:
     virtual ~CThreadFunction() = default;
 
-    /// \brief Does the work. Its outcome is told by the owner's own means.
+    /// \brief Does the work. Its outcome is told by means of its own.
     /// \param id The number of the launcher that runs it.
     virtual void Run(std::uint32_t id) = 0;
 };
 
 /// \brief Runs a \ref CThreadFunction on a thread of its own, once for each `Start`.
 ///
-/// Destruction closes the handles and neither waits for the thread nor ends it: the owner sees to it that the
+/// Destruction closes the handles and neither waits for the thread nor ends it: its user sees to it that the
 /// work is over. While the thread runs, the module that holds its code stays loaded.
 class BaseThread {
 public:

@@ -168,7 +168,7 @@ TEST_F(HttpRequest, GoesItsWay) {
     EXPECT_EQ(execute(L"/to/302/https%3A%2F%2Fsecure.example%2Fecho"), "0/0 0/0/0");
     request.setRedirectPolicy(http::redirect::TRedirectPolicy::always);
     EXPECT_EQ(execute(L"https://secure.example/to/302/http%3A%2F%2Fsome.example%2Fecho"), "0/0 0/0/0");
-    EXPECT_EQ(execute(L"/agent"), "0/0 0/0/0");
+    EXPECT_EQ(execute(L"/useragent"), "0/0 0/0/0");
     request.setProxy({.host = "127.0.0.1",
                       .port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_GUARDED"))),
                       .user = L"user",

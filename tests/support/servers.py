@@ -51,7 +51,7 @@ def answer(request, handler):
         handler.close_connection = True
         handler.wfile.write(b"HTTP/1.1 203 OK\r\n\r\nbody")
         return None
-    if what == "agent":
+    if what == "useragent":
         return Reply(body=request.headers["User-Agent"].encode())
     if what == "late":
         time.sleep(1)

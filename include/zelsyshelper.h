@@ -324,7 +324,7 @@ ZELSYSHELPER_API int64_t updateService(void);
  * when the result is 1.
  *
  * Takes milliseconds where no instance runs, normally less than half a second where one does. Where that refuses
- * to answer, some four seconds; where it hangs and keeps the connection, as long as it does.
+ * to answer, some six seconds; where it hangs and keeps the connection, as long as it does.
  *
  * \param appName The application's name, the same in all its instances.
  * \return 1 when another instance has answered, else 0 (signed 32-bit).

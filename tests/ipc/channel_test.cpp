@@ -217,11 +217,16 @@ TEST(BringToFront, AsksTheRunningInstance) {
         EXPECT_EQ(shown, i);
         Sleep(300); // the listener waits for the next client again
     }
+    std::thread other(
+        [name] { EXPECT_TRUE(ipc::bringRunningToFront(name)); }); // two starts at the same moment
+    EXPECT_TRUE(ipc::bringRunningToFront(name));
+    other.join();
+    EXPECT_EQ(shown, 4);
     wchar_t host[MAX_PATH]; // and once more from a second process, through the library
     GetModuleFileNameW(nullptr, host, MAX_PATH);
     wcscpy(wcsrchr(host, L'\\'), L"\\zelsyshelper-host.exe");
     EXPECT_EQ(_wspawnl(_P_WAIT, host, host, L"raise", L"\"Zelsys test app\"", nullptr), 0);
-    EXPECT_EQ(shown, 3);
+    EXPECT_EQ(shown, 5);
     SetForegroundWindowSeam::restore();
 }
 

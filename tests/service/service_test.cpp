@@ -212,15 +212,15 @@ class RealManager : public testing::Test {
 protected:
     RealManager() {
         SleepSeam::fake = [](DWORD time) { SleepSeam::real(time / 15); };
-        GetModuleFileNameW(nullptr, program, MAX_PATH);
-        wcscpy(wcsrchr(program, L'\\'), L"\\update_service.exe");
-        mode = std::wstring(program) + L".mode";
+        wchar_t path[MAX_PATH + 32];
+        GetModuleFileNameW(nullptr, path, MAX_PATH);
+        wcscpy(wcsrchr(path, L'\\'), L"\\update_service.exe");
+        CopyFileW(path, program.c_str(), FALSE);
         service::serviceName = service::serviceDisplayName = name.c_str();
     }
     ~RealManager() override {
         end(); // a service that refuses to stop would still be there in the next run
         service::uninstall();
-        DeleteFileW(mode.c_str());
         testing_support::restoreSeams();
     }
 
@@ -245,8 +245,9 @@ protected:
     const std::wstring name =
         L"Zelsys.Test.Service." + std::to_wstring(GetCurrentProcessId() * 10 + ++services);
     static inline int services = 0;
-    wchar_t program[MAX_PATH + 32]{};
-    std::wstring mode;
+    const testing_support::TemporaryFolder folder;
+    const std::wstring program = folder / L"service.exe";
+    const std::wstring mode = program + L".mode";
 };
 
 TEST_F(RealManager, LifeOfTheService) {

@@ -49,32 +49,14 @@ void send(const Kind& kind, stats::TApplicationValues application, const stats::
         argumentLog(logger.get(), kind, __LINE__) << "<--sendAppEventFull";
 }
 
-} // namespace
-
-uint64_t sendAppEvent(const char* eventName, const char* source, const char* infoType, const char* info,
-                      const char* appId, const char* version, const char* advType, const char* campType,
-                      const char* guid, const char* buildNumber) {
+/// The work of both exports; the short one has no data of the installation.
+uint64_t run(const Kind& kind, const char* eventName, const char* source, const char* infoType,
+             const char* info, const char* appId, const char* version, const char* advType,
+             const char* campType, const char* instType, const char* instRef, const char* instCh,
+             const char* guid, const char* buildNumber) {
     return frame::run(0, [&] {
         using frame::owned;
-        send(kShort,
-             {.applicationId = owned(appId),
-              .version = owned(version),
-              .advType = owned(advType),
-              .campType = owned(campType),
-              .guid = owned(guid),
-              .buildNumber = owned(buildNumber)},
-             {owned(eventName), owned(source), owned(infoType), owned(info)});
-        return 0;
-    });
-}
-
-uint64_t sendAppEventFull(const char* eventName, const char* source, const char* infoType, const char* info,
-                          const char* appId, const char* version, const char* advType, const char* campType,
-                          const char* instType, const char* instRef, const char* instCh, const char* guid,
-                          const char* buildNumber) {
-    return frame::run(0, [&] {
-        using frame::owned;
-        send(kFull,
+        send(kind,
              {.applicationId = owned(appId),
               .version = owned(version),
               .advType = owned(advType),
@@ -87,4 +69,21 @@ uint64_t sendAppEventFull(const char* eventName, const char* source, const char*
              {owned(eventName), owned(source), owned(infoType), owned(info)});
         return 0;
     });
+}
+
+} // namespace
+
+uint64_t sendAppEvent(const char* eventName, const char* source, const char* infoType, const char* info,
+                      const char* appId, const char* version, const char* advType, const char* campType,
+                      const char* guid, const char* buildNumber) {
+    return run(kShort, eventName, source, infoType, info, appId, version, advType, campType, nullptr, nullptr,
+               nullptr, guid, buildNumber);
+}
+
+uint64_t sendAppEventFull(const char* eventName, const char* source, const char* infoType, const char* info,
+                          const char* appId, const char* version, const char* advType, const char* campType,
+                          const char* instType, const char* instRef, const char* instCh, const char* guid,
+                          const char* buildNumber) {
+    return run(kFull, eventName, source, infoType, info, appId, version, advType, campType, instType, instRef,
+               instCh, guid, buildNumber);
 }

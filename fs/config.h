@@ -57,15 +57,17 @@ public:
     /// \brief Whether a value was set since the last `load`, `reload` or successful `save`.
     bool isModified() const;
 
-private:
+protected:
     std::wstring pathCopy() const;
-    int read(bool dropMemory);
 
     ConfigValues values;
     std::set<std::string> changedKeys;
-    mutable std::mutex lock;
+    mutable std::mutex lock; ///< Guards all of these.
     bool modified = false;
     std::wstring filePath;
+
+private:
+    int read(bool dropMemory);
 };
 
 } // namespace fs

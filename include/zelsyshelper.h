@@ -226,6 +226,77 @@ ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, c
 
 /**@}*/
 
+/** \name Properties, plain or enciphered
+ *
+ * The values of a property file as above, or of a switch file, which is the same enciphered as a whole. Each call
+ * leaves a store of some hundred bytes and the file's values in memory until the process ends: for calls without
+ * number use the functions above.
+ */
+/**@{*/
+
+/**
+ * Reads one value as text. What cannot be read counts as an empty file.
+ *
+ * \param buffer     Receives the value and a terminating zero, or nothing where the key is not in the file.
+ * \param capacity   Size of the buffer in characters. A value is copied only when the buffer is larger than its
+ *                   length by two at least.
+ * \param enciphered Whether the file is a switch file.
+ * \return The value's length in characters (32-bit unsigned), also when it was not copied; 0 for an empty value and
+ *         for a key that is not there.
+ */
+ZELSYSHELPER_API uint64_t readProperty(const wchar_t* file, const char* key, wchar_t* buffer,
+                                       uint32_t capacity, uint8_t enciphered);
+
+/**
+ * Sets one value; an empty one removes the key from the file. The file is made when it is missing, not its folder.
+ *
+ * A plain file is written as by setValueInPropertyFile(). An enciphered one that cannot be read loses its other
+ * keys, and two calls for it at the same moment can lose one of the two changes or all other keys.
+ *
+ * \return 0, ZELSYSHELPER_NO_FILE for an empty path, ZELSYSHELPER_FILE_FAILED when the file cannot be written
+ *         (32-bit unsigned).
+ */
+ZELSYSHELPER_API uint64_t writeProperty(const wchar_t* file, const char* key, const wchar_t* value,
+                                        uint8_t enciphered);
+
+/**
+ * Whether the file can be read and holds the key, be its value empty or not.
+ *
+ * \return 1 or 0.
+ */
+ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, uint8_t enciphered);
+
+/**@}*/
+
+/** \name Switch files
+ *
+ * A switch file holds on/off switches of one application as "1" and "0". It lies in the suite's settings folder
+ * under the caller's name followed by ".fx", enciphered so that users do not edit it by hand. The cipher keeps no
+ * secret.
+ */
+/**@{*/
+
+/**
+ * Sets one switch. The file is made when it is missing; whether it could be written is not told.
+ *
+ * Calls for different files at the same moment can write a switch into the wrong one of them, and two processes
+ * that change one file at the same moment can lose a switch: make these calls one at a time.
+ *
+ * \param file       The file's name, without folder and ending. Nothing happens when it is empty.
+ * \param switchName The switch. A line feed or "=" in it does not survive.
+ * \param value      0 for off, else on.
+ */
+ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint8_t value);
+
+/**
+ * Empties a switch file. A missing one stays missing; one that another program has open stays as it is.
+ *
+ * \param file The file's name, as for enableFx().
+ */
+ZELSYSHELPER_API void clearFx(const wchar_t* file);
+
+/**@}*/
+
 /** \name Services
  *
  * The suite's update service, and any service by name, on this machine. These functions work on the calling

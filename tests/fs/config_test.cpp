@@ -1,6 +1,8 @@
 #include "fs/config.h"
 
+#include "fs/cipher.h"
 #include "fs/file_io.h"
+#include "fs/fx_config.h"
 #include "support/files.h"
 #include "support/seam.h"
 
@@ -186,6 +188,46 @@ TEST_F(Config, LongPath) {
     EXPECT_EQ(config.getValue("a", "-"), "1");
     EXPECT_TRUE(DeleteFileW(file.c_str()));
     EXPECT_TRUE(RemoveDirectoryW(deep.c_str()));
+}
+
+/// The contents of an enciphered file.
+std::string readSwitches(const std::wstring& path) {
+    std::string bytes = readBytes(path);
+    fs::decipher(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size());
+    return bytes;
+}
+
+TEST_F(Config, SwitchesAreWrittenWholeAndEnciphered) {
+    fs::FxConfig store(path);
+    EXPECT_EQ(store.load(), 100002);
+    EXPECT_EQ(store.save(), 0) << "also without changes";
+    EXPECT_EQ(readBytes(path), "");
+    store.setDefaults({{"a", false}, {"b", true}});
+    store.loadWithDefaults();
+    store.setSwitch("a", true);
+    store.setValue("empty", "");
+    EXPECT_EQ(store.save(), 0);
+    EXPECT_FALSE(store.isModified());
+    EXPECT_EQ(readSwitches(path), "a=1\nb=1\n");
+
+    fs::FxConfig other(path);
+    other.setDefaults({{"a", false}, {"c", false}});
+    other.loadWithDefaults();
+    EXPECT_TRUE(other.isModified()) << "the missing default";
+    EXPECT_EQ(other.save(), 0);
+    EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\n");
+
+    store.defaultsPending = true;
+    store.loadWithDefaults();
+    EXPECT_EQ(store.findValue("c"), std::nullopt) << "no load while the defaults are pending";
+    store.setDefaults({});
+    EXPECT_EQ(store.save(), 0);
+    EXPECT_EQ(readBytes(path), "") << "emptied, and not merged with the file";
+    store.setFilePath({});
+    EXPECT_EQ(store.save(), 100002);
+    CreateDirectoryW((folder / L"dir").c_str(), nullptr);
+    store.setFilePath(folder / L"dir");
+    EXPECT_EQ(store.save(), 100004);
 }
 
 } // namespace

@@ -88,6 +88,53 @@ TEST_F(PropertyExports, Nulls) {
     EXPECT_EQ(isValueFromPropertyFileNotEmpty(file, nullptr), 1u);
 }
 
+TEST_F(PropertyExports, StoresOfBothForms) {
+    for (const std::uint8_t enciphered : {std::uint8_t{0}, std::uint8_t{200}}) {
+        const std::wstring store = path + std::to_wstring(enciphered);
+        const wchar_t* const name = store.c_str();
+        EXPECT_EQ(readProperty(name, "k", nullptr, 9, enciphered), 0u);
+        EXPECT_EQ(writeProperty(name, "k", L"gr\u00FC\xD83D\xDE00", enciphered), 0u);
+        EXPECT_EQ(readBytes(store) == "k=gr\xC3\xBC\xF0\x9F\x98\x80\n", enciphered == 0);
+        wchar_t buffer[7] = L"######";
+        EXPECT_EQ(readProperty(name, "k", buffer, 6, enciphered), 5u) << "no spare character";
+        EXPECT_STREQ(buffer, L"######");
+        EXPECT_EQ(readProperty(name, "k", buffer, 7, enciphered), 5u);
+        EXPECT_STREQ(buffer, L"gr\u00FC\xD83D\xDE00");
+        EXPECT_EQ(checkProperty(name, "k", enciphered), 1u);
+        EXPECT_EQ(writeProperty(name, "k", nullptr, enciphered), 0u);
+        EXPECT_EQ(checkProperty(name, "k", enciphered), 0u);
+        EXPECT_EQ(readBytes(store), "");
+    }
+    writeBytes(path, "k=\n");
+    EXPECT_EQ(checkProperty(file, "k", 0), 1u) << "empty, but there";
+    EXPECT_EQ(writeProperty(nullptr, nullptr, nullptr, 1), 100002u);
+    EXPECT_EQ(writeProperty((path + L"\\no\\folder").c_str(), "k", L"v", 1), 100004u);
+}
+
+TEST(SwitchExports, SetAndClear) {
+    const std::wstring name = L"test \u97F3 " + std::to_wstring(GetCurrentProcessId());
+    const std::wstring path = std::wstring(_wgetenv(L"APPDATA")) + L"\\Quenlith\\" + name + L".fx";
+    const auto value = [&](const char* key) {
+        wchar_t buffer[8] = L"";
+        readProperty(path.c_str(), key, buffer, 8, 1);
+        return std::wstring(buffer);
+    };
+    clearFx(name.c_str());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    enableFx(name.c_str(), "a", 7);
+    enableFx((name + L"2").c_str(), "b", 1);
+    enableFx(name.c_str(), "c", 0);
+    EXPECT_EQ(value("a") + value("b") + value("c"), L"10") << "files are kept apart";
+    clearFx(name.c_str());
+    EXPECT_EQ(std::filesystem::file_size(path), 0u);
+    enableFx(name.c_str(), nullptr, 1);
+    EXPECT_EQ(value("a") + value(""), L"1");
+    enableFx(nullptr, nullptr, 1);
+    clearFx(nullptr);
+    std::filesystem::remove(path);
+    std::filesystem::remove(path.substr(0, path.size() - 3) + L"2.fx");
+}
+
 TEST(ServiceExports, NullsAndSignedCodes) {
     EXPECT_EQ(installService(nullptr), -2);
     EXPECT_EQ(declared<std::int32_t(const wchar_t*)>("installService")(L""), -2);

@@ -22,6 +22,7 @@ extern const Command kEventCommand;
 extern const Command kPropertyCommand;
 extern const Command kRaiseCommand;
 extern const Command kServiceCommand;
+extern const Command kSwitchCommand;
 
 /// \brief Complains that the arguments of a command do not fit, shows its usage, and returns \ref kUsage.
 int wrongUsage(const Command& command, const std::wstring& problem);

@@ -30,6 +30,11 @@ public:
     decltype(&::setValueInPropertyFile) setValueInPropertyFile = nullptr;
     decltype(&::getIntFromPropertyFile) getIntFromPropertyFile = nullptr;
     decltype(&::isValueFromPropertyFileNotEmpty) isValueFromPropertyFileNotEmpty = nullptr;
+    decltype(&::readProperty) readProperty = nullptr;
+    decltype(&::writeProperty) writeProperty = nullptr;
+    decltype(&::checkProperty) checkProperty = nullptr;
+    decltype(&::enableFx) enableFx = nullptr;
+    decltype(&::clearFx) clearFx = nullptr;
     decltype(&::installService) installService = nullptr;
     decltype(&::isServiceInstalled) isServiceInstalled = nullptr;
     decltype(&::isServicePresent) isServicePresent = nullptr;

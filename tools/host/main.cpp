@@ -4,8 +4,8 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kEventCommand, &kDownloadCommand, &kPropertyCommand, &kServiceCommand,
-                                    &kRaiseCommand};
+const Command* const kCommands[] = {&kEventCommand,  &kDownloadCommand, &kPropertyCommand,
+                                    &kSwitchCommand, &kServiceCommand,  &kRaiseCommand};
 
 void printHelp() {
     print(L"Usage: zelsyshelper-host [--dll NAME_OR_PATH] COMMAND ...\n"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstdint>
 #include <string>
@@ -33,6 +34,15 @@ std::uint64_t run(Result failure, Work&& work) noexcept {
     } catch (...) {
         return widened(failure);
     }
+}
+
+/// \brief Copies a value to a caller, but only when one more character than the value and its terminator need would
+/// fit: callers rely on that spare character.
+inline void copyOut(const std::wstring& value, wchar_t* buffer, std::uint32_t capacity) {
+    if (buffer == nullptr || capacity <= value.size() + 1)
+        return;
+    std::ranges::copy(value, buffer);
+    buffer[value.size()] = L'\0';
 }
 
 } // namespace frame

@@ -6,21 +6,11 @@
 #include "text/utf16.h"
 #include "text/wide.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 namespace {
 
 constexpr std::int32_t kIntegerAbsent = -1000;
-
-/// Copies a value to a caller, but only when one more character than the value and its terminator need would
-/// fit: callers rely on that spare character.
-void copyOut(const std::wstring& value, wchar_t* buffer, std::uint32_t capacity) {
-    if (buffer == nullptr || capacity <= value.size() + 1)
-        return;
-    std::ranges::copy(value, buffer);
-    buffer[value.size()] = L'\0';
-}
 
 } // namespace
 
@@ -33,7 +23,7 @@ uint64_t getValueFromPropertyFile(const wchar_t* file, const char* key, wchar_t*
         const auto value = config.findValue(name);
         if (!value)
             return fs::kStatusNoKey;
-        copyOut(text::utf8ToUtf16(*value), buffer, capacity);
+        frame::copyOut(text::utf8ToUtf16(*value), buffer, capacity);
         return 0;
     });
 }

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "fs/config.h"
+
+#include <map>
+#include <string>
+
+namespace fs {
+
+/// \brief A configuration file that is enciphered as a whole, so that users do not edit it by hand: the store
+/// of named on/off switches, "1" and "0".
+///
+/// Always written whole from memory: there is no merge with what the file holds by then, so two processes that
+/// change one file at the same moment can lose a change. `reload` is the plain one and must not be used here.
+class FxConfig : public CConfig {
+public:
+    using Defaults = std::map<std::string, bool>;
+
+    using CConfig::CConfig;
+
+    /// \brief Enciphers what is in memory and writes it, whether or not anything was changed.
+    /// \return 0, 100002 without a path, 100004 when the file cannot be written.
+    int save() override;
+
+    /// \brief Reads and deciphers the file; values that are already in memory win over the file's. The set of
+    /// changed keys is left as it is.
+    /// \return 0, 100002 when there is no file, another number when it cannot be read.
+    int load() override;
+
+    /// \brief Replaces the defaults. While `defaultsPending` is set, the store is emptied and the mark cleared.
+    void setDefaults(Defaults switches);
+
+    /// \brief Loads the file and sets each default switch that it does not hold. Does nothing while
+    /// `defaultsPending` is set.
+    void loadWithDefaults();
+
+    void setSwitch(const std::string& name, bool isOn) { setValue(name, isOn ? "1" : "0"); }
+
+    /// Asks for a start from the defaults: the next load is left out, and the next change of defaults empties
+    /// the store. To be set before other threads use the store.
+    bool defaultsPending = false;
+
+private:
+    Defaults defaults;
+};
+
+} // namespace fs

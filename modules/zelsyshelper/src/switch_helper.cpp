@@ -1,0 +1,51 @@
+#include "zelsyshelper.h"
+
+#include "fs/fx_config.h"
+#include "modules/zelsyshelper/src/export_frame.h"
+#include "ui/common/stat/app_data_path.h"
+#include "win32/known_folders.h"
+#include "win32/owner.h"
+
+namespace {
+
+/// The one store of enableFx(). Its steps do not hold the lock from one to the next: calls for different files
+/// at the same moment can mix up their switches.
+fs::FxConfig& switchStore() {
+    static fs::FxConfig instance;
+    return instance;
+}
+
+/// Where the switch file of this name lies; empty for an empty name.
+std::wstring switchFilePath(const std::wstring& name) {
+    if (name.empty())
+        return {};
+    return win32::joinPath(stats::applicationDataPath(stats::DataPathKind::settings, stats::kWholeSuite),
+                           name + L".fx");
+}
+
+} // namespace
+
+void enableFx(const wchar_t* file, const char* switchName, uint8_t value) {
+    frame::run(0, [=] {
+        const std::wstring path = switchFilePath(frame::owned(file));
+        const std::string name = frame::owned(switchName);
+        const bool isOn = value != 0;
+
+        fs::FxConfig& store = switchStore();
+        store.setDefaults({{name, isOn}});
+        store.setFilePath(path);
+        store.loadWithDefaults();
+        store.setSwitch(name, isOn);
+        store.save();
+        return 0;
+    });
+}
+
+void clearFx(const wchar_t* file) {
+    frame::run(0, [=] {
+        const win32::KernelHandle emptied(CreateFileW(switchFilePath(frame::owned(file)).c_str(),
+                                                      GENERIC_WRITE, 0, nullptr, TRUNCATE_EXISTING,
+                                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+        return 0;
+    });
+}

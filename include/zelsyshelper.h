@@ -60,6 +60,20 @@ ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* so
                                            const char* instRef, const char* instCh, const char* guid,
                                            const char* buildNumber);
 
+/**
+ * Draws the variant of a split test that this run is to use, for an application to send as the advertising type of
+ * its events.
+ *
+ * Uses the generator rand() of the library's C runtime, which the first draw of the process seeds with the time in
+ * seconds. It knows 32,768 values: variants behind the first 32,768 units of weight are never drawn.
+ *
+ * \param definition Letters, each followed directly by its decimal weight, with optional white space between them:
+ *                   "A70 B30". A weight with a leading zero is octal; a letter without a weight ends the definition.
+ * \param result     Receives the letter of the variant, one byte; 0 when the definition holds anything else, or no
+ *                   weight above 0.
+ */
+ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8_t* result);
+
 /**@}*/
 
 /** \name Background download
@@ -294,6 +308,28 @@ ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint
  * \param file The file's name, as for enableFx().
  */
 ZELSYSHELPER_API void clearFx(const wchar_t* file);
+
+/**@}*/
+
+/** \name The machine */
+/**@{*/
+
+/**
+ * Tells Windows 10 from Windows 11.
+ *
+ * \param text Receives "10.0.0" or "11.0.0" with its terminating zero, seven characters. There must be room for them.
+ *             Untouched when the result is 0.
+ * \return 1, or 0 on any other version of Windows.
+ */
+ZELSYSHELPER_API uint64_t getOsVersion(wchar_t* text);
+
+/**
+ * Whether a process runs whose executable has this name.
+ *
+ * \param name The file name with its extension and without a folder, in any letter case.
+ * \return 1 or 0.
+ */
+ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
 
 /**@}*/
 

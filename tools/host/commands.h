@@ -17,8 +17,11 @@ struct Command {
     int (*run)(const Library& library, const Arguments& arguments);
 };
 
+extern const Command kAdvTypeCommand;
 extern const Command kDownloadCommand;
 extern const Command kEventCommand;
+extern const Command kIsRunningCommand;
+extern const Command kOsVersionCommand;
 extern const Command kPropertyCommand;
 extern const Command kRaiseCommand;
 extern const Command kServiceCommand;

@@ -19,6 +19,7 @@ public:
 
     decltype(&::sendAppEvent) sendAppEvent = nullptr;
     decltype(&::sendAppEventFull) sendAppEventFull = nullptr;
+    decltype(&::parseTestDefAndDecideAdvType) parseTestDefAndDecideAdvType = nullptr;
     decltype(&::startDownloadFile) startDownloadFile = nullptr;
     decltype(&::stopDownloadFile) stopDownloadFile = nullptr;
     decltype(&::getDownloadFileProgress) getDownloadFileProgress = nullptr;
@@ -35,6 +36,8 @@ public:
     decltype(&::checkProperty) checkProperty = nullptr;
     decltype(&::enableFx) enableFx = nullptr;
     decltype(&::clearFx) clearFx = nullptr;
+    decltype(&::getOsVersion) getOsVersion = nullptr;
+    decltype(&::isModuleLoaded) isModuleLoaded = nullptr;
     decltype(&::installService) installService = nullptr;
     decltype(&::isServiceInstalled) isServiceInstalled = nullptr;
     decltype(&::isServicePresent) isServicePresent = nullptr;

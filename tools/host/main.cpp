@@ -4,8 +4,9 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kEventCommand,  &kDownloadCommand, &kPropertyCommand,
-                                    &kSwitchCommand, &kServiceCommand,  &kRaiseCommand};
+const Command* const kCommands[] = {&kEventCommand,     &kDownloadCommand,  &kPropertyCommand,
+                                    &kSwitchCommand,    &kServiceCommand,   &kRaiseCommand,
+                                    &kOsVersionCommand, &kIsRunningCommand, &kAdvTypeCommand};
 
 void printHelp() {
     print(L"Usage: zelsyshelper-host [--dll NAME_OR_PATH] COMMAND ...\n"

@@ -1,0 +1,88 @@
+#include "win32/os_version.h"
+
+#include "support/seam.h"
+
+#include <tlhelp32.h>
+
+#include <gtest/gtest.h>
+
+ZELSYS_SEAM(L"kernel32.dll", GetModuleHandleW)
+ZELSYS_SEAM(L"kernel32.dll", OpenProcess)
+ZELSYS_SEAM(L"advapi32.dll", RegQueryValueExW)
+ZELSYS_SEAM_PLAIN(L"kernel32.dll", CreateToolhelp32Snapshot)
+ZELSYS_SEAM_PLAIN(L"kernel32.dll", Process32NextW)
+
+static win32::TOsVersion told;
+static LONG versionResult;
+
+/// What the product finds when it takes this program for "ntdll.dll".
+extern "C" __declspec(dllexport) LONG WINAPI RtlGetVersion(RTL_OSVERSIONINFOW* info) {
+    EXPECT_EQ(info->dwOSVersionInfoSize, 276u);
+    info->dwMajorVersion = told.major;
+    info->dwMinorVersion = told.minor;
+    info->dwBuildNumber = told.build;
+    return versionResult;
+}
+
+namespace {
+
+class OsVersion : public testing::Test {
+protected:
+    ~OsVersion() override { testing_support::restoreSeams(); }
+};
+
+TEST_F(OsVersion, IsWhatTheSystemTells) {
+    DWORD type = REG_DWORD;
+    LSTATUS status = ERROR_SUCCESS;
+    RegQueryValueExWSeam::fake = [&](HKEY, LPCWSTR name, LPDWORD, LPDWORD typeOut, LPBYTE data, LPDWORD) {
+        EXPECT_STREQ(name, L"UBR");
+        *typeOut = type;
+        *reinterpret_cast<DWORD*>(data) = 4321;
+        return status;
+    };
+    HMODULE ntdll = GetModuleHandleW(nullptr);
+    GetModuleHandleWSeam::fake = [&](LPCWSTR) { return ntdll; };
+    const auto expectVersion = [&](win32::TOsVersion expected) {
+        const win32::TOsVersion version = win32::osVersion();
+        EXPECT_EQ(std::tie(version.major, version.minor, version.revision, version.build),
+                  std::tie(expected.major, expected.minor, expected.revision, expected.build));
+    };
+    told = {9, 3, 0, 9600};
+    expectVersion({9, 3, 0, 9600});
+    EXPECT_EQ(RegQueryValueExWSeam::count(), 0);
+    told = {10, 1, 0, 22621};
+    expectVersion({10, 1, 4321, 22621});
+    type = REG_SZ;
+    expectVersion({10, 1, 0, 22621});
+    status = ERROR_FILE_NOT_FOUND;
+    expectVersion({10, 1, 0, 22621});
+    versionResult = 1;
+    expectVersion({});
+    ntdll = LoadLibraryW(L"kernel32.dll"); // one without the function
+    expectVersion({});
+    ntdll = nullptr;
+    expectVersion({});
+}
+
+TEST_F(OsVersion, RunningModules) {
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    std::wstring self = wcsrchr(path, L'\\') + 1;
+    EXPECT_TRUE(win32::isModuleRunning(self));
+    self[0] = static_cast<wchar_t>(towupper(self[0]));
+    OpenProcessSeam::failWith(ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(win32::isModuleRunning(self));
+    EXPECT_EQ(OpenProcessSeam::count(), 1);
+    for (const std::wstring& name : {std::wstring(path), std::wstring(), self + L"x"})
+        EXPECT_FALSE(win32::isModuleRunning(name)) << name;
+    Process32NextWSeam::failWith(ERROR_NO_MORE_FILES);
+    PROCESSENTRY32W first{};
+    first.dwSize = sizeof first;
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    EXPECT_TRUE(Process32FirstW(snapshot, &first) && CloseHandle(snapshot));
+    EXPECT_FALSE(win32::isModuleRunning(first.szExeFile)) << "the first entry does not count";
+    CreateToolhelp32SnapshotSeam::fake = [](DWORD, DWORD) { return INVALID_HANDLE_VALUE; };
+    EXPECT_FALSE(win32::isModuleRunning(self));
+}
+
+} // namespace

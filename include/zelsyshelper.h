@@ -423,6 +423,137 @@ ZELSYSHELPER_API int64_t updateService(void);
 
 /**@}*/
 
+/** \name The shell
+ *
+ * The functions for folder views and links want COM to be initialised on the calling thread, in either way. Their
+ * error is a Windows error number or the low 16 bits of a COM result.
+ */
+/**@{*/
+
+/** \name View codes
+ * How a folder is shown.
+ */
+/**@{*/
+#define ZELSYSHELPER_VIEW_ICONS 1u /**< Set with icons of 48 pixels; any size reads as this code. */
+#define ZELSYSHELPER_VIEW_SMALL_ICONS 2u
+#define ZELSYSHELPER_VIEW_LIST 3u
+#define ZELSYSHELPER_VIEW_DETAILS 4u
+#define ZELSYSHELPER_VIEW_THUMBNAILS 5u      /**< 128 pixels. */
+#define ZELSYSHELPER_VIEW_THUMBNAIL_STRIP 6u /**< 256 pixels. */
+#define ZELSYSHELPER_VIEW_TILES 7u
+#define ZELSYSHELPER_VIEW_CONTENT 8u
+/**@}*/
+
+/** \name Column codes
+ * What a folder is sorted or grouped by. 0 is not set, or unknown.
+ */
+/**@{*/
+#define ZELSYSHELPER_COLUMN_NONE 1u
+#define ZELSYSHELPER_COLUMN_NAME 10u
+#define ZELSYSHELPER_COLUMN_SIZE 20u
+#define ZELSYSHELPER_COLUMN_TYPE 21u
+#define ZELSYSHELPER_COLUMN_MODIFIED 30u
+#define ZELSYSHELPER_COLUMN_OTHER 40u /**< {C94FB582-8AE1-4570-835B-BCA28FB9DE9B}, 6 */
+/**@}*/
+
+/** Status: not one file-manager window is open. */
+#define ZELSYSHELPER_NO_SHELL_WINDOW 1000u
+
+/** A column and the direction in which a folder is sorted or grouped by it. */
+typedef struct SortOption {
+    uint32_t code;     /**< A column code. */
+    uint8_t ascending; /**< Not 0: ascending. */
+} SortOption;
+
+/**
+ * Sets how the file manager shows a folder, from now on. Opens a window on the folder, and changes all windows that
+ * show it.
+ *
+ * A window that was not open before may not be there in time to be found: look at the folder with
+ * retrieveShellFolderViewOptions(), or call again. Blocks while the file manager does not answer.
+ *
+ * \param folder    The folder as a full path, without a backslash at its end.
+ * \param viewCode  Points to a view code; null or another number leaves the view alone.
+ * \param sort      Null, or a code that is no column code, leaves the sorting alone. The direction is that of the
+ *                  grouping too; ascending when it is null.
+ * \param groupCode Points to a column code; null or another number leaves the grouping alone.
+ * \param error     Receives 0; 87 for an empty path or one that leads nowhere; or why the windows cannot be found.
+ *                  That a single window refuses is not told.
+ * \param status    Receives 0 or ZELSYSHELPER_NO_SHELL_WINDOW.
+ */
+ZELSYSHELPER_API void assignShellFolderViewOptions(const wchar_t* folder, const uint32_t* viewCode,
+                                                   const SortOption* sort, const uint32_t* groupCode,
+                                                   uint32_t* error, uint32_t* status);
+
+/**
+ * Reads how the file manager shows a folder. Opens a window on the folder; of several windows that show it the last
+ * one counts. In all else as assignShellFolderViewOptions().
+ *
+ * \param viewCode Receives a view code, 0 when no window was found.
+ * \param sort     Receives a column code, and 0 for the direction whatever it is; {0, 1} when no window was found.
+ * \param group    Receives a column code and a direction; {0, 1} when no window was found.
+ */
+ZELSYSHELPER_API void retrieveShellFolderViewOptions(const wchar_t* folder, uint32_t* viewCode,
+                                                     SortOption* sort, SortOption* group, uint32_t* error,
+                                                     uint32_t* status);
+
+/** \name Steps of createShellLink() */
+/**@{*/
+#define ZELSYSHELPER_LINK_TARGET 1u       /**< No target was given. */
+#define ZELSYSHELPER_LINK_PATH 2u         /**< No path of the link was given. */
+#define ZELSYSHELPER_LINK_CREATE 21u      /**< The shell makes no link object; is COM initialised? */
+#define ZELSYSHELPER_LINK_SET_TARGET 22u  /**< The target was refused. */
+#define ZELSYSHELPER_LINK_DESCRIPTION 23u /**< The description was refused. */
+#define ZELSYSHELPER_LINK_FILE 24u        /**< The link object cannot be written to a file. */
+#define ZELSYSHELPER_LINK_SAVE 25u        /**< The file could not be written. */
+/**@}*/
+
+/**
+ * Writes a shell link, over one that is there. White space around both paths does not count.
+ *
+ * \param target      The path that the link points at; it need not exist.
+ * \param linkPath    The link's full path with its extension, ".lnk". Its folder must exist.
+ * \param description Null for none.
+ * \param error       Receives 0, or what went wrong.
+ * \param failedStep  Receives 0, or the step that failed.
+ */
+ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* linkPath,
+                                      const wchar_t* description, uint32_t* error, uint32_t* failedStep);
+
+/**
+ * Deletes a folder with all that is in it, then copies another folder's tree to its place.
+ *
+ * Mind that the destination itself is made only as the parent of a subfolder. A destination that was missing counts
+ * as one failure, since it could not be deleted, and each file of the source's root that is listed before its first
+ * subfolder as one more: such files are not copied. To copy reliably, keep all files in subfolders.
+ *
+ * Nothing stops the work: each failure is counted and told in a line on standard output. Read-only files are not
+ * deleted. Paths are cut at 512 characters; folders need full paths of up to 247. Nothing is touched, and one
+ * failure counted, where a path is blank, the destination is the root of a drive or share, or the destination is or
+ * holds the source. Links to folders in the destination are removed and not followed; links in the source are
+ * copied as the folders that they show. Calls at the same moment mix their counts.
+ *
+ * \return The number of failures (32-bit unsigned).
+ */
+ZELSYSHELPER_API uint64_t copyDirEx(const wchar_t* source, const wchar_t* destination);
+
+/** Result of zelChromeExtWasDeleted(): not listed, or no preferences to be read. */
+#define ZELSYSHELPER_EXTENSION_ABSENT 318u
+/** Result of zelChromeExtWasDeleted(): from this number on, the user's folder cannot be found; the low 16 bits of
+ * the COM result are added. */
+#define ZELSYSHELPER_EXTENSION_NO_FOLDER 1000000u
+
+/**
+ * Whether the suite's browser extension has gone from the browser's default profile. Reads the whole preference
+ * file, also while the browser runs.
+ *
+ * \return 0 when it is listed, otherwise ZELSYSHELPER_EXTENSION_ABSENT or a number from
+ *         ZELSYSHELPER_EXTENSION_NO_FOLDER on (32-bit unsigned).
+ */
+ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
+
+/**@}*/
+
 /** \name Single instance */
 /**@{*/
 

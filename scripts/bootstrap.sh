@@ -10,6 +10,7 @@ packages=(
     git
     googletest
     libgnutls30
+    liblnk-utils
     ninja-build
     openssl
     python3

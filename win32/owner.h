@@ -27,6 +27,7 @@ public:
     ~Owner() { reset(); }
 
     Type get() const { return value_; }
+    Type operator->() const { return value_; }
     explicit operator bool() const { return Traits::isValid(value_); }
 
     /// Gives the resource away; the caller releases it.
@@ -61,12 +62,18 @@ struct KernelHandleTraits : NullableTraits<HANDLE> {
     static void release(HANDLE value) { CloseHandle(value); }
 };
 
+struct FindHandleTraits : KernelHandleTraits {
+    static void release(HANDLE value) { FindClose(value); }
+};
+
 struct LibraryTraits : NullableTraits<HMODULE> {
     static void release(HMODULE value) { FreeLibrary(value); }
 };
 
 /// Files, events, threads, mutexes. INVALID_HANDLE_VALUE counts as empty.
 using KernelHandle = Owner<KernelHandleTraits>;
+/// A listing of a folder.
+using FindHandle = Owner<FindHandleTraits>;
 /// A DLL that was loaded at run time.
 using Library = Owner<LibraryTraits>;
 

@@ -146,6 +146,27 @@ TEST(ServiceExports, NullsAndSignedCodes) {
     EXPECT_EQ(installed, 0);
 }
 
+TEST(OtherExports, Nulls) {
+    EXPECT_EQ(copyDirEx(nullptr, nullptr) + copyDirEx(L"C:\\windows", nullptr), 1u + 1u);
+    assignShellFolderViewOptions(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    retrieveShellFolderViewOptions(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    std::uint32_t view = 7, error = 7, status = 7;
+    SortOption sort{7, 7}, group{7, 7};
+    retrieveShellFolderViewOptions(nullptr, &view, &sort, &group, &error, &status);
+    EXPECT_TRUE(view == 0 && error == 87 && status == 0 && sort.code + group.code == 0 &&
+                sort.ascending == 1 && group.ascending == 1);
+    createShellLink(nullptr, nullptr, nullptr, nullptr, nullptr);
+    createShellLink(L"target", L"C:\\x.lnk", nullptr, &error, &status);
+    EXPECT_EQ(std::pair(error, status), std::pair(0x01F0u, 21u)) << "COM is not initialised";
+    EXPECT_EQ(isModuleLoaded(nullptr) + isModuleLoaded("\xFF"), 0u);
+    EXPECT_EQ(isModuleLoaded("EXPORTS_TEST.exe"), 1u);
+    EXPECT_LE(getOsVersion(nullptr), 1u);
+    std::uint8_t letter = 7;
+    parseTestDefAndDecideAdvType(nullptr, &letter);
+    parseTestDefAndDecideAdvType("A1", nullptr);
+    EXPECT_EQ(letter, 0);
+}
+
 // The script of the event tests runs these two beside its statistics host, and looks at what arrives.
 
 TEST(Events, Nulls) {

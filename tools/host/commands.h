@@ -18,9 +18,13 @@ struct Command {
 };
 
 extern const Command kAdvTypeCommand;
+extern const Command kCopyDirCommand;
 extern const Command kDownloadCommand;
 extern const Command kEventCommand;
+extern const Command kExtensionCommand;
+extern const Command kFolderViewCommand;
 extern const Command kIsRunningCommand;
+extern const Command kLinkCommand;
 extern const Command kOsVersionCommand;
 extern const Command kPropertyCommand;
 extern const Command kRaiseCommand;

@@ -68,6 +68,11 @@ std::wstring Library::load(const std::wstring& nameOrPath) {
                                     .find(stopSystemService, "stopSystemService")
                                     .find(uninstallService, "uninstallService")
                                     .find(updateService, "updateService")
+                                    .find(assignShellFolderViewOptions, "assignShellFolderViewOptions")
+                                    .find(retrieveShellFolderViewOptions, "retrieveShellFolderViewOptions")
+                                    .find(createShellLink, "createShellLink")
+                                    .find(copyDirEx, "copyDirEx")
+                                    .find(zelChromeExtWasDeleted, "zelChromeExtWasDeleted")
                                     .find(bringRuningAppToTop, "bringRuningAppToTop")
                                     .missing();
     if (!missing.empty())

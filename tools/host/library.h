@@ -46,6 +46,11 @@ public:
     decltype(&::stopSystemService) stopSystemService = nullptr;
     decltype(&::uninstallService) uninstallService = nullptr;
     decltype(&::updateService) updateService = nullptr;
+    decltype(&::assignShellFolderViewOptions) assignShellFolderViewOptions = nullptr;
+    decltype(&::retrieveShellFolderViewOptions) retrieveShellFolderViewOptions = nullptr;
+    decltype(&::createShellLink) createShellLink = nullptr;
+    decltype(&::copyDirEx) copyDirEx = nullptr;
+    decltype(&::zelChromeExtWasDeleted) zelChromeExtWasDeleted = nullptr;
     decltype(&::bringRuningAppToTop) bringRuningAppToTop = nullptr;
 };
 

@@ -4,9 +4,10 @@
 namespace host {
 namespace {
 
-const Command* const kCommands[] = {&kEventCommand,     &kDownloadCommand,  &kPropertyCommand,
-                                    &kSwitchCommand,    &kServiceCommand,   &kRaiseCommand,
-                                    &kOsVersionCommand, &kIsRunningCommand, &kAdvTypeCommand};
+const Command* const kCommands[] = {
+    &kEventCommand,   &kAdvTypeCommand,    &kDownloadCommand, &kPropertyCommand, &kSwitchCommand,
+    &kServiceCommand, &kFolderViewCommand, &kLinkCommand,     &kCopyDirCommand,  &kExtensionCommand,
+    &kRaiseCommand,   &kOsVersionCommand,  &kIsRunningCommand};
 
 void printHelp() {
     print(L"Usage: zelsyshelper-host [--dll NAME_OR_PATH] COMMAND ...\n"

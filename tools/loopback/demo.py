@@ -39,6 +39,39 @@ def property_files(folder):
     print(f"The file now:\n{path.read_text(encoding='utf-8')}", end="")
 
 
+def switches():
+    print("\n== A switch file, enciphered on disk ==")
+    show("switch", "on", "player", "new-timeline")
+    show("switch", "off", "player", "telemetry")
+    path = prefix.SETTINGS / "player.fx"
+    print(f"player.fx holds {path.read_bytes()}")
+    show("property", "read", prefix.windows_path(path), "new-timeline", "--enciphered")
+
+
+def shell(folder):
+    print("\n== The shell ==")
+    for name in ("bin/player.exe", "readme.txt"):
+        path = folder / "product" / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(name)
+    (folder / "installed").mkdir()
+    source, target = (prefix.windows_path(folder / name) for name in ("product", "installed"))
+    show("copy-dir", source, target)
+    link = folder / "Player.lnk"
+    show("link", "create", target + "\\bin\\player.exe", prefix.windows_path(link), "Plays media")
+    print("The link as another program reads it:")
+    text = subprocess.run(["lnkinfo", str(link)], capture_output=True, text=True, check=True).stdout
+    print("".join(line + "\n" for line in text.splitlines() if "Local path" in line or "Description" in line), end="")
+    show("extension", expected=1)
+
+
+def machine():
+    print("\n== The machine, and the draw of a variant ==")
+    show("os-version", expected=1)
+    show("is-running", "services.exe")
+    show("adv-type", "A70 B30", "--draws", "10000")
+
+
 def event(folder):
     print("\n== A usage event, over HTTPS to a statistics host on loopback ==")
     authority = Authority(folder / "authority")
@@ -104,10 +137,13 @@ def single_instance():
 def main():
     with tempfile.TemporaryDirectory() as folder:
         property_files(Path(folder))
+        switches()
         event(Path(folder))
         download(Path(folder))
+        shell(Path(folder))
     services()
     single_instance()
+    machine()
 
 
 main()

@@ -38,12 +38,6 @@ uint64_t query(Query ask) {
     });
 }
 
-template <class Value>
-void put(Value* out, Value value) {
-    if (out != nullptr)
-        *out = value;
-}
-
 std::string ansi(const std::wstring& wide) {
     const auto convert = [&](char* out, int capacity) {
         return WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), out, capacity,
@@ -85,26 +79,26 @@ void stopDownloadFile(void) {
 }
 
 uint64_t getDownloadFileProgress(uint32_t* percent) {
-    return query([=](const auto& job) { put(percent, job.progress()); });
+    return query([=](const auto& job) { frame::put(percent, job.progress()); });
 }
 
 uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds) {
-    return query([=](const auto& job) { put(seconds, job.elapsedSeconds()); });
+    return query([=](const auto& job) { frame::put(seconds, job.elapsedSeconds()); });
 }
 
 uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage, uint32_t* httpStatus) {
     return query([=](const auto& job) {
         const auto result = job.result();
-        put(errorCode, result.errorCode);
-        put(errorStage, result.errorStage);
-        put(httpStatus, result.httpStatus);
+        frame::put(errorCode, result.errorCode);
+        frame::put(errorStage, result.errorStage);
+        frame::put(httpStatus, result.httpStatus);
     });
 }
 
 uint64_t isDownloadFileCompleted(uint8_t* completed) {
-    return query([=](const auto& job) { put(completed, std::uint8_t{job.result().completed}); });
+    return query([=](const auto& job) { frame::put(completed, std::uint8_t{job.result().completed}); });
 }
 
 uint64_t isDownloadFileStarted(uint8_t* started) {
-    return query([=](const auto& job) { put(started, std::uint8_t{job.result().started}); });
+    return query([=](const auto& job) { frame::put(started, std::uint8_t{job.result().started}); });
 }

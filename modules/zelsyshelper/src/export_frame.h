@@ -36,6 +36,13 @@ std::uint64_t run(Result failure, Work&& work) noexcept {
     }
 }
 
+/// \brief Gives a value to a caller; a null output is skipped.
+template <class Value>
+void put(Value* out, Value value) {
+    if (out != nullptr)
+        *out = value;
+}
+
 /// \brief Copies a value to a caller, but only when one more character than the value and its terminator need would
 /// fit: callers rely on that spare character.
 inline void copyOut(const std::wstring& value, wchar_t* buffer, std::uint32_t capacity) {

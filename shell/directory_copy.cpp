@@ -1,0 +1,169 @@
+#include "shell/directory_copy.h"
+
+#include "shell/path_identity.h"
+#include "win32/owner.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include <shlobj.h>
+
+namespace shell {
+namespace {
+
+constexpr std::size_t kLongestPath = 512; // characters; what is longer is cut
+
+/// One count for the whole process, by contract.
+std::atomic<std::uint32_t> failures;
+
+void tell(const wchar_t* line) {
+    std::fputws(line, stdout);
+    std::fflush(stdout);
+}
+
+void fail(const wchar_t* work, DWORD error) {
+    ++failures;
+    tell((std::wstring(L"error ") + work + L": " + std::to_wstring(static_cast<int>(error)) + L"\n").c_str());
+}
+
+/// Goes through a folder. One that cannot be listed counts as empty.
+class Listing {
+public:
+    explicit Listing(const std::wstring& folder)
+        : entry_(std::make_unique<WIN32_FIND_DATAW>()),
+          find_(FindFirstFileW((folder + L"\\*").c_str(), entry_.get())) {}
+
+    /// Moves on to the next entry, past the folder itself and its parent.
+    bool next() {
+        while (find_ && (isFirst_ || FindNextFileW(find_.get(), entry_.get()))) {
+            isFirst_ = false;
+            if (!isFolder() || (name() != L"." && name() != L".."))
+                return true;
+        }
+        return false;
+    }
+
+    std::wstring_view name() const { return entry_->cFileName; }
+    bool isFolder() const { return (entry_->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+    bool isLink() const { return (entry_->dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+
+private:
+    std::unique_ptr<WIN32_FIND_DATAW> entry_; // off the stack, since folders nest deeply
+    win32::FindHandle find_;
+    bool isFirst_ = true;
+};
+
+std::wstring cut(const std::wstring& path) {
+    return path.substr(0, kLongestPath);
+}
+
+/// Whether cutting a child's path leaves none of its name, or only dots and blanks, which lead back to the folder
+/// itself or to its parent: going on there would never end.
+bool isCutToItsFolder(const std::wstring& folder, const std::wstring& child) {
+    const std::size_t name = std::min(folder.size() + 1, kLongestPath);
+    return child.size() > kLongestPath && cut(child).find_first_not_of(L". ", name) == child.npos;
+}
+
+void removeFolder(const std::wstring& path) {
+    if (!RemoveDirectoryW(path.c_str()))
+        fail(L"RemoveDirectory", GetLastError());
+}
+
+void deleteTree(const std::wstring& given) {
+    const std::wstring path = cut(given);
+    Listing listing(path);
+    while (listing.next()) {
+        const std::wstring child = std::wstring(path).append(1, L'\\').append(listing.name());
+        if (!listing.isFolder()) {
+            if (DeleteFileW(child.c_str()) != TRUE)
+                fail(L"delete", GetLastError());
+        } else if (listing.isLink()) {
+            removeFolder(child); // what it shows is not part of this tree
+        } else if (isCutToItsFolder(path, child)) {
+            fail(L"delete", ERROR_FILENAME_EXCED_RANGE);
+        } else {
+            deleteTree(child);
+        }
+    }
+    removeFolder(path);
+}
+
+class TreeCopy {
+public:
+    TreeCopy(const std::wstring& source, const std::wstring& destination)
+        : destination_(destination), isDestinationInside_(holds(source, destination)) {}
+
+    void copy(const std::wstring& givenSource, const std::wstring& givenDestination) {
+        const std::wstring source = cut(givenSource), destination = cut(givenDestination);
+        walked_.push_back(&source);
+        Listing listing(source);
+        while (listing.next()) {
+            const std::wstring from = std::wstring(source).append(1, L'\\').append(listing.name());
+            const std::wstring to = std::wstring(destination).append(1, L'\\').append(listing.name());
+            if (!listing.isFolder()) {
+                if (CopyFileW(from.c_str(), to.c_str(), TRUE) != TRUE)
+                    fail(L"copy", GetLastError());
+                continue;
+            }
+            if (SHCreateDirectory(nullptr, to.c_str()) != ERROR_SUCCESS)
+                fail(L"create directory", GetLastError());
+            if (isCutToItsFolder(source, from))
+                fail(L"copy", ERROR_FILENAME_EXCED_RANGE);
+            else if (isEndless(from, listing.isLink()))
+                fail(L"copy", ERROR_CANT_RESOLVE_FILENAME);
+            else
+                copy(from, to);
+        }
+        walked_.pop_back();
+    }
+
+private:
+    /// Whether going into a folder would lead round in circles: a link back to the way here, or the copies.
+    bool isEndless(const std::wstring& folder, bool isLink) const {
+        if (!isLink)
+            return isDestinationInside_ && isSameFile(destination_, folder);
+        const auto isFolder = [&](const std::wstring* other) { return isSameFile(*other, folder); };
+        return std::ranges::any_of(walked_, isFolder) || holds(folder, destination_);
+    }
+
+    const std::wstring destination_;
+    const bool isDestinationInside_;
+    std::vector<const std::wstring*> walked_; // from the root to the folder that is being copied
+};
+
+bool isBlank(const std::wstring& text) {
+    return text.find_first_not_of(L" \t\r\n\v\f") == text.npos;
+}
+
+void replace(const std::wstring& source, const std::wstring& destination) {
+    if (isBlank(source))
+        return fail(L"copy", ERROR_INVALID_PARAMETER);
+    if (isBlank(destination) || isRoot(destination) || holds(destination, source))
+        return fail(L"delete", ERROR_INVALID_PARAMETER);
+
+    TreeCopy tree(source, destination);
+    const DWORD attributes = GetFileAttributesW(destination.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+        removeFolder(destination);
+    else
+        deleteTree(destination);
+    tree.copy(source, destination);
+}
+
+} // namespace
+
+std::uint32_t replaceDirectory(const std::wstring& source, const std::wstring& destination) {
+    failures = 0;
+    try {
+        replace(cut(source), cut(destination));
+    } catch (...) {
+        tell(L"error Exception\n");
+    }
+    return failures;
+}
+
+} // namespace shell

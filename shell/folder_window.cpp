@@ -1,0 +1,70 @@
+#include "shell/folder_window.h"
+
+#include <algorithm>
+#include <cwchar>
+
+#include <servprov.h>
+#include <shlguid.h>
+
+namespace shell {
+namespace {
+
+using win32::ComPointer;
+using win32::ItemList;
+using win32::queryInterface;
+
+ComPointer<IShellView> activeView(IShellWindows& windows, long index) {
+    VARIANT place{};
+    place.vt = VT_I4;
+    place.lVal = index;
+    ComPointer<IDispatch> item;
+    if (FAILED(windows.Item(place, item.receive())))
+        return {};
+    const auto services = queryInterface<IServiceProvider>(queryInterface<IWebBrowserApp>(item));
+    ComPointer<IShellBrowser> browser;
+    if (!services || FAILED(services->QueryService(SID_STopLevelBrowser, IID_PPV_ARGS(browser.receive()))))
+        return {};
+    ComPointer<IShellView> view;
+    if (!browser || FAILED(browser->QueryActiveShellView(view.receive())))
+        return {};
+    return view;
+}
+
+/// The path that a view shows, with backslashes; empty when it shows none or does not tell.
+std::wstring shownPath(const ComPointer<IFolderView>& view) {
+    ComPointer<IPersistFolder2> folder;
+    if (!view || FAILED(view->GetFolder(IID_PPV_ARGS(folder.receive()))))
+        return {};
+    ItemList list;
+    wchar_t path[MAX_PATH] = L"";
+    if (!folder || FAILED(folder->GetCurFolder(list.receive())) || !SHGetPathFromIDListW(list.get(), path))
+        return {};
+    std::ranges::replace(path, L'/', L'\\');
+    return path;
+}
+
+} // namespace
+
+bool openFolderWindow(const std::wstring& folder) {
+    const ItemList list(ILCreateFromPathW(folder.c_str()));
+    if (!list)
+        return false;
+    // Selecting nothing, by one empty child, makes the shell open the folder itself and not its parent.
+    PCUITEMID_CHILD nothing = nullptr;
+    SHOpenFolderAndSelectItems(list.get(), 1, &nothing, 0);
+    return true;
+}
+
+void visitFolderWindows(IShellWindows& windows, long count, const std::wstring& folder,
+                        const std::function<void(const FolderWindow&)>& visit) {
+    for (long index = 0; index < count; ++index) {
+        FolderWindow window{.shellView = activeView(windows, index), .view = {}, .view2 = {}};
+        window.view = queryInterface<IFolderView>(window.shellView);
+        if (_wcsicmp(shownPath(window.view).c_str(), folder.c_str()) != 0)
+            continue;
+        window.view2 = queryInterface<IFolderView2>(window.view);
+        visit(window);
+    }
+}
+
+} // namespace shell

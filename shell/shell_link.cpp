@@ -1,0 +1,54 @@
+#include "shell/shell_link.h"
+
+#include "win32/com.h"
+
+#include <algorithm>
+#include <cwctype>
+
+namespace shell {
+namespace {
+
+std::wstring trimmed(const std::wstring& text) {
+    const auto isSpace = [](wchar_t c) { return std::iswspace(c) != 0; };
+    const auto first = std::find_if_not(text.begin(), text.end(), isSpace);
+    const auto last = std::find_if_not(text.rbegin(), std::make_reverse_iterator(first), isSpace).base();
+    return {first, last};
+}
+
+TLinkOutcome writeLink(const std::wstring& target, const std::wstring& linkPath,
+                       const std::optional<std::wstring>& description) {
+    const auto failed = [](LinkStep step, HRESULT result) {
+        return TLinkOutcome{static_cast<std::uint32_t>(HRESULT_CODE(result)), step};
+    };
+    win32::ComPointer<IShellLinkW> link;
+    HRESULT result =
+        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(link.receive()));
+    if (FAILED(result))
+        return failed(LinkStep::create, result);
+    if (result = link->SetPath(target.c_str()); FAILED(result))
+        return failed(LinkStep::setPath, result);
+    if (description)
+        if (result = link->SetDescription(description->c_str()); FAILED(result))
+            return failed(LinkStep::setDescription, result);
+    win32::ComPointer<IPersistFile> file;
+    if (result = link->QueryInterface(IID_PPV_ARGS(file.receive())); FAILED(result))
+        return failed(LinkStep::persistFile, result);
+    if (result = file->Save(linkPath.c_str(), TRUE); FAILED(result))
+        return failed(LinkStep::save, result);
+    return {};
+}
+
+} // namespace
+
+TLinkOutcome createLink(const std::wstring& target, const std::wstring& linkPath,
+                        const std::optional<std::wstring>& description) {
+    const std::wstring cleanTarget = trimmed(target);
+    if (cleanTarget.empty())
+        return {ERROR_INVALID_PARAMETER, LinkStep::target};
+    const std::wstring cleanLinkPath = trimmed(linkPath);
+    if (cleanLinkPath.empty())
+        return {ERROR_INVALID_PARAMETER, LinkStep::linkPath};
+    return writeLink(cleanTarget, cleanLinkPath, description);
+}
+
+} // namespace shell

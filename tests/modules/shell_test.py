@@ -1,0 +1,164 @@
+"""The shell functions and machine queries of the built library, on real files, through the console host."""
+
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parents[2] / "tools/loopback"))
+import prefix  # noqa: E402
+
+EXTENSION = "gmbkafodnhelcjpibgkmdoafhnecjlpb"
+OTHER_EXTENSION = "mhjfbmdgcfjbbpaeojofohoefgiehjai"  # one that the browser itself has listed
+
+
+def reg(action, key, **values):
+    for name, (kind, data) in values.items():
+        prefix.run("reg.exe", action, key, "/v", name, *(["/t", kind, "/d", data] if action == "add" else []), "/f",
+                   check=True)
+
+
+class Shell(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.source, self.destination = self.folder / "source", self.folder / "destination"
+
+    def make(self, root, *names):
+        """Files that hold their own names, and folders, whose names end in a slash."""
+        for name in names:
+            path = root / name
+            (path if name.endswith("/") else path.parent).mkdir(parents=True, exist_ok=True)
+            if not name.endswith("/"):
+                path.write_text(name)
+
+    def names(self, root):
+        return sorted(str(path.relative_to(root)) for path in root.rglob("*"))
+
+    def copy(self, source=None, destination=None):
+        """The lines that a copy tells, without the count of failures, which is checked."""
+        result = prefix.host("copy-dir", *(text if isinstance(text, str) else prefix.windows_path(text)
+                                           for text in (source or self.source, destination or self.destination)))
+        *lines, count = result.stdout.splitlines()
+        self.assertEqual((int(count.split()[0]), result.returncode), (len(lines), int(bool(lines))), result)
+        return lines
+
+    def test_root_files_want_a_folder_before_them(self):
+        self.make(self.source, "0.txt", "a/b/c.txt", "a/empty/", "z.txt")
+        self.assertEqual(self.copy(), ["error RemoveDirectory: 2", "error copy: 3"])
+        copied = ["a", "a/b", "a/b/c.txt", "a/empty", "z.txt"]
+        self.assertEqual(self.names(self.destination), copied)
+        self.assertEqual((self.destination / "a/b/c.txt").read_text(), "a/b/c.txt")
+        self.make(self.destination, "old/deep/file", "a/b/c.txt")
+        (self.source / "0.txt").unlink()
+        self.assertEqual(self.copy(), [])
+        self.assertEqual(self.names(self.destination), copied)
+
+    def test_what_cannot_be_deleted_stays_and_is_not_overwritten(self):
+        self.make(self.source, "a/file", "a/other")
+        self.make(self.destination, "a/file", "b/file")
+        (self.destination / "a/file").write_text("old")
+        (self.destination / "a/file").chmod(0o444)
+        self.assertEqual(self.copy(), ["error delete: 5", "error RemoveDirectory: 145", "error RemoveDirectory: 145",
+                                       "error create directory: 183", "error copy: 80"])
+        self.assertEqual(self.names(self.destination), ["a", "a/file", "a/other"])
+        self.assertEqual((self.destination / "a/file").read_text(), "old")
+
+    def test_links_are_not_followed_for_deleting_and_not_round_in_circles(self):
+        self.make(self.folder, "outside/keep", "outside/deep/keep")
+        self.make(self.source, "a/file", "a/z/file")
+        (self.source / "a/out").symlink_to(self.folder / "outside")
+        (self.source / "a/z/round").symlink_to(self.source)
+        self.make(self.destination, "x/")
+        (self.destination / "x/link").symlink_to(self.folder / "outside")
+        # Wine refuses to remove a link to a folder that is not empty.
+        self.assertEqual(self.copy(), ["error RemoveDirectory: 145"] * 3 + ["error copy: 1921"])
+        self.assertEqual(self.names(self.folder / "outside"), ["deep", "deep/keep", "keep"])
+        self.assertEqual([name for name in self.names(self.destination) if name[0] == "a"],
+                         ["a", "a/file", "a/out", "a/out/deep", "a/out/deep/keep", "a/out/keep", "a/z", "a/z/file",
+                          "a/z/round"])
+        link = self.folder / "link"
+        link.symlink_to(self.folder / "outside")
+        self.copy(destination=link)
+        self.assertIn("keep", self.names(self.folder / "outside"), "nor where the destination itself is one")
+
+    def test_refused_paths_touch_nothing(self):
+        self.make(self.source, "a/file")
+        before = self.names(self.folder)
+        upper = prefix.windows_path(self.folder).upper()
+        drive = Path(os.environ["WINEPREFIX"]) / "dosdevices/y:"
+        drive.symlink_to(self.folder)  # the root of a drive, of which nothing would be lost
+        self.addCleanup(drive.unlink)
+        for source, destination, line in (
+                (" \t", self.destination, "copy"), (self.source, " ", "delete"), (self.source, "Y:\\", "delete"),
+                (self.source, "y:/source/..", "delete"), (self.source, "\\\\?\\Y:\\", "delete"),
+                (self.source, "\\\\localhost\\share", "delete"), (self.source, upper, "delete"),
+                (self.source, upper + "\\.\\SOURCE\\\\", "delete"), (self.source, "\\\\?\\" + upper, "delete"),
+                (self.source, self.source / "a/..", "delete"), ("Y:\\source", upper, "delete")):
+            with self.subTest(destination):
+                self.assertEqual(self.copy(source, destination), [f"error {line}: 87"])
+        self.assertEqual(self.names(self.folder), before)
+
+    def test_destination_inside_the_source_is_not_copied_into_itself(self):
+        self.make(self.source, "a/file", "m/n/old", "z/file")
+        self.assertEqual(self.copy(destination=self.source / "m/n"), ["error copy: 1921"])
+        self.assertEqual(self.names(self.source / "m/n"), ["a", "a/file", "m", "m/n", "z", "z/file"])
+
+    def test_paths_are_cut_where_they_get_too_long(self):
+        self.make(self.source, "a/file")
+        for length in range(508, 514):
+            with self.subTest(length):
+                root = self.folder / "t"
+                room = length - len(prefix.windows_path(root))
+                folders, rest = divmod(room - 2, 100)
+                deep = root / "/".join(["d" * 99] * folders) / ("e" * (rest + 1))
+                self.assertEqual(len(prefix.windows_path(deep)), length)
+                self.make(deep, "..x/y/file", "..x/file")
+                self.make(deep.parent, "beside")
+                lines = self.copy(destination=prefix.windows_path(deep))
+                self.assertTrue(lines)
+                self.assertTrue((deep.parent / "beside").exists())
+                self.copy(destination=root)  # ends as well
+                subprocess.run(["rm", "-rf", str(root)], check=True)
+
+    def test_link_as_another_program_reads_it(self):
+        link = self.folder / "a link.lnk"
+        for target, description in (("C:\\windows\\notepad.exe", "To write"), ("C:\\no such\\program.exe", None)):
+            result = prefix.host("link", "create", f"  {target} ", prefix.windows_path(link),
+                                 *([description] if description else []))
+            self.assertEqual(result.returncode, 0, result.stderr)
+            text = subprocess.run(["lnkinfo", str(link)], capture_output=True, text=True, check=True).stdout
+            fields = dict(line.strip().split(":", 1) for line in text.splitlines() if ":" in line)
+            fields = {name.strip(): value.strip() for name, value in fields.items()}
+            self.assertEqual((fields["Local path"], fields.get("Description")), (target, description))
+        result = prefix.host("link", "create", "x", prefix.windows_path(self.folder / "no/x.lnk"))
+        self.assertIn("(error 3, step 25)", result.stderr)
+
+    def test_extension(self):
+        preferences = prefix.ROAMING.parent / "Local/Google/Chrome/User Data/Default/Preferences"
+        state = lambda: prefix.host("extension").stdout.strip()  # noqa: E731
+        self.assertEqual(state(), "not listed")
+        preferences.mkdir(parents=True)
+        self.assertEqual(state(), "not listed")
+        preferences.rmdir()
+        real = (Path(__file__).parent / "preferences.json").read_text()
+        self.assertIn(OTHER_EXTENSION, real)
+        for text, expected in ((real, "not listed"), (real.replace(OTHER_EXTENSION, EXTENSION), "listed"),
+                               (f'{{"pinned":["{EXTENSION}"]}}', "not listed"), ("", "not listed")):
+            preferences.write_text(text)
+            self.assertEqual(state(), expected)
+        preferences.unlink()
+
+    def test_os_version(self):
+        host = "HKCU\\Software\\Wine\\AppDefaults\\zelsyshelper-host.exe"
+        self.assertEqual(prefix.host("os-version").returncode, 1, "Wine is version 6.1 by default")
+        reg("add", host, Version=("REG_SZ", "win10"))
+        self.addCleanup(reg, "delete", host, Version=(None, None))
+        self.assertEqual(prefix.host("os-version").stdout, "10.0.0\n")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -43,6 +43,15 @@ extern "C" {
  * host answers with an error and is asked again, and up to 16 seconds more while the country is not known.
  * Do not call it from a thread that serves a window.
  *
+ * \param eventName    What happened.
+ * \param source       Where in the application it happened.
+ * \param infoType,info More about it: of which kind, and what.
+ * \param appId        The application's number in the suite, as text. It is sent as it stands.
+ * \param version      The application's version.
+ * \param advType      The advertising type, see parseTestDefAndDecideAdvType().
+ * \param campType     The campaign type.
+ * \param guid         The identifier of the installation.
+ * \param buildNumber  The number of the application's build.
  * \return Always 0. Whether the event arrived is told in the log only.
  */
 ZELSYSHELPER_API uint64_t sendAppEvent(const char* eventName, const char* source, const char* infoType,
@@ -51,8 +60,11 @@ ZELSYSHELPER_API uint64_t sendAppEvent(const char* eventName, const char* source
                                        const char* buildNumber);
 
 /**
- * Sends a usage event with the data of the installation: its type, reference and channel.
- * In all else as sendAppEvent().
+ * Sends a usage event with the data of the installation. In all else as sendAppEvent().
+ *
+ * \param instType The type of the installation.
+ * \param instRef  Its reference.
+ * \param instCh   Its channel.
  */
 ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* source, const char* infoType,
                                            const char* info, const char* appId, const char* version,
@@ -92,8 +104,6 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
 #define ZELSYSHELPER_NO_DOWNLOAD 1805u
 
 /** \name Error stages of getDownloadFileErrors()
- * Besides these, numbers from 14102 to 14122 tell at which step of the HTTP exchange it failed; 14120 to 14122
- * mean that the body ended before its announced length.
  */
 /**@{*/
 #define ZELSYSHELPER_STAGE_RUNNING 10u /**< Start refused: a download is running. */
@@ -104,6 +114,26 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
 #define ZELSYSHELPER_STAGE_NO_LENGTH                                                                         \
     60u                             /**< The server does not tell a length: such files are not downloaded. */
 #define ZELSYSHELPER_STAGE_FILE 70u /**< The file could not be made; the error is Windows' own. */
+/* The steps of the HTTP exchange. */
+#define ZELSYSHELPER_STAGE_URL 14102u          /**< The URL cannot be understood. */
+#define ZELSYSHELPER_STAGE_HOST 14103u         /**< The URL has no host name. */
+#define ZELSYSHELPER_STAGE_SESSION 14104u      /**< No HTTP session; the proxy's name may be wrong. */
+#define ZELSYSHELPER_STAGE_CONNECT 14105u      /**< The connection could not be prepared. */
+#define ZELSYSHELPER_STAGE_REQUEST 14106u      /**< The request could not be prepared. */
+#define ZELSYSHELPER_STAGE_HEADERS 14107u      /**< The request's headers were refused. */
+#define ZELSYSHELPER_STAGE_AUTH_SCHEMES 14110u /**< The server's ways to sign in are not known. */
+#define ZELSYSHELPER_STAGE_CREDENTIALS 14111u  /**< The credentials were refused. */
+#define ZELSYSHELPER_STAGE_REDIRECTS 14112u    /**< The policy of redirects was refused. */
+#define ZELSYSHELPER_STAGE_SEND 14113u         /**< The request could not be sent. */
+#define ZELSYSHELPER_STAGE_RECEIVE 14114u      /**< No valid reply came. */
+#define ZELSYSHELPER_STAGE_BODY 14115u         /**< The request's body could not be sent. */
+#define ZELSYSHELPER_STAGE_AVAILABLE 14116u    /**< The connection broke between two pieces. */
+#define ZELSYSHELPER_STAGE_READ 14117u         /**< The connection broke within a piece. */
+#define ZELSYSHELPER_STAGE_WRITE 14118u        /**< The file could not be written. */
+#define ZELSYSHELPER_STAGE_TIMEOUTS 14119u     /**< The time-outs were refused. */
+#define ZELSYSHELPER_STAGE_CLOSED 14120u       /**< The connection was closed before the announced length. */
+#define ZELSYSHELPER_STAGE_CUT 14121u          /**< The server ended the body before it. */
+#define ZELSYSHELPER_STAGE_EMPTY 14122u        /**< A piece of the body was empty before it. */
 /**@}*/
 
 /**
@@ -336,9 +366,9 @@ ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
 /** \name Services
  *
  * The suite's update service, and any service by name, on this machine. These functions work on the calling
- * thread and block for seconds, startService() for as long as a stop that is under way takes. They need the rights of an administrator, except isServiceInstalled() and
- * isServicePresent(). A negative result is a code of the function, a positive one a Windows error number; both
- * are signed 32-bit numbers.
+ * thread and block for seconds, startService() for as long as a stop that is under way takes. They need the rights
+ * of an administrator, except isServiceInstalled() and isServicePresent(). A negative result is a code of the
+ * function, a positive one a Windows error number; both are signed 32-bit numbers.
  */
 /**@{*/
 
@@ -465,6 +495,10 @@ typedef struct SortOption {
     uint8_t ascending; /**< Not 0: ascending. */
 } SortOption;
 
+/** Callers in other languages lay the pair out by themselves: it must not change. */
+typedef char
+    ZELSYSHELPER_SORT_OPTION_LAYOUT[sizeof(SortOption) == 8 && offsetof(SortOption, ascending) == 4 ? 1 : -1];
+
 /**
  * Sets how the file manager shows a folder, from now on. Opens a window on the folder, and changes all windows that
  * show it.
@@ -569,6 +603,66 @@ ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
  */
 ZELSYSHELPER_API int64_t bringRuningAppToTop(const char* appName);
 
+/**@}*/
+
+/** \name Function types
+ *
+ * For callers that find the functions with GetProcAddress(). C++ callers may leave that to zelsyshelper_load.hpp.
+ */
+/**@{*/
+typedef uint64_t (*PFN_sendAppEvent)(const char* eventName, const char* source, const char* infoType,
+                                     const char* info, const char* appId, const char* version,
+                                     const char* advType, const char* campType, const char* guid,
+                                     const char* buildNumber);
+typedef uint64_t (*PFN_sendAppEventFull)(const char* eventName, const char* source, const char* infoType,
+                                         const char* info, const char* appId, const char* version,
+                                         const char* advType, const char* campType, const char* instType,
+                                         const char* instRef, const char* instCh, const char* guid,
+                                         const char* buildNumber);
+typedef void (*PFN_parseTestDefAndDecideAdvType)(const char* definition, uint8_t* result);
+typedef uint64_t (*PFN_startDownloadFile)(const wchar_t* proxyHost, uint32_t proxyPort,
+                                          const wchar_t* proxyUser, const wchar_t* proxyPassword,
+                                          const wchar_t* url, const wchar_t* targetFolder);
+typedef void (*PFN_stopDownloadFile)(void);
+typedef uint64_t (*PFN_getDownloadFileProgress)(uint32_t* percent);
+typedef uint64_t (*PFN_getDownloadElapsedTimeInSeconds)(uint32_t* seconds);
+typedef uint64_t (*PFN_getDownloadFileErrors)(uint32_t* errorCode, uint32_t* errorStage,
+                                              uint32_t* httpStatus);
+typedef uint64_t (*PFN_isDownloadFileCompleted)(uint8_t* completed);
+typedef uint64_t (*PFN_isDownloadFileStarted)(uint8_t* started);
+typedef uint64_t (*PFN_getValueFromPropertyFile)(const wchar_t* file, const char* key, wchar_t* buffer,
+                                                 uint32_t capacity);
+typedef uint64_t (*PFN_setValueInPropertyFile)(const wchar_t* file, const char* key, const wchar_t* value);
+typedef uint64_t (*PFN_getIntFromPropertyFile)(const wchar_t* file, const char* key);
+typedef uint64_t (*PFN_isValueFromPropertyFileNotEmpty)(const wchar_t* file, const char* key);
+typedef uint64_t (*PFN_readProperty)(const wchar_t* file, const char* key, wchar_t* buffer, uint32_t capacity,
+                                     uint8_t enciphered);
+typedef uint64_t (*PFN_writeProperty)(const wchar_t* file, const char* key, const wchar_t* value,
+                                      uint8_t enciphered);
+typedef uint64_t (*PFN_checkProperty)(const wchar_t* file, const char* key, uint8_t enciphered);
+typedef void (*PFN_enableFx)(const wchar_t* file, const char* switchName, uint8_t value);
+typedef void (*PFN_clearFx)(const wchar_t* file);
+typedef uint64_t (*PFN_getOsVersion)(wchar_t* text);
+typedef uint64_t (*PFN_isModuleLoaded)(const char* name);
+typedef int64_t (*PFN_installService)(const wchar_t* path);
+typedef uint64_t (*PFN_isServiceInstalled)(uint8_t* installed);
+typedef uint64_t (*PFN_isServicePresent)(const wchar_t* name);
+typedef int64_t (*PFN_startService)(void);
+typedef int64_t (*PFN_stopService)(void);
+typedef int64_t (*PFN_stopSystemService)(const wchar_t* name);
+typedef int64_t (*PFN_uninstallService)(void);
+typedef int64_t (*PFN_updateService)(void);
+typedef void (*PFN_assignShellFolderViewOptions)(const wchar_t* folder, const uint32_t* viewCode,
+                                                 const SortOption* sort, const uint32_t* groupCode,
+                                                 uint32_t* error, uint32_t* status);
+typedef void (*PFN_retrieveShellFolderViewOptions)(const wchar_t* folder, uint32_t* viewCode,
+                                                   SortOption* sort, SortOption* group, uint32_t* error,
+                                                   uint32_t* status);
+typedef void (*PFN_createShellLink)(const wchar_t* target, const wchar_t* linkPath,
+                                    const wchar_t* description, uint32_t* error, uint32_t* failedStep);
+typedef uint64_t (*PFN_copyDirEx)(const wchar_t* source, const wchar_t* destination);
+typedef uint64_t (*PFN_zelChromeExtWasDeleted)(void);
+typedef int64_t (*PFN_bringRuningAppToTop)(const char* appName);
 /**@}*/
 
 #ifdef __cplusplus

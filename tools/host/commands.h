@@ -1,12 +1,14 @@
 #pragma once
 
-#include "library.h"
+#include "zelsyshelper_load.hpp"
 
 #include <string>
 #include <vector>
 
 namespace host {
 
+/// The DLL, loaded at run time, as an application that installs it beside itself does.
+using Library = zelsyshelper_load;
 using Arguments = std::vector<std::wstring>;
 
 /// \brief One command of the program.

@@ -1,6 +1,8 @@
 #include "commands.h"
 #include "console.h"
 
+#include <cstring>
+
 namespace host {
 namespace {
 
@@ -16,6 +18,16 @@ void printHelp() {
     for (const Command* command : kCommands)
         print(std::wstring(command->usage) + L"\n");
     print(L"Exit codes: 0 done, 1 failed or the answer is no, 2 wrong usage, 3 the DLL cannot be loaded.");
+}
+
+void complainOf(const Library& library, const std::wstring& dll) {
+    if (library.module == nullptr)
+        complain(L"cannot load " + dll + L" (Windows error " + std::to_wstring(library.error) +
+                 L"): put it beside this program, or name it with --dll PATH");
+    else
+        complain(dll + L" has no function " +
+                 std::wstring(library.missing, library.missing + std::strlen(library.missing)) +
+                 L": it is older than this program; install the two from one release");
 }
 
 int run(Arguments arguments) {
@@ -39,9 +51,10 @@ int run(Arguments arguments) {
             print(command->usage);
             return kDone;
         }
-        Library library;
-        if (const std::wstring problem = library.load(dll); !problem.empty()) {
-            complain(problem);
+        const bool isPath = dll.find_first_of(L"\\/:") != dll.npos;
+        const Library library((isPath ? fullPath(dll) : dll).c_str());
+        if (!library) {
+            complainOf(library, dll);
             return kNoLibrary;
         }
         return command->run(library, Arguments(arguments.begin() + 1, arguments.end()));

@@ -1,0 +1,92 @@
+/**
+ * \file
+ * Loads zelsyshelper.dll at run time, for C++11 and later. Nothing but this header and zelsyshelper.h is needed.
+ *
+ *     zelsyshelper_load library(L"zelsyshelper.dll");
+ *     if (!library)
+ *         ... library.error, library.missing ...
+ *     library.isModuleLoaded("player.exe");
+ */
+#ifndef ZELSYSHELPER_LOAD_HPP
+#define ZELSYSHELPER_LOAD_HPP
+
+#include "zelsyshelper.h"
+
+#include <cwchar>
+#include <type_traits>
+
+#include <windows.h>
+
+/** Calls X with the name of each function. */
+/* clang-format off */
+#define ZELSYSHELPER_FUNCTIONS(X) \
+    X(sendAppEvent) X(sendAppEventFull) X(parseTestDefAndDecideAdvType) \
+    X(startDownloadFile) X(stopDownloadFile) X(getDownloadFileProgress) X(getDownloadElapsedTimeInSeconds) \
+    X(getDownloadFileErrors) X(isDownloadFileCompleted) X(isDownloadFileStarted) \
+    X(getValueFromPropertyFile) X(setValueInPropertyFile) X(getIntFromPropertyFile) \
+    X(isValueFromPropertyFileNotEmpty) \
+    X(readProperty) X(writeProperty) X(checkProperty) \
+    X(enableFx) X(clearFx) \
+    X(getOsVersion) X(isModuleLoaded) \
+    X(installService) X(isServiceInstalled) X(isServicePresent) X(startService) X(stopService) \
+    X(stopSystemService) X(uninstallService) X(updateService) \
+    X(assignShellFolderViewOptions) X(retrieveShellFolderViewOptions) X(createShellLink) X(copyDirEx) \
+    X(zelChromeExtWasDeleted) \
+    X(bringRuningAppToTop)
+/* clang-format on */
+
+/** The library and its functions. Frees the library at the end of its life: call stopDownloadFile() before. */
+struct zelsyshelper_load {
+#define ZELSYSHELPER_MEMBER(name)                                                                            \
+    PFN_##name name = nullptr;                                                                               \
+    static_assert(std::is_same<PFN_##name, decltype(&::name)>::value, "the types of " #name " differ");
+    ZELSYSHELPER_FUNCTIONS(ZELSYSHELPER_MEMBER)
+#undef ZELSYSHELPER_MEMBER
+
+    HMODULE module = nullptr;      /**< Null when the library could not be loaded. */
+    DWORD error = ERROR_SUCCESS;   /**< Why not: a Windows error number. */
+    const char* missing = nullptr; /**< The first function that the library does not have: it is too old. */
+
+    /**
+     * Loads the library and finds all functions.
+     *
+     * \param path A full path; the DLLs that the library needs may lie beside it. A bare name is looked for beside
+     *             the program and in the system folder only, never in the current folder.
+     */
+    explicit zelsyshelper_load(const wchar_t* path) {
+        const bool isBare = std::wcspbrk(path, L"\\/:") == nullptr;
+        module = LoadLibraryExW(path, nullptr,
+                                isBare ? LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32
+                                       : LOAD_WITH_ALTERED_SEARCH_PATH);
+        if (module == nullptr) {
+            error = GetLastError();
+            return;
+        }
+#define ZELSYSHELPER_FIND(name) find(name, #name);
+        ZELSYSHELPER_FUNCTIONS(ZELSYSHELPER_FIND)
+#undef ZELSYSHELPER_FIND
+    }
+
+    zelsyshelper_load(const zelsyshelper_load&) = delete;
+    zelsyshelper_load& operator=(const zelsyshelper_load&) = delete;
+
+    ~zelsyshelper_load() {
+        if (module != nullptr)
+            FreeLibrary(module);
+    }
+
+    /** Whether every function may be called. */
+    explicit operator bool() const {
+        return module != nullptr && missing == nullptr;
+    }
+
+private:
+    template <class Function>
+    void find(Function& function, const char* name) {
+        function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+        if (function == nullptr && missing == nullptr)
+            missing = name;
+    }
+};
+
+#endif /* ZELSYSHELPER_LOAD_HPP */

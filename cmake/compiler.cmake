@@ -9,9 +9,10 @@ target_compile_options(zelsys_options INTERFACE
 if(WIN32)
     target_compile_definitions(zelsys_options INTERFACE
         UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX WINVER=0x0601 _WIN32_WINNT=0x0601)
-    target_compile_options(zelsys_options INTERFACE -ffunction-sections -fdata-sections)
+    target_compile_options(zelsys_options INTERFACE -ffunction-sections -fdata-sections -g1)
     target_link_options(zelsys_options INTERFACE
-        -Wl,--gc-sections -s
+        -Wl,--gc-sections
+        $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZELSYS_KEEPS_SYMBOLS>>>:-s>
         -Wl,--dynamicbase,--high-entropy-va,--nxcompat
         -Wl,--no-insert-timestamp)
 elseif(ZELSYS_SANITIZE)

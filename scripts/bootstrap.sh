@@ -11,6 +11,7 @@ packages=(
     googletest
     libgnutls30
     liblnk-utils
+    llvm
     ninja-build
     openssl
     python3

@@ -1,0 +1,52 @@
+"""Makes an archive of what the build installs, with a manifest of its files. Called by scripts/package.sh."""
+
+import hashlib
+import os
+import re
+import shutil
+import subprocess
+import time
+import zipfile
+from pathlib import Path
+
+ROOT = Path(__file__).parents[2]
+BUILD = ROOT / "build"
+DATE = time.gmtime(max(int(os.environ["SOURCE_DATE_EPOCH"]), 315532800))[:6]  # zip knows no date before 1980
+NO_PATHS = (str(ROOT).encode(), str(Path.home()).encode() + b"/")
+
+
+def files_of(folder):
+    return sorted(path for path in folder.rglob("*") if path.is_file())
+
+
+def check(path):
+    """Nothing of the building machine may get out."""
+    content = path.read_bytes()
+    for found in NO_PATHS:
+        if found in content:
+            raise SystemExit(f"package: {path.name} holds the path {found.decode()}")
+    return hashlib.sha256(content).hexdigest()
+
+
+def main():
+    version = re.search(r"VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text().split("project(", 1)[1])[1]
+    name = f"zelsyshelper-{version}-win64"
+    stage = BUILD / "package" / name
+    shutil.rmtree(stage, ignore_errors=True)
+    subprocess.run(["cmake", "--install", str(BUILD), "--prefix", str(stage)], check=True, stdout=subprocess.DEVNULL)
+
+    files = files_of(stage)
+    manifest = "".join(f"{check(path)}  {path.relative_to(stage).as_posix()}\n" for path in files)
+    (stage / "SHA256SUMS").write_text(manifest)
+
+    archive = BUILD / f"{name}.zip"
+    with zipfile.ZipFile(archive, "w") as target:
+        for path in files_of(stage):
+            entry = zipfile.ZipInfo(f"{name}/{path.relative_to(stage).as_posix()}", DATE)
+            entry.compress_type = zipfile.ZIP_DEFLATED
+            entry.external_attr = 0o100644 << 16
+            target.writestr(entry, path.read_bytes(), compresslevel=9)
+    print(f"{hashlib.sha256(archive.read_bytes()).hexdigest()}  {archive.relative_to(ROOT)}")
+
+
+main()

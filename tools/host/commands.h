@@ -21,6 +21,7 @@ struct Command {
 
 extern const Command kAdvTypeCommand;
 extern const Command kCopyDirCommand;
+extern const Command kDoctorCommand;
 extern const Command kDownloadCommand;
 extern const Command kEventCommand;
 extern const Command kExtensionCommand;

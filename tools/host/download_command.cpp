@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "console.h"
+#include "errors.h"
 
 #include <algorithm>
 #include <atomic>
@@ -27,25 +28,25 @@ constexpr StageText kStageTexts[] = {
     {ZELSYSHELPER_STAGE_NO_LENGTH, L"the server does not tell the file's length"},
     {ZELSYSHELPER_STAGE_FILE,
      L"the file cannot be made; check the folder, and the name behind the URL's last \"/\""},
-    {14102, L"the URL cannot be understood"},
-    {14103, L"the URL has no host name"},
-    {14104, L"no HTTP session could be opened; check the proxy's name"},
-    {14105, L"the connection could not be prepared"},
-    {14106, L"the request could not be prepared"},
-    {14107, L"the request's headers were refused"},
-    {14110, L"the server's ways to sign in could not be found out"},
-    {14111, L"the credentials were refused"},
-    {14112, L"the redirect policy was refused"},
-    {14113, L"the request could not be sent; check host, proxy and network"},
-    {14114, L"no valid reply came"},
-    {14115, L"the request's body could not be sent"},
-    {14116, L"the connection broke"},
-    {14117, L"the connection broke while reading"},
-    {14118, L"the file could not be written; check the free space"},
-    {14119, L"the time-outs were refused"},
-    {14120, L"the connection was closed before the end"},
-    {14121, L"the server ended the file too early"},
-    {14122, L"the server ended the file too early"},
+    {ZELSYSHELPER_STAGE_URL, L"the URL cannot be understood"},
+    {ZELSYSHELPER_STAGE_HOST, L"the URL has no host name"},
+    {ZELSYSHELPER_STAGE_SESSION, L"no HTTP session could be opened; check the proxy's name"},
+    {ZELSYSHELPER_STAGE_CONNECT, L"the connection could not be prepared"},
+    {ZELSYSHELPER_STAGE_REQUEST, L"the request could not be prepared"},
+    {ZELSYSHELPER_STAGE_HEADERS, L"the request's headers were refused"},
+    {ZELSYSHELPER_STAGE_AUTH_SCHEMES, L"the server's ways to sign in could not be found out"},
+    {ZELSYSHELPER_STAGE_CREDENTIALS, L"the credentials were refused"},
+    {ZELSYSHELPER_STAGE_REDIRECTS, L"the redirect policy was refused"},
+    {ZELSYSHELPER_STAGE_SEND, L"the request could not be sent; check host, proxy and network"},
+    {ZELSYSHELPER_STAGE_RECEIVE, L"no valid reply came"},
+    {ZELSYSHELPER_STAGE_BODY, L"the request's body could not be sent"},
+    {ZELSYSHELPER_STAGE_AVAILABLE, L"the connection broke"},
+    {ZELSYSHELPER_STAGE_READ, L"the connection broke while reading"},
+    {ZELSYSHELPER_STAGE_WRITE, L"the file could not be written; check the free space"},
+    {ZELSYSHELPER_STAGE_TIMEOUTS, L"the time-outs were refused"},
+    {ZELSYSHELPER_STAGE_CLOSED, L"the connection was closed before the end"},
+    {ZELSYSHELPER_STAGE_CUT, L"the server ended the file too early"},
+    {ZELSYSHELPER_STAGE_EMPTY, L"the server ended the file too early"},
 };
 
 std::atomic<bool> interrupted = false;
@@ -127,30 +128,33 @@ void showProgress(std::uint32_t percent, std::uint32_t seconds, std::int64_t byt
 /// \return Whether the end was reached.
 bool follow(const Library& library, const std::wstring& path) {
     const bool isTerminal = _isatty(_fileno(stdout)) != 0;
-    std::uint8_t isCompleted = 0;
-    for (;;) {
-        library.isDownloadFileCompleted(&isCompleted);
+    std::uint8_t isRunning = 0;
+    do {
+        Sleep(isRunning != 0 ? kPollInterval : 0);
+        library.isDownloadFileStarted(&isRunning);
         std::uint32_t percent = 0, seconds = 0;
         library.getDownloadFileProgress(&percent);
         library.getDownloadElapsedTimeInSeconds(&seconds);
-        if (isTerminal || isCompleted != 0)
+        if (isTerminal || isRunning == 0)
             showProgress(percent, seconds, fileSize(path));
-        if (isCompleted != 0 || interrupted)
-            break;
-        Sleep(kPollInterval);
-    }
+    } while (isRunning != 0 && !interrupted);
     printPart(L"\n");
-    return isCompleted != 0;
+    std::uint8_t isCompleted = 0;
+    library.isDownloadFileCompleted(&isCompleted);
+    return isCompleted != 0 || !interrupted;
 }
 
 int report(const Library& library) {
     std::uint32_t error = 0, stage = 0, status = 0;
     library.getDownloadFileErrors(&error, &stage, &status);
+    field("errorNumber", error);
+    field("stage", stage);
+    field("httpStatus", status);
     if (stage != 0 || error != 0) {
         const auto* row = std::ranges::find(kStageTexts, stage, &StageText::stage);
         const std::wstring text = row != std::end(kStageTexts) ? row->text : L"the download failed";
-        complain(text + L" (error " + std::to_wstring(error) + L", stage " + std::to_wstring(stage) +
-                 L", HTTP status " + std::to_wstring(status) + L")");
+        complain(text + L" (stage " + std::to_wstring(stage) + L", HTTP status " + std::to_wstring(status) +
+                 L"). Error " + describeError(error));
         return kFailed;
     }
     if (status >= kFirstErrorStatus) {
@@ -170,6 +174,7 @@ int run(const Library& library, const Arguments& arguments) {
     const auto error =
         library.startDownloadFile(options.proxyHost.c_str(), options.proxyPort, options.proxyUser.c_str(),
                                   options.proxyPassword.c_str(), options.url.c_str(), options.folder.c_str());
+    field("file", outputPath(options));
     const bool isOver = error != 0 || follow(library, outputPath(options));
     int code = kFailed;
     if (isOver)

@@ -12,15 +12,17 @@ constexpr std::uint32_t kLargestValue = 4 * 1024 * 1024;
 constexpr std::wstring_view kEnciphered = L"--enciphered";
 
 int explain(std::uint64_t status, const std::wstring& file, const std::wstring& key) {
+    field("status", static_cast<std::int64_t>(status));
     switch (status) {
     case ZELSYSHELPER_NO_KEY:
-        complain(L"100000: no key \"" + key + L"\" in " + file + L"; keys are case-sensitive");
+        complain(L"100000 (NO_KEY): no key \"" + key + L"\" in " + file + L"; keys are case-sensitive");
         break;
     case ZELSYSHELPER_NO_FILE:
-        complain(L"100002: no file " + file + L"; check the path, or make the file with \"property set\"");
+        complain(L"100002 (NO_FILE): no file " + file +
+                 L"; check the path, or make the file with \"property set\"");
         break;
     default:
-        complain(std::to_wstring(status) + L": cannot read " + file +
+        complain(std::to_wstring(status) + L" (FILE_FAILED): cannot read " + file +
                  L"; check its permissions, and that no other program keeps it to itself");
     }
     return kFailed;
@@ -33,6 +35,7 @@ int get(const Library& library, const Arguments& arguments) {
         library.getValueFromPropertyFile(arguments[0].c_str(), key.c_str(), buffer.data(), kLargestValue);
     if (status != 0)
         return explain(status, arguments[0], arguments[1]);
+    field("value", buffer.c_str());
     print(buffer.c_str());
     return kDone;
 }
@@ -66,6 +69,7 @@ int integer(const Library& library, const Arguments& arguments) {
     const std::string key = toUtf8(arguments[1]);
     const auto number =
         static_cast<std::int32_t>(library.getIntFromPropertyFile(arguments[0].c_str(), key.c_str()));
+    field("value", number);
     print(std::to_wstring(number));
     // The library cannot tell these from stored numbers; asking for the text can.
     wchar_t unused = 0;
@@ -75,9 +79,7 @@ int integer(const Library& library, const Arguments& arguments) {
 
 int filled(const Library& library, const Arguments& arguments) {
     const std::string key = toUtf8(arguments[1]);
-    const bool isFilled = library.isValueFromPropertyFileNotEmpty(arguments[0].c_str(), key.c_str()) != 0;
-    print(isFilled ? L"yes" : L"no");
-    return isFilled ? kDone : kFailed;
+    return answer("filled", library.isValueFromPropertyFileNotEmpty(arguments[0].c_str(), key.c_str()) != 0);
 }
 
 // For `read`, `write` and `check`: an argument behind those that they want can only be --enciphered.
@@ -92,6 +94,7 @@ int read(const Library& library, const Arguments& arguments) {
     }
     std::wstring buffer(library.readProperty(file, key.c_str(), nullptr, 0, form) + 2, L'\0');
     library.readProperty(file, key.c_str(), buffer.data(), static_cast<std::uint32_t>(buffer.size()), form);
+    field("value", buffer.c_str());
     print(buffer.c_str());
     return kDone;
 }
@@ -111,9 +114,8 @@ int write(const Library& library, const Arguments& arguments) {
 
 int check(const Library& library, const Arguments& arguments) {
     const std::string key = toUtf8(arguments[1]);
-    const bool isThere = library.checkProperty(arguments[0].c_str(), key.c_str(), arguments.size() > 2) != 0;
-    print(isThere ? L"yes" : L"no");
-    return isThere ? kDone : kFailed;
+    return answer("there",
+                  library.checkProperty(arguments[0].c_str(), key.c_str(), arguments.size() > 2) != 0);
 }
 
 struct Action {

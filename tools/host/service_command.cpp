@@ -1,41 +1,44 @@
 #include "commands.h"
 #include "console.h"
+#include "errors.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace host {
 namespace {
 
-const wchar_t* explainCode(std::int32_t code) {
-    switch (code) {
-    case ZELSYSHELPER_SERVICE_NO_MANAGER:
-        return L"the service manager cannot be opened; run this as an administrator";
-    case ZELSYSHELPER_SERVICE_NOT_OPENED:
-        return L"the service cannot be opened, or the path is not usable; is it installed? are you an "
-               L"administrator?";
-    case ZELSYSHELPER_SERVICE_FAILED:
-        return L"the service manager refused; run this as an administrator";
-    case ZELSYSHELPER_SERVICE_STOP_REFUSED:
-        return L"the service refused to stop; perhaps it is stopped already";
-    case ZELSYSHELPER_SERVICE_STOP_UNKNOWN:
-    case ZELSYSHELPER_SERVICE_START_UNKNOWN:
-        return L"the service's state cannot be found out";
-    case ZELSYSHELPER_SERVICE_STOP_STUCK:
-        return L"the service is stopping and does not get on; end its process";
-    case ERROR_SERVICE_EXISTS:
-        return L"the service exists already; uninstall it first";
-    case ERROR_SERVICE_MARKED_FOR_DELETE:
-        return L"the service waits to be deleted; close the programs that use it";
-    case ERROR_FILE_NOT_FOUND:
-        return L"the service's program is not there";
-    default:
-        return L"Windows refused";
-    }
-}
+struct CodeText {
+    std::int32_t code;
+    const wchar_t* text;
+};
+
+constexpr CodeText kCodes[] = {
+    {ZELSYSHELPER_SERVICE_NO_MANAGER,
+     L"(SERVICE_NO_MANAGER): the service manager cannot be opened; run this as an administrator"},
+    {ZELSYSHELPER_SERVICE_NOT_OPENED,
+     L"(SERVICE_NOT_OPENED): the service cannot be opened, or the path is not "
+     L"usable; is it installed? are you an administrator?"},
+    {ZELSYSHELPER_SERVICE_FAILED,
+     L"(SERVICE_FAILED): the service manager refused; run this as an administrator"},
+    {ZELSYSHELPER_SERVICE_STOP_REFUSED,
+     L"(SERVICE_STOP_REFUSED): the service refused to stop; perhaps it is stopped already"},
+    {ZELSYSHELPER_SERVICE_STOP_UNKNOWN,
+     L"(SERVICE_STOP_UNKNOWN): the service's state cannot be found out; try again"},
+    {ZELSYSHELPER_SERVICE_STOP_STUCK,
+     L"(SERVICE_STOP_STUCK): the service is stopping and does not get on; end its process"},
+    {ZELSYSHELPER_SERVICE_START_UNKNOWN,
+     L"(SERVICE_START_UNKNOWN): the service's state cannot be found out; look at \"service status\""},
+};
 
 int report(std::int64_t result) {
     const auto code = static_cast<std::int32_t>(result);
+    field("code", code);
     if (code == 0)
         return kDone;
-    complain(std::to_wstring(code) + L": " + explainCode(code));
+    const CodeText* row = std::ranges::find(kCodes, code, &CodeText::code);
+    complain(row != std::end(kCodes) ? std::to_wstring(code) + L" " + row->text
+                                     : L"error " + describeError(static_cast<std::uint32_t>(code)));
     return kFailed;
 }
 
@@ -43,6 +46,7 @@ int status(const Library& library) {
     std::uint8_t isInstalled = 0;
     library.isServiceInstalled(&isInstalled);
     print(isInstalled != 0 ? L"installed" : L"not installed");
+    flag("installed", isInstalled != 0);
     return isInstalled != 0 ? kDone : kFailed;
 }
 
@@ -83,6 +87,7 @@ int runRaise(const Library& library, const Arguments& arguments) {
         return wrongUsage(kRaiseCommand, L"raise wants the name of one application");
     const bool isRaised = library.bringRuningAppToTop(toUtf8(arguments[0]).c_str()) != 0;
     print(isRaised ? L"raised" : L"no other instance has answered");
+    flag("raised", isRaised);
     return isRaised ? kDone : kFailed;
 }
 

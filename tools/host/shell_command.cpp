@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "console.h"
+#include "errors.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -67,8 +68,8 @@ int report(std::uint32_t error, std::uint32_t status, const std::wstring& folder
     if (error == ERROR_INVALID_PARAMETER)
         complain(L"no folder " + folder + L"; give a full path");
     else if (error != 0)
-        complain(L"the file manager's windows cannot be found (error " + std::to_wstring(error) +
-                 L"); is the desktop running?");
+        complain(L"the file manager's windows cannot be found; is the desktop running? Error " +
+                 describeError(error));
     else if (status == ZELSYSHELPER_NO_SHELL_WINDOW)
         complain(L"no file-manager window is open; try again once it is");
     return error == 0 && status == 0 ? kDone : kFailed;
@@ -84,6 +85,10 @@ int getView(const Library& library, const std::wstring& folder) {
         complain(L"no window shows " + folder + L" yet; try again once it does");
         return kFailed;
     }
+    field("view", nameOf(kViews, view));
+    field("sort", nameOf(kColumns, sort.code));
+    field("group", nameOf(kColumns, group.code));
+    flag("groupAscending", group.ascending != 0);
     print(L"view:  " + nameOf(kViews, view));
     print(L"sort:  " + nameOf(kColumns, sort.code));
     print(L"group: " + nameOf(kColumns, group.code) + (group.ascending != 0 ? L"" : L", descending"));
@@ -134,7 +139,7 @@ const wchar_t* explainStep(std::uint32_t step) {
     case ZELSYSHELPER_LINK_PATH:
         return L"the link's path is empty";
     case ZELSYSHELPER_LINK_SAVE:
-        return L"the link's file cannot be written; check that its folder is there";
+        return L"the link's file cannot be written";
     default:
         return L"the shell refused";
     }
@@ -147,10 +152,12 @@ int runLink(const Library& library, const Arguments& arguments) {
     std::uint32_t error = 0, step = 0;
     library.createShellLink(arguments[1].c_str(), fullPath(arguments[2]).c_str(),
                             arguments.size() == 4 ? arguments[3].c_str() : nullptr, &error, &step);
+    field("failedStep", step);
+    field("errorNumber", error);
     if (step == 0)
         return kDone;
-    complain(std::wstring(explainStep(step)) + L" (error " + std::to_wstring(error) + L", step " +
-             std::to_wstring(step) + L")");
+    complain(std::wstring(explainStep(step)) + L" (step " + std::to_wstring(step) + L"). Error " +
+             describeError(error));
     return kFailed;
 }
 
@@ -163,6 +170,7 @@ int runCopyDir(const Library& library, const Arguments& arguments) {
     };
     const auto failures =
         static_cast<std::uint32_t>(library.copyDirEx(full(arguments[0]).c_str(), full(arguments[1]).c_str()));
+    field("failures", failures);
     print(std::to_wstring(failures) + (failures == 1 ? L" failure" : L" failures"));
     return failures == 0 ? kDone : kFailed;
 }
@@ -175,6 +183,8 @@ int runExtension(const Library& library, const Arguments& arguments) {
         complain(L"the user's local data folder cannot be found (" + std::to_wstring(result) + L")");
     else
         print(result == 0 ? L"listed" : L"not listed");
+    field("result", result);
+    flag("listed", result == 0);
     return result == 0 ? kDone : kFailed;
 }
 

@@ -14,6 +14,7 @@ int runOsVersion(const Library& library, const Arguments& arguments) {
         return wrongUsage(kOsVersionCommand, L"os-version takes no arguments");
     wchar_t text[7] = L"";
     const bool isKnown = library.getOsVersion(text) != 0;
+    field("version", text);
     print(isKnown ? text : L"neither Windows 10 nor Windows 11");
     return isKnown ? kDone : kFailed;
 }
@@ -21,15 +22,15 @@ int runOsVersion(const Library& library, const Arguments& arguments) {
 int runIsRunning(const Library& library, const Arguments& arguments) {
     if (arguments.size() != 1)
         return wrongUsage(kIsRunningCommand, L"is-running wants the name of one executable");
-    const bool isRunning = library.isModuleLoaded(toUtf8(arguments[0]).c_str()) != 0;
-    print(isRunning ? L"yes" : L"no");
-    return isRunning ? kDone : kFailed;
+    return answer("running", library.isModuleLoaded(toUtf8(arguments[0]).c_str()) != 0);
 }
 
 void printHistogram(const std::map<std::uint8_t, std::size_t>& counts, std::size_t draws) {
-    for (const auto& [letter, count] : counts)
+    for (const auto& [letter, count] : counts) {
+        field(std::string(1, static_cast<char>(letter)), static_cast<std::int64_t>(count));
         print(std::wstring(1, letter) + L" " + std::wstring(count * kBarWidth / draws, L'#') + L" " +
               std::to_wstring(count));
+    }
 }
 
 int runAdvType(const Library& library, const Arguments& arguments) {
@@ -51,6 +52,8 @@ int runAdvType(const Library& library, const Arguments& arguments) {
         printHistogram(counts, draws);
     else
         print(std::wstring(1, counts.begin()->first));
+    if (!isSeries)
+        field("letter", std::wstring(1, counts.begin()->first));
     return kDone;
 }
 

@@ -3,6 +3,7 @@
 import hashlib
 import json
 import os
+import shutil
 import subprocess
 import tempfile
 import time
@@ -14,9 +15,9 @@ from certificates import Authority
 from server import Reply, Server
 
 
-def show(*arguments, expected=0):
-    print("$ zelsyshelper-host " + " ".join(f'"{a}"' if " " in a else a for a in arguments))
-    result = prefix.host(*arguments)
+def show(*arguments, expected=0, program="zelsyshelper-host"):
+    print(f"$ {program} " + " ".join(f'"{a}"' if " " in a else a for a in arguments))
+    result = prefix.run(prefix.BIN / f"{program}.exe", *arguments)
     print(result.stdout + result.stderr, end="")
     if result.returncode != expected:
         raise SystemExit(f"demo: the command ended with exit code {result.returncode}")
@@ -36,6 +37,8 @@ def property_files(folder):
     show("property", "int", file, "Volume")
     show("property", "set", file, "Title", "Größer, schöner – 音楽")
     show("property", "get", file, "Title")
+    for _ in range(2):
+        show(file, program="first_steps")
     print(f"The file now:\n{path.read_text(encoding='utf-8')}", end="")
 
 
@@ -48,20 +51,24 @@ def switches():
     show("property", "read", prefix.windows_path(path), "new-timeline", "--enciphered")
 
 
-def shell(folder):
-    print("\n== The shell ==")
-    for name in ("bin/player.exe", "readme.txt"):
-        path = folder / "product" / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(name)
-    (folder / "installed").mkdir()
-    source, target = (prefix.windows_path(folder / name) for name in ("product", "installed"))
-    show("copy-dir", source, target)
-    link = folder / "Player.lnk"
-    show("link", "create", target + "\\bin\\player.exe", prefix.windows_path(link), "Plays media")
+def installer(folder):
+    print("\n== An installer: a tree, the update service, a link, and all of it away again ==")
+    product, installed, link = folder / "product", folder / "installed", folder / "Player.lnk"
+    (product / "bin").mkdir(parents=True)
+    shutil.copy(prefix.BIN / "update_service.exe", product / "bin")
+    shutil.copy(prefix.BIN / "first_steps.exe", product / "bin/player.exe")
+    paths = [prefix.windows_path(path) for path in (product, installed, link)]
+    show("install", *paths, program="installer")
+    print("\n".join(str(path.relative_to(folder)) for path in sorted(installed.rglob("*"))))
+    show("service", "status")
     print("The link as another program reads it:")
     text = subprocess.run(["lnkinfo", str(link)], capture_output=True, text=True, check=True).stdout
     print("".join(line + "\n" for line in text.splitlines() if "Local path" in line or "Description" in line), end="")
+    show("remove", *paths[1:], program="installer")
+    if installed.exists() or link.exists():
+        raise SystemExit("demo: the installer left something behind")
+    wait_until(lambda: prefix.host("service", "status").returncode == 1)  # its program may have some way to go
+    show("service", "status", expected=1)
     show("extension", expected=1)
 
 
@@ -81,6 +88,7 @@ def event(folder):
     prefix.set_log_level(7)
     show("event", "--name", "install_done", "--source", "installer", "--info-type", "path", "--info",
          'C:\\Media "A&B"', "--app-id", "2", "--version", "4.1", "--inst-type", "full", "--guid", "demo-guid")
+    show("doctor")
     server.close()
     body = server.requests[-1].body.decode()
     print("The record that arrived:")
@@ -107,15 +115,6 @@ def wait_until(condition, seconds=15):
         time.sleep(0.1)
 
 
-def services():
-    print("\n== The update service ==")
-    show("service", "install", prefix.windows_path(prefix.BIN / "update_service.exe"))
-    for action in ("status", "start", "stop", "uninstall"):
-        show("service", action)
-    wait_until(lambda: prefix.host("service", "status").returncode == 1)  # its program may have some way to go
-    show("service", "status", expected=1)
-
-
 def single_instance():
     print("\n== One instance of an application ==")
     # Wine knows the pipes of this computer under the name "." only.
@@ -140,8 +139,7 @@ def main():
         switches()
         event(Path(folder))
         download(Path(folder))
-        shell(Path(folder))
-    services()
+        installer(Path(folder))
     single_instance()
     machine()
 

@@ -14,9 +14,9 @@ inline constexpr std::int64_t kLargestLog = 5 * 1024 * 1024;
 ///
 /// Before it would grow beyond \ref kLargestLog it is copied to the same name with ".1" added, replacing the
 /// older copy, and emptied. While that older copy is in somebody's use, the file may grow to twice that size;
-/// then it is emptied all the same. It is emptied rather than renamed, so that every process's open handle stays
-/// on the current file. A lock on the file, which the system drops when its holder dies, covers both the
-/// appending and the hand-over.
+/// then it is emptied all the same. It is emptied rather than renamed, so that every process's open handle
+/// stays on the current file. A lock on the file, which the system drops when its holder dies, covers both
+/// the appending and the hand-over.
 class LogFile {
 public:
     /// \brief Opens the file, which is made when missing; its folder must exist.

@@ -14,9 +14,9 @@ inline constexpr int kStatusNoKey = 100000; ///< the key is not in the file
 /// \brief A flat key/value configuration file: read whole, held in memory, written whole.
 ///
 /// Keys and values are plain bytes, UTF-8 by convention. The file is shared between processes only through
-/// `save`, which reads it again and applies nothing but the keys that this instance changed. The file is emptied
-/// and written in place: a save at the same moment as another one can find it empty, and all other keys are
-/// lost then.
+/// `save`, which reads it again and applies nothing but the keys that this instance changed. The file is
+/// emptied and written in place: a save at the same moment as another one can find it empty, and all other
+/// keys are lost then.
 ///
 /// Safe to share between threads. Failures of the file are told by status numbers, never thrown. There is no
 /// virtual destructor: an instance lives and dies by its static type.

@@ -10,8 +10,9 @@ namespace fs {
 /// \brief A configuration file that is enciphered as a whole, so that users do not edit it by hand: the store
 /// of named on/off switches, "1" and "0".
 ///
-/// Always written whole from memory: there is no merge with what the file holds by then, so two processes that
-/// change one file at the same moment can lose a change. `reload` is the plain one and must not be used here.
+/// Always written whole from memory: there is no merge with what the file holds by then, so two processes
+/// that change one file at the same moment can lose a change. `reload` is the plain one and must not be used
+/// here.
 class FxConfig : public CConfig {
 public:
     using Defaults = std::map<std::string, bool>;
@@ -27,7 +28,8 @@ public:
     /// \return 0, 100002 when there is no file, another number when it cannot be read.
     int load() override;
 
-    /// \brief Replaces the defaults. While `defaultsPending` is set, the store is emptied and the mark cleared.
+    /// \brief Replaces the defaults. While `defaultsPending` is set, the store is emptied and the mark
+    /// cleared.
     void setDefaults(Defaults switches);
 
     /// \brief Loads the file and sets each default switch that it does not hold. Does nothing while

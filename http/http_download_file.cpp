@@ -92,8 +92,8 @@ bool CHttpDownloadFile::stop() {
     }
     if (over == WAIT_TIMEOUT)
         return false;
-    // The worker has some instructions left that use this object. Its thread is not waited for: that would need
-    // the loader's lock, which belongs to the caller while the library is being unloaded.
+    // The worker has some instructions left that use this object. Its thread is not waited for: that would
+    // need the loader's lock, which belongs to the caller while the library is being unloaded.
     thread_.waitFinished();
     return true;
 }

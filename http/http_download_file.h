@@ -51,7 +51,8 @@ public:
     ///
     /// Refused while one is running and without a URL; both are told by the stage of the result only.
     /// \param url Nothing is a refusal. White space around it is removed.
-    /// \param targetFolder Where the file goes, under the name behind the URL's last "/"; empty for the suite's
+    /// \param targetFolder Where the file goes, under the name behind the URL's last "/"; empty for the
+    ///                     suite's
     /// settings folder. Made when missing.
     /// \return 0, or the Windows error number with which the worker could not be started.
     std::uint32_t Start(const web::TNetProxy& proxy, const std::optional<std::wstring>& url,

@@ -55,8 +55,9 @@ public:
 
     /// \brief Makes one exchange and returns when it is over. Never called by two threads at once.
     ///
-    /// A port in the URL is ignored: https goes to 443, all else to 80. A cancelled exchange leaves the result
-    /// as it stands, mostly 0/0. A body shorter than expected is no failure of the result either, see `error`.
+    /// A port in the URL is ignored: https goes to 443, all else to 80. A cancelled exchange leaves the
+    /// result as it stands, mostly 0/0. A body shorter than expected is no failure of the result either, see
+    /// `error`.
     /// \param input The body of the request; null for none. Not owned.
     /// \param output Takes the body of the reply; with null the body is not read. Not owned.
     /// \param expectedLength Bytes after which reading ends; 0 or less when unknown.

@@ -73,16 +73,19 @@ ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* so
                                            const char* buildNumber);
 
 /**
- * Draws the variant of a split test that this run is to use, for an application to send as the advertising type of
- * its events.
+ * Draws the variant of a split test that this run is to use, for an application to send as the advertising
+ * type of its events.
  *
- * Uses the generator rand() of the library's C runtime, which the first draw of the process seeds with the time in
- * seconds. It knows 32,768 values: variants behind the first 32,768 units of weight are never drawn.
+ * Uses the generator rand() of the library's C runtime, which each thread has for itself and only the first
+ * draw of the process seeds, with the time in seconds: on other threads the draws are the same in every run.
+ * Draw on one thread. The generator knows 32,768 values: variants behind the first 32,768 units of weight are
+ * never drawn.
  *
- * \param definition Letters, each followed directly by its decimal weight, with optional white space between them:
- *                   "A70 B30". A weight with a leading zero is octal; a letter without a weight ends the definition.
- * \param result     Receives the letter of the variant, one byte; 0 when the definition holds anything else, or no
- *                   weight above 0.
+ * \param definition Letters, each followed directly by its decimal weight, with optional white space between
+ *                   them: "A70 B30". A weight with a leading zero is octal; a letter without a weight ends
+ *                   the definition.
+ * \param result     Receives the letter of the variant, one byte; 0 when the definition holds anything else,
+ *                   or no weight above 0.
  */
 ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8_t* result);
 
@@ -92,8 +95,8 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
  *
  * One file at a time is downloaded on a thread of the library while the caller polls. All of these functions
  * exclude each other: a query waits while another thread is in startDownloadFile() or stopDownloadFile().
- * Queries return 0 (32-bit unsigned), or ZELSYSHELPER_NO_DOWNLOAD before the first start and after a stop; they
- * write nothing then. After a download has ended it can be queried until the next start or stop.
+ * Queries return 0 (32-bit unsigned), or ZELSYSHELPER_NO_DOWNLOAD before the first start and after a stop;
+ * they write nothing then. After a download has ended it can be queried until the next start or stop.
  *
  * Call stopDownloadFile() before FreeLibrary(). Without it the library stays loaded until the download has
  * ended. When the process ends, a running download ends with it and leaves the part that came.
@@ -139,9 +142,9 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
 /**
  * Starts a download and returns once its thread is running.
  *
- * The server is first asked for the file's length, then the file is fetched. It is written in place, under the
- * part of the URL behind the last "/" as it stands: percent signs are not decoded, a query is not cut off,
- * backslashes lead to other folders. Check URLs that come from outside. What is there under that name is
+ * The server is first asked for the file's length, then the file is fetched. It is written in place, under
+ * the part of the URL behind the last "/" as it stands: percent signs are not decoded, a query is not cut
+ * off, backslashes lead to other folders. Check URLs that come from outside. What is there under that name is
  * overwritten; a download that fails leaves the part that came.
  *
  * \param proxyHost,proxyPort The proxy; none when the host is empty and the port 0.
@@ -149,24 +152,25 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
  * \param url          An http or https URL. A port in it is ignored: https goes to 443, http to 80.
  * \param targetFolder The folder as a full path with backslashes, which is made when missing; empty for the
  *                     suite's settings folder.
- * \return 0, or the Windows error number with which the thread could not be started. A refusal also returns 0:
- *         getDownloadFileErrors() then tells stage ZELSYSHELPER_STAGE_RUNNING or ZELSYSHELPER_STAGE_NO_URL.
+ * \return 0, or the Windows error number with which the thread could not be started. A refusal also returns
+ *         0: getDownloadFileErrors() then tells stage ZELSYSHELPER_STAGE_RUNNING or
+ *         ZELSYSHELPER_STAGE_NO_URL.
  */
 ZELSYSHELPER_API uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort,
                                             const wchar_t* proxyUser, const wchar_t* proxyPassword,
                                             const wchar_t* url, const wchar_t* targetFolder);
 
 /**
- * Cancels the download and forgets it; without one it does nothing. Blocks until the download's worker is done,
- * normally for milliseconds, for up to 30 seconds when disk or network do not let go of it.
+ * Cancels the download and forgets it; without one it does nothing. Blocks until the download's worker is
+ * done, normally for milliseconds, for up to 30 seconds when disk or network do not let go of it.
  */
 ZELSYSHELPER_API void stopDownloadFile(void);
 
 /**
  * How much of the body is done.
  *
- * \param percent Receives 0 before anything came, 100 after the end, whatever the outcome. More than 100 while a
- *                server sends more than it has announced.
+ * \param percent Receives 0 before anything came, 100 after the end, whatever the outcome. More than 100
+ *                while a server sends more than it has announced.
  */
 ZELSYSHELPER_API uint64_t getDownloadFileProgress(uint32_t* percent);
 
@@ -207,10 +211,10 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
 /** \name Property files
  *
  * A property file is a text file with one key=value per line. Keys are case-sensitive and nothing is trimmed.
- * Nothing is escaped either: a line feed in a key or a value begins another entry, which can take the place of
- * one of that name, and an "=" in a key ends the key. Do not pass such texts. Carriage returns are not kept.
- * Each call reads the whole file, so that changes by other processes are seen. Paths may be longer than 260
- * characters with the prefix "\\?\".
+ * Nothing is escaped either: a line feed in a key or a value begins another entry, which can take the place
+ * of one of that name, and an "=" in a key ends the key. Do not pass such texts. Carriage returns are not
+ * kept. Each call reads the whole file, so that changes by other processes are seen. Paths may be longer than
+ * 260 characters with the prefix "\\?\".
  */
 /**@{*/
 
@@ -229,9 +233,9 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
  * \param file     The file's path.
  * \param key      The key.
  * \param buffer   Receives the value and a terminating zero. Untouched unless the result is 0.
- * \param capacity Size of the buffer in characters. It must be larger than the value's length by two at least:
- *                 a value that does not leave one spare character is not copied, and this is not reported.
- *                 Set the first character to zero before the call to find out.
+ * \param capacity Size of the buffer in characters. It must be larger than the value's length by two at
+ *                 least: a value that does not leave one spare character is not copied, and this is not
+ *                 reported. Set the first character to zero before the call to find out.
  * \return 0 (32-bit unsigned) when the key is there, otherwise ZELSYSHELPER_NO_KEY, ZELSYSHELPER_NO_FILE or
  *         ZELSYSHELPER_FILE_FAILED. A stored value that is not valid UTF-8 reads as empty.
  */
@@ -272,9 +276,9 @@ ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, c
 
 /** \name Properties, plain or enciphered
  *
- * The values of a property file as above, or of a switch file, which is the same enciphered as a whole. Each call
- * leaves a store of some hundred bytes and the file's values in memory until the process ends: for calls without
- * number use the functions above.
+ * The values of a property file as above, or of a switch file, which is the same enciphered as a whole. Each
+ * call leaves a store of some hundred bytes and the file's values in memory until the process ends: for calls
+ * without number use the functions above.
  */
 /**@{*/
 
@@ -282,20 +286,21 @@ ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, c
  * Reads one value as text. What cannot be read counts as an empty file.
  *
  * \param buffer     Receives the value and a terminating zero, or nothing where the key is not in the file.
- * \param capacity   Size of the buffer in characters. A value is copied only when the buffer is larger than its
- *                   length by two at least.
+ * \param capacity   Size of the buffer in characters. A value is copied only when the buffer is larger than
+ *                   its length by two at least.
  * \param enciphered Whether the file is a switch file.
- * \return The value's length in characters (32-bit unsigned), also when it was not copied; 0 for an empty value and
- *         for a key that is not there.
+ * \return The value's length in characters (32-bit unsigned), also when it was not copied; 0 for an empty
+ *         value, for one that is not valid UTF-8 and for a key that is not there.
  */
 ZELSYSHELPER_API uint64_t readProperty(const wchar_t* file, const char* key, wchar_t* buffer,
                                        uint32_t capacity, uint8_t enciphered);
 
 /**
- * Sets one value; an empty one removes the key from the file. The file is made when it is missing, not its folder.
+ * Sets one value; an empty one removes the key from the file. The file is made when it is missing, not its
+ * folder.
  *
- * A plain file is written as by setValueInPropertyFile(). An enciphered one that cannot be read loses its other
- * keys, and two calls for it at the same moment can lose one of the two changes or all other keys.
+ * A plain file is written as by setValueInPropertyFile(). An enciphered one that cannot be read loses its
+ * other keys, and two calls for it at the same moment can lose one of the two changes or all other keys.
  *
  * \return 0, ZELSYSHELPER_NO_FILE for an empty path, ZELSYSHELPER_FILE_FAILED when the file cannot be written
  *         (32-bit unsigned).
@@ -314,20 +319,20 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
 
 /** \name Switch files
  *
- * A switch file holds on/off switches of one application as "1" and "0". It lies in the suite's settings folder
- * under the caller's name followed by ".fx", enciphered so that users do not edit it by hand. The cipher keeps no
- * secret.
+ * A switch file holds on/off switches of one application as "1" and "0". It lies in the suite's settings
+ * folder under the caller's name followed by ".fx", enciphered so that users do not edit it by hand. The
+ * cipher keeps no secret.
  */
 /**@{*/
 
 /**
  * Sets one switch. The file is made when it is missing; whether it could be written is not told.
  *
- * Calls for different files at the same moment can write a switch into the wrong one of them, and two processes
- * that change one file at the same moment can lose a switch: make these calls one at a time.
+ * Calls for different files at the same moment can write a switch into the wrong one of them, and two
+ * processes that change one file at the same moment can lose a switch: make these calls one at a time.
  *
  * \param file       The file's name, without folder and ending. Nothing happens when it is empty.
- * \param switchName The switch. A line feed or "=" in it does not survive.
+ * \param switchName The switch. A line break or "=" in it does not survive.
  * \param value      0 for off, else on.
  */
 ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint8_t value);
@@ -347,8 +352,8 @@ ZELSYSHELPER_API void clearFx(const wchar_t* file);
 /**
  * Tells Windows 10 from Windows 11.
  *
- * \param text Receives "10.0.0" or "11.0.0" with its terminating zero, seven characters. There must be room for them.
- *             Untouched when the result is 0.
+ * \param text Receives "10.0.0" or "11.0.0" with its terminating zero, seven characters. There must be room
+ *             for them. Untouched when the result is 0.
  * \return 1, or 0 on any other version of Windows.
  */
 ZELSYSHELPER_API uint64_t getOsVersion(wchar_t* text);
@@ -366,9 +371,9 @@ ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
 /** \name Services
  *
  * The suite's update service, and any service by name, on this machine. These functions work on the calling
- * thread and block for seconds, startService() for as long as a stop that is under way takes. They need the rights
- * of an administrator, except isServiceInstalled() and isServicePresent(). A negative result is a code of the
- * function, a positive one a Windows error number; both are signed 32-bit numbers.
+ * thread and block for seconds, startService() for as long as a stop that is under way takes. They need the
+ * rights of an administrator, except isServiceInstalled() and isServicePresent(). A negative result is a code
+ * of the function, a positive one a Windows error number; both are signed 32-bit numbers.
  */
 /**@{*/
 
@@ -376,15 +381,15 @@ ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
 #define ZELSYSHELPER_SERVICE_NO_MANAGER (-1)
 /** The service could not be opened; installService(): the path is empty or longer than 2047 characters. */
 #define ZELSYSHELPER_SERVICE_NOT_OPENED (-2)
-/** startService(), stopService(): the state could not be found out. uninstallService(): the service could not be
- * deleted. installService(): the service manager could not be opened. */
+/** startService(), stopService(): the state could not be found out. uninstallService(): the service could not
+ * be deleted. installService(): the service manager could not be opened. */
 #define ZELSYSHELPER_SERVICE_FAILED (-3)
 /** The stop was refused and none is under way; a service that is stopped already refuses too. */
 #define ZELSYSHELPER_SERVICE_STOP_REFUSED (-4)
 /** startService(): the state could not be found out while waiting for a stop that was under way. */
 #define ZELSYSHELPER_SERVICE_STOP_UNKNOWN (-5)
-/** startService(): a stop that is under way has not got on within the time that the service itself asked for, which
- * is told only when that time is shorter than the pause between two looks, a second or more. */
+/** startService(): a stop that is under way has not got on within the time that the service itself asked for,
+ * which is told only when that time is shorter than the pause between two looks, a second or more. */
 #define ZELSYSHELPER_SERVICE_STOP_STUCK (-6)
 /** startService(): the state could not be found out after the start. */
 #define ZELSYSHELPER_SERVICE_START_UNKNOWN (-8)
@@ -395,8 +400,8 @@ ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
  * Tries again for about two seconds while a former one is still marked for deletion.
  *
  * \param path The service's program, up to 2047 characters. It is put in quotes; arguments are not possible.
- * \return 0; ZELSYSHELPER_SERVICE_NOT_OPENED for a bad path; ZELSYSHELPER_SERVICE_FAILED; or the system's error,
- *         1073 where the service exists, which is then left as it is.
+ * \return 0; ZELSYSHELPER_SERVICE_NOT_OPENED for a bad path; ZELSYSHELPER_SERVICE_FAILED; or the system's
+ *         error, 1073 where the service exists, which is then left as it is.
  */
 ZELSYSHELPER_API int64_t installService(const wchar_t* path);
 
@@ -416,19 +421,20 @@ ZELSYSHELPER_API uint64_t isServiceInstalled(uint8_t* installed);
 ZELSYSHELPER_API uint64_t isServicePresent(const wchar_t* name);
 
 /**
- * Starts the suite's update service. Waits for a stop that is under way, without bound when the service never ends
- * it, and for the start while it gets on.
+ * Starts the suite's update service. Waits for a stop that is under way, without bound when the service never
+ * ends it, and for the start while it gets on.
  *
- * \return 0 when it runs already or was started; this does not tell whether it came up. Otherwise a code or the
- *         system's error.
+ * \return 0 when it runs already or was started; this does not tell whether it came up. Otherwise a code or
+ *         the system's error.
  */
 ZELSYSHELPER_API int64_t startService(void);
 
 /**
  * Stops the suite's update service and waits for up to 16 seconds, at least one.
  *
- * \return 0, also when there is none or it is still stopping after that time; otherwise a code. Two handles stay
- *         open until the process ends: delete the service with uninstallService() or from another process.
+ * \return 0, also when there is none or it is still stopping after that time; otherwise a code. Two handles
+ *         stay open until the process ends: delete the service with uninstallService() or from another
+ *         process.
  */
 ZELSYSHELPER_API int64_t stopService(void);
 
@@ -455,8 +461,8 @@ ZELSYSHELPER_API int64_t updateService(void);
 
 /** \name The shell
  *
- * The functions for folder views and links want COM to be initialised on the calling thread, in either way. Their
- * error is a Windows error number or the low 16 bits of a COM result.
+ * The functions for folder views and links want COM to be initialised on the calling thread, in either way.
+ * Their error is a Windows error number or the low 16 bits of a COM result.
  */
 /**@{*/
 
@@ -500,19 +506,19 @@ typedef char
     ZELSYSHELPER_SORT_OPTION_LAYOUT[sizeof(SortOption) == 8 && offsetof(SortOption, ascending) == 4 ? 1 : -1];
 
 /**
- * Sets how the file manager shows a folder, from now on. Opens a window on the folder, and changes all windows that
- * show it.
+ * Sets how the file manager shows a folder, from now on. Opens a window on the folder, and changes all
+ * windows that show it.
  *
  * A window that was not open before may not be there in time to be found: look at the folder with
  * retrieveShellFolderViewOptions(), or call again. Blocks while the file manager does not answer.
  *
  * \param folder    The folder as a full path, without a backslash at its end.
  * \param viewCode  Points to a view code; null or another number leaves the view alone.
- * \param sort      Null, or a code that is no column code, leaves the sorting alone. The direction is that of the
- *                  grouping too; ascending when it is null.
+ * \param sort      Null, or a code that is no column code, leaves the sorting alone. The direction is that of
+ *                  the grouping too; ascending when it is null.
  * \param groupCode Points to a column code; null or another number leaves the grouping alone.
- * \param error     Receives 0; 87 for an empty path or one that leads nowhere; or why the windows cannot be found.
- *                  That a single window refuses is not told.
+ * \param error     Receives 0; 87 for an empty path or one that leads nowhere; or why the windows cannot be
+ *                  found. That a single window refuses is not told.
  * \param status    Receives 0 or ZELSYSHELPER_NO_SHELL_WINDOW.
  */
 ZELSYSHELPER_API void assignShellFolderViewOptions(const wchar_t* folder, const uint32_t* viewCode,
@@ -520,11 +526,12 @@ ZELSYSHELPER_API void assignShellFolderViewOptions(const wchar_t* folder, const 
                                                    uint32_t* error, uint32_t* status);
 
 /**
- * Reads how the file manager shows a folder. Opens a window on the folder; of several windows that show it the last
- * one counts. In all else as assignShellFolderViewOptions().
+ * Reads how the file manager shows a folder. Opens a window on the folder; of several windows that show it
+ * the last one counts. In all else as assignShellFolderViewOptions().
  *
  * \param viewCode Receives a view code, 0 when no window was found.
- * \param sort     Receives a column code, and 0 for the direction whatever it is; {0, 1} when no window was found.
+ * \param sort     Receives a column code, and 0 for the direction whatever it is; {0, 1} when no window was
+ *                 found.
  * \param group    Receives a column code and a direction; {0, 1} when no window was found.
  */
 ZELSYSHELPER_API void retrieveShellFolderViewOptions(const wchar_t* folder, uint32_t* viewCode,
@@ -557,15 +564,21 @@ ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* link
 /**
  * Deletes a folder with all that is in it, then copies another folder's tree to its place.
  *
- * Mind that the destination itself is made only as the parent of a subfolder. A destination that was missing counts
- * as one failure, since it could not be deleted, and each file of the source's root that is listed before its first
- * subfolder as one more: such files are not copied. To copy reliably, keep all files in subfolders.
+ * Mind that the destination itself is made only as the parent of a subfolder. A destination that was missing
+ * counts as one failure, since it could not be deleted, and each file of the source's root that is listed
+ * before its first subfolder as one more: such files are not copied. To copy reliably, keep all files in
+ * subfolders.
  *
- * Nothing stops the work: each failure is counted and told in a line on standard output. Read-only files are not
- * deleted. Paths are cut at 512 characters; folders need full paths of up to 247. Nothing is touched, and one
- * failure counted, where a path is blank, the destination is the root of a drive or share, or the destination is or
- * holds the source. Links to folders in the destination are removed and not followed; links in the source are
- * copied as the folders that they show. Calls at the same moment mix their counts.
+ * Nothing stops the work: each failure is counted and told in a line on standard output. A source that is
+ * missing counts as an empty one: the destination is deleted then. Read-only files are not deleted. Paths are
+ * cut at 512 characters. Give the destination as a full path with backslashes, of up to 247 characters with
+ * all that comes below it: subfolders of another one are not made.
+ *
+ * Nothing is touched, and one failure counted, where a path is blank, the destination is the root of a drive
+ * or share, or the destination is or holds the source. Links to folders in the destination are removed and
+ * not followed. Links in the source are copied as the folders that they show; one that leads round in circles
+ * counts as a failure. Nobody else may change the two folders meanwhile. Calls at the same moment mix their
+ * counts.
  *
  * \return The number of failures (32-bit unsigned).
  */
@@ -573,13 +586,13 @@ ZELSYSHELPER_API uint64_t copyDirEx(const wchar_t* source, const wchar_t* destin
 
 /** Result of zelChromeExtWasDeleted(): not listed, or no preferences to be read. */
 #define ZELSYSHELPER_EXTENSION_ABSENT 318u
-/** Result of zelChromeExtWasDeleted(): from this number on, the user's folder cannot be found; the low 16 bits of
- * the COM result are added. */
+/** Result of zelChromeExtWasDeleted(): from this number on, the user's folder cannot be found; the low 16
+ * bits of the COM result are added. */
 #define ZELSYSHELPER_EXTENSION_NO_FOLDER 1000000u
 
 /**
- * Whether the suite's browser extension has gone from the browser's default profile. Reads the whole preference
- * file, also while the browser runs.
+ * Whether the suite's browser extension has gone from the browser's default profile. Reads the whole
+ * preference file, also while the browser runs.
  *
  * \return 0 when it is listed, otherwise ZELSYSHELPER_EXTENSION_ABSENT or a number from
  *         ZELSYSHELPER_EXTENSION_NO_FOLDER on (32-bit unsigned).
@@ -592,11 +605,11 @@ ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
 /**@{*/
 
 /**
- * Brings the running instance of an application to the front. An application calls this at its start, and exits
- * when the result is 1.
+ * Brings the running instance of an application to the front. An application calls this at its start, and
+ * exits when the result is 1.
  *
- * Takes milliseconds where no instance runs, normally less than half a second where one does. Where that refuses
- * to answer, some six seconds; where it hangs and keeps the connection, as long as it does.
+ * Takes milliseconds where no instance runs, normally less than half a second where one does. Where that
+ * refuses to answer, some six seconds; where it hangs and keeps the connection, as long as it does.
  *
  * \param appName The application's name, the same in all its instances.
  * \return 1 when another instance has answered, else 0 (signed 32-bit).
@@ -607,7 +620,8 @@ ZELSYSHELPER_API int64_t bringRuningAppToTop(const char* appName);
 
 /** \name Function types
  *
- * For callers that find the functions with GetProcAddress(). C++ callers may leave that to zelsyshelper_load.hpp.
+ * For callers that find the functions with GetProcAddress(). C++ callers may leave that to
+ * zelsyshelper_load.hpp.
  */
 /**@{*/
 typedef uint64_t (*PFN_sendAppEvent)(const char* eventName, const char* source, const char* infoType,

@@ -1,6 +1,7 @@
 /**
  * \file
- * Loads zelsyshelper.dll at run time, for C++11 and later. Nothing but this header and zelsyshelper.h is needed.
+ * Loads zelsyshelper.dll at run time, for C++11 and later. Nothing but this header and zelsyshelper.h is
+ * needed.
  *
  *     zelsyshelper_load library(L"zelsyshelper.dll");
  *     if (!library)
@@ -35,7 +36,7 @@
     X(bringRuningAppToTop)
 /* clang-format on */
 
-/** The library and its functions. Frees the library at the end of its life: call stopDownloadFile() before. */
+/** The library and its functions. Frees the library in the end: call stopDownloadFile() before. */
 struct zelsyshelper_load {
 #define ZELSYSHELPER_MEMBER(name)                                                                            \
     PFN_##name name = nullptr;                                                                               \
@@ -50,8 +51,8 @@ struct zelsyshelper_load {
     /**
      * Loads the library and finds all functions.
      *
-     * \param path A full path; the DLLs that the library needs may lie beside it. A bare name is looked for beside
-     *             the program and in the system folder only, never in the current folder.
+     * \param path A full path; the DLLs that the library needs may lie beside it. A bare name is looked for
+     *             beside the program and in the system folder only, never in the current folder.
      */
     explicit zelsyshelper_load(const wchar_t* path) {
         const bool isBare = std::wcspbrk(path, L"\\/:") == nullptr;

@@ -17,8 +17,8 @@ bool bringRunningToFront(const std::string& application) {
     CInterprocessCommunicationWin channel(instanceMutexName(application), pipeBaseName(application));
     if (channel.isFirstInstance())
         return false;
-    // The pipe serves one client at a time, and a third start at the same moment must not take the first instance
-    // for gone. Without a connection the request fails.
+    // The pipe serves one client at a time, and a third start at the same moment must not take the first
+    // instance for gone. Without a connection the request fails.
     for (int attempt = 1; channel.connectToServer() == ERROR_PIPE_BUSY && attempt < kConnectAttempts;
          ++attempt)
         Sleep(kConnectPause);

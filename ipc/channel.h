@@ -14,8 +14,9 @@ namespace ipc {
 
 /// \brief Marks a running instance of an application, and lets a later one talk to the first.
 ///
-/// A named mutex marks the instance for as long as the object lives. The first instance serves a named pipe, on a
-/// thread of the channel; a later one connects to it and sends short requests. One client is served at a time.
+/// A named mutex marks the instance for as long as the object lives. The first instance serves a named pipe,
+/// on a thread of the channel; a later one connects to it and sends short requests. One client is served at a
+/// time.
 ///
 /// All operations return 0 or a Windows error number and belong to one thread at a time.
 class CInterprocessCommunicationWin : private win32::CThreadFunction {
@@ -47,8 +48,8 @@ public:
 
     /// \brief Sends a request and waits for the reply. Up to seven attempts, 300 ms apart.
     ///
-    /// On the first instance there is nobody to talk to; nothing is sent then. An attempt lasts for as long as the
-    /// other side keeps the connection open without an answer.
+    /// On the first instance there is nobody to talk to; nothing is sent then. An attempt lasts for as long
+    /// as the other side keeps the connection open without an answer.
     /// \return 0; 10 without a connection; 111 for a payload of more than 65,526 bytes; else the last error.
     std::uint32_t sendRequest(const std::string& payload);
 
@@ -56,7 +57,8 @@ public:
     std::string lastReply() const { return lastReply_; }
 
     /// \brief Ends serving, once the request handler has returned, and closes the pipe. May be repeated; the
-    /// channel can be started again afterwards. Called by the request handler, it only asks the listener to end.
+    /// channel can be started again afterwards. Called by the request handler, it only asks the listener to
+    /// end.
     void stop();
 
 private:

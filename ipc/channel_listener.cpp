@@ -66,7 +66,8 @@ void CInterprocessCommunicationWin::answer(std::string_view message) {
         handler_->onRequest(senderOf(message), std::string(payloadOf(message)));
         reply = handler_->reply;
     } catch (...) {
-        return; // the handler's failure leaves the request without an answer, not the application without a listener
+        // The handler's failure leaves the request without an answer, not the application without a listener.
+        return;
     }
     if (reply.empty() || !fitsMessage(reply))
         return;

@@ -30,8 +30,8 @@ std::string_view payloadOf(std::string_view message);
 
 /// \brief The sender of a message of at least 9 bytes.
 ///
-/// Each byte is added with its sign, so that one of 0x80 or more borrows from the byte above it. Peers know the
-/// number in this form.
+/// Each byte is added with its sign, so that one of 0x80 or more borrows from the byte above it. Peers know
+/// the number in this form.
 std::uint32_t senderOf(std::string_view message);
 
 /// @}

@@ -37,16 +37,18 @@ bool isPresent(const std::wstring& name);
 ///
 /// While a former one is still marked for deletion, tries again for about two seconds.
 /// \param path The service's program, up to 2047 characters; it is put in quotes.
-/// \return 0, \ref kBadPath, \ref kNoManagerToCreate, or the error of the system, such as 1073 where it exists.
+/// \return 0, \ref kBadPath, \ref kNoManagerToCreate, or the error of the system, such as 1073 where it
+///         exists.
 std::int32_t install(const std::wstring& path);
 
 /// \brief Sets the update service's description anew.
 /// \return 0, \ref kNoManager or \ref kNoService.
 std::int32_t update();
 
-/// \brief Starts the update service, waiting for a stop that is under way first, however long that takes, and for
-/// the start while it gets on.
-/// \return 0 also when it runs already, and when it has not come up in time; else a code or the system's error.
+/// \brief Starts the update service, waiting for a stop that is under way first, however long that takes, and
+/// for the start while it gets on.
+/// \return 0 also when it runs already, and when it has not come up in time; else a code or the system's
+///         error.
 std::int32_t start();
 
 /// \brief Stops a service and waits for up to 16 seconds.

@@ -30,6 +30,19 @@ void fail(const wchar_t* work, DWORD error) {
     tell((std::wstring(L"error ") + work + L": " + std::to_wstring(static_cast<int>(error)) + L"\n").c_str());
 }
 
+bool isLink(const WIN32_FIND_DATAW& entry) {
+    // Other reparse points, of folders that are stored elsewhere for instance, are folders of the tree.
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           (entry.dwReserved0 == 0 || IsReparseTagNameSurrogate(entry.dwReserved0));
+}
+
+/// \param path Without a backslash at its end, which would follow the link.
+bool isLink(const std::wstring& path) {
+    WIN32_FIND_DATAW entry{};
+    const win32::FindHandle find(FindFirstFileW(path.c_str(), &entry));
+    return find && isLink(entry);
+}
+
 /// Goes through a folder. One that cannot be listed counts as empty.
 class Listing {
 public:
@@ -49,7 +62,7 @@ public:
 
     std::wstring_view name() const { return entry_->cFileName; }
     bool isFolder() const { return (entry_->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
-    bool isLink() const { return (entry_->dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+    bool isLink() const { return shell::isLink(*entry_); }
 
 private:
     std::unique_ptr<WIN32_FIND_DATAW> entry_; // off the stack, since folders nest deeply
@@ -61,11 +74,13 @@ std::wstring cut(const std::wstring& path) {
     return path.substr(0, kLongestPath);
 }
 
-/// Whether cutting a child's path leaves none of its name, or only dots and blanks, which lead back to the folder
-/// itself or to its parent: going on there would never end.
-bool isCutToItsFolder(const std::wstring& folder, const std::wstring& child) {
+/// Whether cutting a child's path leads away from it: to a link that has the shorter name, or, when none of
+/// its name is left but dots and blanks, back to the folder itself or its parent, and so on without end.
+bool isCutAstray(const std::wstring& folder, const std::wstring& child) {
+    if (child.size() <= kLongestPath)
+        return false;
     const std::size_t name = std::min(folder.size() + 1, kLongestPath);
-    return child.size() > kLongestPath && cut(child).find_first_not_of(L". ", name) == child.npos;
+    return cut(child).find_first_not_of(L". ", name) == child.npos || isLink(cut(child));
 }
 
 void removeFolder(const std::wstring& path) {
@@ -83,7 +98,7 @@ void deleteTree(const std::wstring& given) {
                 fail(L"delete", GetLastError());
         } else if (listing.isLink()) {
             removeFolder(child); // what it shows is not part of this tree
-        } else if (isCutToItsFolder(path, child)) {
+        } else if (isCutAstray(path, child)) {
             fail(L"delete", ERROR_FILENAME_EXCED_RANGE);
         } else {
             deleteTree(child);
@@ -111,7 +126,7 @@ public:
             }
             if (SHCreateDirectory(nullptr, to.c_str()) != ERROR_SUCCESS)
                 fail(L"create directory", GetLastError());
-            if (isCutToItsFolder(source, from))
+            if (isCutAstray(source, from))
                 fail(L"copy", ERROR_FILENAME_EXCED_RANGE);
             else if (isEndless(from, listing.isLink()))
                 fail(L"copy", ERROR_CANT_RESOLVE_FILENAME);
@@ -122,12 +137,13 @@ public:
     }
 
 private:
-    /// Whether going into a folder would lead round in circles: a link back to the way here, or the copies.
+    /// Whether going into a folder would lead round in circles: back to the way here, or to the copies.
     bool isEndless(const std::wstring& folder, bool isLink) const {
         if (!isLink)
-            return isDestinationInside_ && isSameFile(destination_, folder);
-        const auto isFolder = [&](const std::wstring* other) { return isSameFile(*other, folder); };
-        return std::ranges::any_of(walked_, isFolder) || holds(folder, destination_);
+            return isDestinationInside_ && isSameFolder(destination_, folder);
+        const auto isFolder = [&](const std::wstring* other) { return isSameFolder(*other, folder); };
+        return std::ranges::any_of(walked_, isFolder) || holds(folder, *walked_.front()) ||
+               holds(folder, destination_);
     }
 
     const std::wstring destination_;
@@ -146,8 +162,7 @@ void replace(const std::wstring& source, const std::wstring& destination) {
         return fail(L"delete", ERROR_INVALID_PARAMETER);
 
     TreeCopy tree(source, destination);
-    const DWORD attributes = GetFileAttributesW(destination.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+    if (isLink(destination.substr(0, destination.find_last_not_of(L"\\/") + 1)))
         removeFolder(destination);
     else
         deleteTree(destination);

@@ -11,7 +11,8 @@ inline constexpr std::uint32_t kNoLocalAppData = 1'000'000; ///< Plus the low 16
 /// \brief Whether the browser's default profile of this user lists the suite's extension.
 ///
 /// A running browser does not block the reading.
-/// \return \ref kExtensionListed, \ref kExtensionAbsent (also when there are no preferences that can be read), or
+/// \return \ref kExtensionListed, \ref kExtensionAbsent (also when there are no preferences that can be
+///         read), or
 /// a number from \ref kNoLocalAppData on when the user's folder cannot be found.
 std::uint32_t extensionState();
 

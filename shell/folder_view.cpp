@@ -66,8 +66,9 @@ TFolderViewOutcome visit(std::wstring folder, const std::function<void(const Fol
     if (folder.empty() || !openFolderWindow(folder))
         return {.error = ERROR_INVALID_PARAMETER};
     win32::ComPointer<IShellWindows> windows;
-    HRESULT result =
-        CoCreateInstance(CLSID_ShellWindows, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(windows.receive()));
+    HRESULT result = win32::checked(
+        CoCreateInstance(CLSID_ShellWindows, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(windows.receive())),
+        windows);
     long count = 0;
     if (SUCCEEDED(result))
         result = windows->get_Count(&count);

@@ -25,13 +25,15 @@ struct TFolderViewOutcome {
 
 /// \brief Opens a file-manager window on a folder and reads how windows show it; the last one counts.
 ///
-/// COM must be initialised on the calling thread. Windows that cannot be asked are passed over. Blocks while the
-/// file manager does not answer.
-/// \param[in,out] options What no window tells stays as it is. The direction of the sorting is not told by any:
+/// COM must be initialised on the calling thread. Windows that cannot be asked are passed over. Blocks while
+/// the file manager does not answer.
+/// \param[in,out] options What no window tells stays as it is. The direction of the sorting is not told by
+///                        any:
 /// where a window tells its column, the direction becomes descending.
 TFolderViewOutcome retrieveFolderView(const std::wstring& folder, TFolderViewOptions& options);
 
-/// \brief Opens a file-manager window on a folder and sets how all windows show it; they keep it for the folder.
+/// \brief Opens a file-manager window on a folder and sets how all windows show it; they keep it for the
+/// folder.
 ///
 /// In all else as `retrieveFolderView`. Codes that are not in the tables leave their part alone.
 TFolderViewOutcome assignFolderView(const std::wstring& folder, const TFolderViewOptions& options);

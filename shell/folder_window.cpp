@@ -9,6 +9,7 @@
 namespace shell {
 namespace {
 
+using win32::checked;
 using win32::ComPointer;
 using win32::ItemList;
 using win32::queryInterface;
@@ -18,26 +19,27 @@ ComPointer<IShellView> activeView(IShellWindows& windows, long index) {
     place.vt = VT_I4;
     place.lVal = index;
     ComPointer<IDispatch> item;
-    if (FAILED(windows.Item(place, item.receive())))
+    if (FAILED(checked(windows.Item(place, item.receive()), item)))
         return {};
     const auto services = queryInterface<IServiceProvider>(queryInterface<IWebBrowserApp>(item));
     ComPointer<IShellBrowser> browser;
-    if (!services || FAILED(services->QueryService(SID_STopLevelBrowser, IID_PPV_ARGS(browser.receive()))))
+    if (!services ||
+        FAILED(
+            checked(services->QueryService(SID_STopLevelBrowser, IID_PPV_ARGS(browser.receive())), browser)))
         return {};
     ComPointer<IShellView> view;
-    if (!browser || FAILED(browser->QueryActiveShellView(view.receive())))
-        return {};
+    checked(browser->QueryActiveShellView(view.receive()), view);
     return view;
 }
 
 /// The path that a view shows, with backslashes; empty when it shows none or does not tell.
 std::wstring shownPath(const ComPointer<IFolderView>& view) {
     ComPointer<IPersistFolder2> folder;
-    if (!view || FAILED(view->GetFolder(IID_PPV_ARGS(folder.receive()))))
+    if (!view || FAILED(checked(view->GetFolder(IID_PPV_ARGS(folder.receive())), folder)))
         return {};
     ItemList list;
     wchar_t path[MAX_PATH] = L"";
-    if (!folder || FAILED(folder->GetCurFolder(list.receive())) || !SHGetPathFromIDListW(list.get(), path))
+    if (FAILED(folder->GetCurFolder(list.receive())) || !SHGetPathFromIDListW(list.get(), path))
         return {};
     std::ranges::replace(path, L'/', L'\\');
     return path;

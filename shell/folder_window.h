@@ -20,7 +20,8 @@ struct FolderWindow {
 /// \return False when the folder cannot be found.
 bool openFolderWindow(const std::wstring& folder);
 
-/// \brief Visits the windows that show a folder, in any letter case. Those that fail on the way are passed over.
+/// \brief Visits the windows that show a folder, in any letter case. Those that fail on the way are passed
+/// over.
 /// \param folder A path with backslashes.
 void visitFolderWindows(IShellWindows& windows, long count, const std::wstring& folder,
                         const std::function<void(const FolderWindow&)>& visit);

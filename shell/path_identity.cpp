@@ -3,15 +3,10 @@
 #include "win32/owner.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace shell {
 namespace {
-
-win32::KernelHandle open(const std::wstring& path) {
-    return win32::KernelHandle(CreateFileW(path.c_str(), 0,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-}
 
 /// The text that a function of the system gives away, which tells how much room it wants.
 template <class Fill>
@@ -21,60 +16,96 @@ std::wstring filled(Fill fill) {
     return text;
 }
 
-/// A full path without the prefix for long ones, and without backslashes at its end.
-std::wstring plain(std::wstring path) {
-    if (path.starts_with(L"\\\\?\\UNC\\"))
-        path.erase(2, 6);
-    else if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\"))
-        path.erase(0, 4);
-    while (path.ends_with(L'\\'))
-        path.pop_back();
-    return path;
+bool isSameText(std::wstring_view first, std::wstring_view second) {
+    return CompareStringOrdinal(first.data(), static_cast<int>(first.size()), second.data(),
+                                static_cast<int>(second.size()), TRUE) == CSTR_EQUAL;
+}
+
+/// A full name in its short form: without a prefix, and without backslashes at its end.
+std::wstring plain(std::wstring name) {
+    for (const wchar_t* prefix : {L"\\\\?\\", L"\\\\.\\", L"\\??\\"}) {
+        if (!name.starts_with(prefix))
+            continue;
+        name.erase(0, 4);
+        if (isSameText(std::wstring_view(name).substr(0, 4), L"UNC\\"))
+            name.replace(0, 4, L"\\\\");
+        break;
+    }
+    while (name.ends_with(L'\\'))
+        name.pop_back();
+    return name;
+}
+
+/// With a backslash at its end a path means the folder that a listing of it lists: "C:" alone is another one.
+std::wstring asListed(const std::wstring& path) {
+    return path.ends_with(L'\\') ? path : path + L'\\';
 }
 
 std::wstring fullName(const std::wstring& path) {
-    return plain(filled([&](wchar_t* out, DWORD capacity) {
-        return GetFullPathNameW(path.c_str(), capacity, out, nullptr);
-    }));
+    return filled([&](wchar_t* out, DWORD capacity) {
+        return GetFullPathNameW(asListed(path).c_str(), capacity, out, nullptr);
+    });
+}
+
+win32::KernelHandle openFolder(const std::wstring& path) {
+    return win32::KernelHandle(CreateFileW(asListed(path).c_str(), 0,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
 /// The name of what a path leads to; empty when that cannot be opened.
 std::wstring finalName(const std::wstring& path) {
-    const win32::KernelHandle file = open(path);
-    if (!file)
+    const win32::KernelHandle folder = openFolder(path);
+    if (!folder)
         return {};
-    return plain(filled([&](wchar_t* out, DWORD capacity) {
-        return GetFinalPathNameByHandleW(file.get(), out, capacity, FILE_NAME_NORMALIZED);
-    }));
+    return filled([&](wchar_t* out, DWORD capacity) {
+        return GetFinalPathNameByHandleW(folder.get(), out, capacity, FILE_NAME_NORMALIZED);
+    });
 }
 
-bool beginsWithFolder(const std::wstring& path, const std::wstring& folder) {
-    if (folder.empty() || path.size() < folder.size() ||
-        (path.size() > folder.size() && path[folder.size()] != L'\\'))
-        return false;
-    const int length = static_cast<int>(folder.size());
-    return CompareStringOrdinal(path.c_str(), length, folder.c_str(), length, TRUE) == CSTR_EQUAL;
+bool isRootName(const std::wstring& name) {
+    const std::wstring text = plain(name);
+    // "C:" has no backslash, "\\server\share" has three.
+    return std::ranges::count(text, L'\\') <= (text.starts_with(L"\\\\") ? 3 : 0);
+}
+
+/// Takes the last part off a name.
+void ascend(std::wstring& name) {
+    while (name.ends_with(L'\\'))
+        name.pop_back();
+    name.erase(name.find_last_of(L'\\') + 1);
 }
 
 } // namespace
 
-bool isSameFile(const std::wstring& first, const std::wstring& second) {
-    const win32::KernelHandle a = open(first), b = open(second);
+bool isSameFolder(const std::wstring& first, const std::wstring& second) {
+    const win32::KernelHandle a = openFolder(first), b = openFolder(second);
     BY_HANDLE_FILE_INFORMATION ofA{}, ofB{};
     return a && b && GetFileInformationByHandle(a.get(), &ofA) && GetFileInformationByHandle(b.get(), &ofB) &&
+           (ofA.nFileIndexHigh | ofA.nFileIndexLow) != 0 &&
            ofA.dwVolumeSerialNumber == ofB.dwVolumeSerialNumber && ofA.nFileIndexHigh == ofB.nFileIndexHigh &&
            ofA.nFileIndexLow == ofB.nFileIndexLow;
 }
 
 bool isRoot(const std::wstring& path) {
-    const std::wstring full = fullName(path);
-    // "C:" has no backslash, "\\server\share" has three.
-    return std::ranges::count(full, L'\\') <= (full.starts_with(L"\\\\") ? 3 : 0);
+    const std::wstring final = finalName(path);
+    return isRootName(fullName(path)) || (!final.empty() && isRootName(final));
 }
 
 bool holds(const std::wstring& folder, const std::wstring& other) {
-    return beginsWithFolder(fullName(other), fullName(folder)) ||
-           beginsWithFolder(finalName(other), finalName(folder));
+    const std::wstring inner = plain(fullName(other)), outer = plain(fullName(folder));
+    if (isSameText(std::wstring_view(inner).substr(0, outer.size()), outer) &&
+        (inner.size() == outer.size() || inner[outer.size()] == L'\\'))
+        return true;
+
+    // From the nearest folder that is there, up to the root.
+    std::wstring name = fullName(other), final;
+    while ((final = finalName(name)).empty() && !isRootName(name))
+        ascend(name);
+    for (; !final.empty() && !isSameFolder(final, folder); ascend(final))
+        if (isRootName(final))
+            return false;
+    return !final.empty();
 }
 
 } // namespace shell

@@ -4,14 +4,15 @@
 
 namespace shell {
 
-/// \brief Whether two paths lead to the same file or folder, through links and under whatever names. False when one
-/// of them cannot be opened.
-bool isSameFile(const std::wstring& first, const std::wstring& second);
+/// \brief Whether two paths lead to the same folder, through links and under whatever names. False when one
+/// of them cannot be opened, and where the file system does not number its folders.
+bool isSameFolder(const std::wstring& first, const std::wstring& second);
 
-/// \brief Whether a path, made full, is the root of a drive or of a share. True for one that cannot be made full.
+/// \brief Whether listing a path lists the root of a drive or of a share.
 bool isRoot(const std::wstring& path);
 
-/// \brief Whether a folder is another one or holds it, by their full names or by those of what they lead to.
+/// \brief Whether a folder is another one or holds it, by their full names or by what those lead to. The
+/// other one need not be there.
 bool holds(const std::wstring& folder, const std::wstring& other);
 
 } // namespace shell

@@ -21,8 +21,8 @@ TLinkOutcome writeLink(const std::wstring& target, const std::wstring& linkPath,
         return TLinkOutcome{static_cast<std::uint32_t>(HRESULT_CODE(result)), step};
     };
     win32::ComPointer<IShellLinkW> link;
-    HRESULT result =
-        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(link.receive()));
+    HRESULT result = win32::checked(
+        CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(link.receive())), link);
     if (FAILED(result))
         return failed(LinkStep::create, result);
     if (result = link->SetPath(target.c_str()); FAILED(result))
@@ -31,7 +31,7 @@ TLinkOutcome writeLink(const std::wstring& target, const std::wstring& linkPath,
         if (result = link->SetDescription(description->c_str()); FAILED(result))
             return failed(LinkStep::setDescription, result);
     win32::ComPointer<IPersistFile> file;
-    if (result = link->QueryInterface(IID_PPV_ARGS(file.receive())); FAILED(result))
+    if (result = win32::checked(link->QueryInterface(IID_PPV_ARGS(file.receive())), file); FAILED(result))
         return failed(LinkStep::persistFile, result);
     if (result = file->Save(linkPath.c_str(), TRUE); FAILED(result))
         return failed(LinkStep::save, result);

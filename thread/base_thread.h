@@ -34,8 +34,8 @@ public:
     /// \return 0; 87 without a function; 170 while the last run is not over; 10 when no thread can be made.
     std::uint32_t Start();
 
-    /// \brief Waits until the thread of the last start is gone. Returns at once when there is none, or when it
-    /// is the calling one.
+    /// \brief Waits until the thread of the last start is gone. Returns at once when there is none, or when
+    /// it is the calling one.
     /// \return False when the time, in milliseconds, was over before.
     bool wait(std::uint32_t time) const;
 

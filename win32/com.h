@@ -16,12 +16,22 @@ struct ComTraits : NullableTraits<Interface*> {
 template <class Interface>
 using ComPointer = Owner<ComTraits<Interface>>;
 
+/// \brief Makes a failure of a success that gave no object away, and takes nothing from a failure.
+template <class Interface>
+HRESULT checked(HRESULT result, ComPointer<Interface>& given) {
+    if (FAILED(result))
+        static_cast<void>(given.detach());
+    else if (!given)
+        return E_POINTER;
+    return result;
+}
+
 /// \brief Another interface of an object; empty when there is no object, or it does not have the interface.
 template <class Interface, class From>
 ComPointer<Interface> queryInterface(const ComPointer<From>& from) {
     ComPointer<Interface> found;
-    if (!from || FAILED(from->QueryInterface(IID_PPV_ARGS(found.receive()))))
-        return {};
+    if (from)
+        checked(from->QueryInterface(IID_PPV_ARGS(found.receive())), found);
     return found;
 }
 

@@ -16,8 +16,8 @@ inline constexpr std::int32_t kClassWindows10 = 120;
 inline constexpr std::int32_t kClassWindows10Updated = 130; ///< Told by the revision, not by the build.
 inline constexpr std::int32_t kClassWindows11 = 140;
 
-/// \brief The class of a version, one of the numbers that the suite compares; 0 for an unknown version. Classes
-/// do not all ascend with the versions: 6.1 is 90, and 81 from its build 7601 on.
+/// \brief The class of a version, one of the numbers that the suite compares; 0 for an unknown version.
+/// Classes do not all ascend with the versions: 6.1 is 90, and 81 from its build 7601 on.
 std::int32_t versionClass(const TOsVersion& version);
 
 } // namespace win32

@@ -45,8 +45,8 @@ AsyncRequest::AsyncRequest(win32::WinHttpHandle request, const Deadline& deadlin
 
 AsyncRequest::~AsyncRequest() {
     request_.reset();
-    // Once the handle is gone nothing calls back, and the library may be unloaded. Should WinHTTP hold on to it,
-    // the library has to stay.
+    // Once the handle is gone nothing calls back, and the library may be unloaded. Should WinHTTP hold on to
+    // it, the library has to stay.
     if (state_ != nullptr && WaitForSingleObject(state_->closed.get(), kCloseTime) != WAIT_OBJECT_0)
         win32::pinModule();
 }

@@ -1,6 +1,6 @@
 /*
- * First steps with the library, linked by its import library: remembers how often it was started and from which
- * version, in a property file, and looks at the machine.
+ * First steps with the library, linked by its import library: remembers how often it was started and from
+ * which version, in a property file, and looks at the machine.
  *
  *     first_steps FILE
  */

@@ -1,11 +1,12 @@
 /*
- * An installer in small: copies a product, runs its update service, puts a link to it, and takes all that away.
+ * An installer in small: copies a product, runs its update service, puts a link to it, and takes all that
+ * away.
  *
  *     installer install PRODUCT FOLDER LINK
  *     installer remove FOLDER LINK
  *
- * PRODUCT holds subfolders only, among them "bin" with "player.exe" and "update_service.exe"; files beside them
- * would not be copied reliably.
+ * PRODUCT holds subfolders only, among them "bin" with "player.exe" and "update_service.exe"; files beside
+ * them would not be copied reliably.
  */
 #include "zelsyshelper.h"
 

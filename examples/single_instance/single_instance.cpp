@@ -1,5 +1,5 @@
-// An application of which one instance runs at a time. The first start opens a window, which tells how often it was
-// asked to come to the front; every later one asks the first, and exits with code 1.
+// An application of which one instance runs at a time. The first start opens a window, which tells how often
+// it was asked to come to the front; every later one asks the first, and exits with code 1.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -60,8 +60,8 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int) {
     do {
         if (bringRuningAppToTop(kApplication) != 0)
             return 1; // an instance runs already, and was asked
-        // Somebody else may have started at the same moment: only one of the two holds the mutex, and the other
-        // finds it serving a little later.
+        // Somebody else may have started at the same moment: only one of the two holds the mutex, and the
+        // other finds it serving a little later.
         channel.emplace(ipc::instanceMutexName(kApplication), ipc::pipeBaseName(kApplication));
         if (!channel->isFirstInstance()) {
             channel.reset();

@@ -26,7 +26,8 @@ protected:
 };
 
 TEST_F(Job, StopReachesARequestThatIsJustAboutToBegin) {
-    // The worker resets its requests' events at their beginning: long enough for a first cancel to be forgotten.
+    // The worker resets its requests' events at their beginning: long enough for a first cancel to be
+    // forgotten.
     std::atomic<int> resets = 0;
     const DWORD starter = GetCurrentThreadId();
     ResetEventSeam::fake = [&](HANDLE event) {

@@ -301,6 +301,9 @@ TEST_F(Com, RetrieveTellsWhatStandsInTheWay) {
         world.broken = part;
         EXPECT_EQ(retrieved(L"C:\\"), "0 0+ 0+ 5 0");
     }
+    world.broken = windows;
+    world.failure = S_OK;
+    EXPECT_EQ(retrieved(L"C:\\"), "0 0+ 0+ 16387 0") << "no object";
 }
 
 TEST_F(Com, AssignSetsAllWindowsOfTheFolder) {
@@ -346,6 +349,11 @@ TEST_F(Com, Link) {
     for (const auto& [part, step] : steps) {
         world.broken = part;
         EXPECT_EQ(linked(L"a", L"b", L""), "112 " + step);
+    }
+    world.failure = S_OK;
+    for (const Part part : {link, file}) {
+        world.broken = part;
+        EXPECT_EQ(linked(L"a", L"b", L""), part == link ? "16387 21" : "16387 24") << "no object";
     }
 }
 

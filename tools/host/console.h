@@ -32,8 +32,8 @@ void printPart(std::wstring_view text);
 /// \brief Prints one line to standard output, as UTF-8; nothing in JSON mode.
 void print(std::wstring_view line);
 
-/// \brief Prints "zelsyshelper-host: " and one line to standard error, as UTF-8. In JSON mode the line becomes the
-/// member "error".
+/// \brief Prints "zelsyshelper-host: " and one line to standard error, as UTF-8. In JSON mode the line
+/// becomes the member "error".
 void complain(std::wstring_view line);
 
 /// \brief Text in a colour, where standard output is a terminal; elsewhere the text alone.

@@ -5,7 +5,8 @@
 
 namespace host {
 
-/// \brief A Windows error number with its name and what to do about it, such as "5 (ERROR_ACCESS_DENIED): ...".
+/// \brief A Windows error number with its name and what to do about it, such as "5 (ERROR_ACCESS_DENIED):
+/// ...".
 std::wstring describeError(std::uint32_t number);
 
 } // namespace host

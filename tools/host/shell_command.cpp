@@ -81,7 +81,7 @@ int getView(const Library& library, const std::wstring& folder) {
     library.retrieveShellFolderViewOptions(folder.c_str(), &view, &sort, &group, &error, &status);
     if (const int code = report(error, status, folder); code != kDone)
         return code;
-    if (view == 0 && sort.code == 0) {
+    if (view == 0 && sort.code == 0 && sort.ascending != 0) {
         complain(L"no window shows " + folder + L" yet; try again once it does");
         return kFailed;
     }

@@ -43,8 +43,8 @@ void put(Value* out, Value value) {
         *out = value;
 }
 
-/// \brief Copies a value to a caller, but only when one more character than the value and its terminator need would
-/// fit: callers rely on that spare character.
+/// \brief Copies a value to a caller, but only when one more character than the value and its terminator need
+/// would fit: callers rely on that spare character.
 inline void copyOut(const std::wstring& value, wchar_t* buffer, std::uint32_t capacity) {
     if (buffer == nullptr || capacity <= value.size() + 1)
         return;

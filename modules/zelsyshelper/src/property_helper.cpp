@@ -21,8 +21,8 @@ struct Kept : KeptLink {
 };
 
 /// Each call of these exports leaves its store behind, and nothing releases one: that is how they have always
-/// behaved. The stores hang on this chain, so that a tool that looks for leaks finds them reachable, and tells
-/// them from memory that was lost by mistake.
+/// behaved. The stores hang on this chain, so that a tool that looks for leaks finds them reachable, and
+/// tells them from memory that was lost by mistake.
 std::atomic<KeptLink*> newestKept;
 
 template <class Store>

@@ -20,10 +20,10 @@ SortOption exported(const shell::TSortOption& option) {
 }
 
 /// Runs what has an outcome of two numbers, and gives both to the caller.
+/// \param failureDetail The second number when the work ends by an exception.
 template <class Work>
-void runWithOutcome(uint32_t* error, uint32_t* detail, Work work) {
-    put(error, 0u);
-    put(detail, 0u);
+void runWithOutcome(uint32_t* error, uint32_t* detail, std::uint32_t failureDetail, Work work) {
+    put(detail, failureDetail);
     const auto failure = frame::run(std::uint32_t{ERROR_NOT_ENOUGH_MEMORY}, [&] {
         const auto [errorCode, detailCode] = work();
         put(detail, static_cast<std::uint32_t>(detailCode));
@@ -36,7 +36,7 @@ void runWithOutcome(uint32_t* error, uint32_t* detail, Work work) {
 
 void assignShellFolderViewOptions(const wchar_t* folder, const uint32_t* viewCode, const SortOption* sort,
                                   const uint32_t* groupCode, uint32_t* error, uint32_t* status) {
-    runWithOutcome(error, status, [=] {
+    runWithOutcome(error, status, 0, [=] {
         shell::TFolderViewOptions options;
         if (viewCode != nullptr)
             options.viewCode = *viewCode;
@@ -51,7 +51,7 @@ void assignShellFolderViewOptions(const wchar_t* folder, const uint32_t* viewCod
 void retrieveShellFolderViewOptions(const wchar_t* folder, uint32_t* viewCode, SortOption* sort,
                                     SortOption* group, uint32_t* error, uint32_t* status) {
     shell::TFolderViewOptions options;
-    runWithOutcome(error, status, [&] { return shell::retrieveFolderView(owned(folder), options); });
+    runWithOutcome(error, status, 0, [&] { return shell::retrieveFolderView(owned(folder), options); });
     put(viewCode, options.viewCode);
     put(sort, exported(options.sort));
     put(group, exported(options.group));
@@ -59,7 +59,11 @@ void retrieveShellFolderViewOptions(const wchar_t* folder, uint32_t* viewCode, S
 
 void createShellLink(const wchar_t* target, const wchar_t* linkPath, const wchar_t* description,
                      uint32_t* error, uint32_t* failedStep) {
-    runWithOutcome(error, failedStep, [=] {
+    using shell::LinkStep;
+    runWithOutcome(error, failedStep, ZELSYSHELPER_LINK_CREATE, [=] {
+        // A missing path tells more than an empty target.
+        if (target != nullptr && linkPath == nullptr)
+            return shell::TLinkOutcome{ERROR_INVALID_PARAMETER, LinkStep::linkPath};
         const auto text = description != nullptr ? std::optional(owned(description)) : std::nullopt;
         return shell::createLink(owned(target), owned(linkPath), text);
     });

@@ -8,8 +8,8 @@
 
 namespace {
 
-/// The one store of enableFx(). Its steps do not hold the lock from one to the next: calls for different files
-/// at the same moment can mix up their switches.
+/// The one store of enableFx(). Its steps do not hold the lock from one to the next: calls for different
+/// files at the same moment can mix up their switches.
 fs::FxConfig& switchStore() {
     static fs::FxConfig instance;
     return instance;

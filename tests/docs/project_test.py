@@ -1,0 +1,50 @@
+"""Whether what stands beside the code agrees with it: the headers on their own, the diagram, the reference."""
+
+import re
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).parents[2]
+
+
+def targets():
+    """The folders that CMake knows, each with the folders that it may include."""
+    text = (ROOT / "CMakeLists.txt").read_text()
+    calls = [call.split() for call in re.findall(r"zelsys_folder\(([^)]*)\)", text)]
+    folders = {call[0]: call[1] for call in calls}
+    return {call[1]: {folders[name] for name in call[call.index("DEPENDS") + 1:]} if "DEPENDS" in call else set()
+            for call in calls}
+
+
+class Project(unittest.TestCase):
+    def test_headers_compile_on_their_own(self):
+        header, loader = ROOT / "include/zelsyshelper.h", ROOT / "include/zelsyshelper_load.hpp"
+        gnu = "x86_64-w64-mingw32-gcc-posix"
+        cases = [(compiler, language, header) for compiler in ("gcc", "clang", gnu)
+                 for language in ("c -std=c99", "c++ -std=c++11")]
+        for compiler, language, path in cases + [(gnu, "c++ -std=c++11", loader)]:
+            with self.subTest(compiler=compiler, language=language, path=path.name):
+                subprocess.run([compiler, "-x", *language.split(), "-fsyntax-only", "-Wall", "-Wextra",
+                                "-Wpedantic", "-Werror", path], check=True)
+
+    def test_arrows_of_the_diagram_are_those_of_the_build(self):
+        drawn = {}
+        for line in (ROOT / "docs/architecture.md").read_text().splitlines():
+            if found := re.fullmatch(r"    (\S.*?) +-> +(.*)", line):
+                for folder in found[1].split(", "):
+                    drawn[folder] = set(found[2].split(", "))
+        built = {folder: below for folder, below in targets().items() if below}
+        exports = drawn.pop("modules/zelsyshelper/src")
+        self.assertEqual(drawn, built)
+        linked = re.search(r"PRIVATE zelsys_options export_frame ([^)]*)\)",
+                           (ROOT / "modules/zelsyshelper/src/CMakeLists.txt").read_text())[1].split()
+        self.assertLessEqual({"ui/common/stat" if name == "stat" else name for name in linked}, exports)
+
+    def test_reference_is_current(self):
+        subprocess.run([sys.executable, ROOT / "tools/docs/exports.py", "--check"], check=True)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

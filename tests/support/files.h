@@ -40,4 +40,18 @@ inline std::string readBytes(const std::wstring& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+/// \brief The path of another program of the same build.
+inline std::wstring besideThisProgram(const std::wstring& name) {
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return std::filesystem::path(path).replace_filename(name).wstring();
+}
+
+/// \brief Grows by 4 with each handle that is left open.
+inline std::uintptr_t lowestFreeHandle() {
+    const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    CloseHandle(event);
+    return reinterpret_cast<std::uintptr_t>(event);
+}
+
 } // namespace testing_support

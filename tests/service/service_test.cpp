@@ -2,7 +2,6 @@
 
 #include "support/files.h"
 #include "support/seam.h"
-#include "win32/service_handle.h"
 
 #include <vector>
 
@@ -24,7 +23,7 @@ ZELSYS_SEAM(L"kernel32.dll", GetTickCount)
 namespace {
 
 struct Status {
-    DWORD state, checkPoint, waitHint;
+    DWORD state, checkPoint = 0, waitHint = 0;
 };
 
 /// A service manager that answers as the test says, and time that passes only by sleeping.
@@ -33,7 +32,7 @@ protected:
     FakeManager() {
         OpenSCManagerWSeam::fake = [this](auto, auto, DWORD access) { return open(L"m", access); };
         OpenServiceWSeam::fake = [this](auto, auto, DWORD access) { return open(L"s", access); };
-        CreateServiceWSeam::fake = [](auto...) { return SC_HANDLE(); };
+        CreateServiceWSeam::fake = [this](auto...) { return open(L"c", 0); };
         ChangeServiceConfig2WSeam::fake = [](auto, DWORD level, void* text) {
             EXPECT_EQ(level, 1u);
             EXPECT_STREQ(static_cast<SERVICE_DESCRIPTIONW*>(text)->lpDescription, L"Corvane Update Service");
@@ -43,9 +42,9 @@ protected:
         StartServiceWSeam::fake = [](auto...) { return TRUE; };
         CloseServiceHandleSeam::fake = [this](auto) { return --openHandles, TRUE; };
         ControlServiceSeam::fake = [this](SC_HANDLE, DWORD, SERVICE_STATUS* status) {
-            status->dwCurrentState = controlled.state;
-            SetLastError(controlled.checkPoint);
-            return controlled.checkPoint == 0;
+            status->dwCurrentState = refusedIn;
+            SetLastError(refusal);
+            return refusal == 0;
         };
         QueryServiceStatusSeam::fake = [this](SC_HANDLE, SERVICE_STATUS* status) {
             const Status next = nextStatus();
@@ -84,15 +83,14 @@ protected:
 
     /// The result, how long it took, and how many handles are left open.
     template <class Work>
-    std::string run(Work work, std::vector<Status> answers = {{SERVICE_STOPPED, 0, 0}}, int failing = 0) {
+    std::string run(Work work, std::vector<Status> answers = {{SERVICE_STOPPED}}, int failing = 0) {
         statuses = std::move(answers);
         queried = 0, opens = 0, openHandles = 0, now = 1000, opened.clear(), failingOpen = failing;
         const auto result = work();
         return std::to_string(result) + " " + std::to_string(now - 1000) + " " + std::to_string(openHandles);
     }
 
-    Status controlled{SERVICE_STOP_PENDING, 0,
-                      0}; ///< Its checkPoint is the error of the refusal, 0 for none.
+    DWORD refusal = 0, refusedIn = SERVICE_STOP_PENDING; ///< The error of a stop, and the state it tells.
     std::vector<Status> statuses;
     std::size_t queried = 0;
     int opens = 0, failingOpen = 0, openHandles = 0;
@@ -100,83 +98,77 @@ protected:
     std::wstring opened;
 };
 
+constexpr Status kStopped{SERVICE_STOPPED}, kRunning{SERVICE_RUNNING}, kFailing{0};
+constexpr DWORD kStopping = SERVICE_STOP_PENDING, kStarting = SERVICE_START_PENDING;
+
 std::int32_t stopByName() {
     return service::stop(L"any");
 }
 
 TEST_F(FakeManager, RightsAndWhatCannotBeOpened) {
-    EXPECT_EQ(run(service::update), "0 0 0");
-    EXPECT_EQ(opened, L"mf003f s3 ");
-    EXPECT_EQ(run(service::update, {{}}, 1), "-1 0 0");
-    EXPECT_EQ(run(service::update, {{}}, 2), "-2 0 0");
-    EXPECT_EQ(run(stopByName), "0 1000 2") << "two handles are left open on purpose";
-    EXPECT_EQ(opened, L"m5 s1 mf003f s10024 ");
-    EXPECT_EQ(run(stopByName, {{}}, 2), "0 0 0") << "absent";
-    EXPECT_EQ(opened, L"m5 s1 ");
-    EXPECT_EQ(run(stopByName, {{}}, 3), "-1 0 0");
-    EXPECT_EQ(run(stopByName, {{}}, 4), "-2 0 0");
-    EXPECT_EQ(run(service::uninstall), "0 1000 0");
-    EXPECT_EQ(opened, L"m5 s1 mf003f s10024 ");
-    EXPECT_EQ(run(service::uninstall, {{}}, 3), "-1 0 0");
-    EXPECT_EQ(run(service::uninstall, {{}}, 4), "-2 0 0");
-    EXPECT_EQ(run(service::start), "0 0 0");
-    EXPECT_EQ(opened, L"mf003f sf01ff ");
-    EXPECT_EQ(run(service::start, {{}}, 1), "-1 0 0");
-    EXPECT_EQ(run(service::start, {{}}, 2), "-2 0 0");
-    EXPECT_EQ(run([] { return service::install(L"p"); }, {{}}, 3), "-3 0 0");
-    EXPECT_EQ(opened, L"m5 s1 m3 ");
+    const struct {
+        std::int32_t (*work)();
+        std::wstring opened;
+        std::vector<std::string> results; ///< When all can be opened, then without the first, the second...
+    } cases[] = {
+        {service::update, L"mf003f s3 ", {"0 0 0", "-1 0 0", "-2 0 0"}},
+        {service::start, L"mf003f sf01ff ", {"0 0 0", "-1 0 0", "-2 0 0"}},
+        // Two handles are left open on purpose. A service that is absent counts as stopped.
+        {stopByName, L"m5 s1 mf003f s10024 ", {"0 1000 2", "0 0 0", "0 0 0", "-1 0 0", "-2 0 0"}},
+        {service::uninstall,
+         L"m5 s1 mf003f s10024 ",
+         {"0 1000 0", "0 1000 0", "0 1000 0", "-1 0 0", "-2 0 0"}},
+        {[] { return service::install(L"p"); }, L"m5 s1 m3 c0 ", {"0 0 0", "0 0 0", "0 0 0", "-3 0 0"}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(run(c.work), c.results[0]);
+        EXPECT_EQ(opened, c.opened);
+        for (std::size_t failing = 1; failing < c.results.size(); ++failing)
+            EXPECT_EQ(run(c.work, {kStopped}, static_cast<int>(failing)), c.results[failing]) << failing;
+    }
 }
 
 TEST_F(FakeManager, Stop) {
-    constexpr Status kPending{SERVICE_STOP_PENDING, 0, 0}, kStopped{SERVICE_STOPPED, 0, 0}, kFailing{0, 0, 0};
-    EXPECT_EQ(run(stopByName, {kPending, kPending, kStopped}), "0 3000 2");
-    EXPECT_EQ(run(stopByName, {kPending}), "0 16000 2") << "given up";
-    EXPECT_EQ(run(stopByName, {kPending, kFailing}), "-3 2000 2");
+    EXPECT_EQ(run(stopByName, {{kStopping}, {kStopping}, kStopped}), "0 3000 2");
+    EXPECT_EQ(run(stopByName, {{kStopping}}), "0 16000 2") << "given up";
+    EXPECT_EQ(run(stopByName, {{kStopping}, kFailing}), "-3 2000 2");
     EXPECT_EQ(run(service::uninstall, {kFailing}), "0 1000 0") << "deletes all the same";
-    controlled = {SERVICE_STOP_PENDING, ERROR_SERVICE_CANNOT_ACCEPT_CTRL, 0};
-    EXPECT_EQ(run(stopByName), "0 1000 2");
-    for (const Status refusal : {Status{SERVICE_START_PENDING, ERROR_SERVICE_CANNOT_ACCEPT_CTRL, 0},
-                                 Status{SERVICE_STOPPED, ERROR_SERVICE_NOT_ACTIVE, 0}}) {
-        controlled = refusal;
-        EXPECT_EQ(run(stopByName), "-4 0 2");
-    }
+    refusal = ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+    EXPECT_EQ(run(stopByName), "0 1000 2") << "a stop is under way";
+    refusedIn = SERVICE_START_PENDING;
+    EXPECT_EQ(run(stopByName), "-4 0 2");
+    refusal = ERROR_SERVICE_NOT_ACTIVE, refusedIn = SERVICE_STOP_PENDING;
+    EXPECT_EQ(run(stopByName), "-4 0 2");
     EXPECT_EQ(run(service::uninstall), "0 0 0");
     DeleteServiceSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(run(service::uninstall), "-3 0 0");
 }
 
 TEST_F(FakeManager, Start) {
-    const auto start = [this](std::vector<Status> answers) {
-        return run(service::start, std::move(answers));
-    };
-    constexpr Status kStopped{SERVICE_STOPPED, 0, 0}, kRunning{SERVICE_RUNNING, 0, 0}, kFailing{0, 0, 0};
-    const auto stopping = [](DWORD checkPoint, DWORD hint) {
-        return Status{SERVICE_STOP_PENDING, checkPoint, hint};
-    };
-    const auto starting = [](DWORD checkPoint, DWORD hint) {
-        return Status{SERVICE_START_PENDING, checkPoint, hint};
-    };
-
-    EXPECT_EQ(start({kFailing}), "-3 0 0");
     for (const DWORD state : {SERVICE_RUNNING, SERVICE_START_PENDING, SERVICE_PAUSED})
-        EXPECT_EQ(start({{state, 0, 0}}), "0 0 0");
+        EXPECT_EQ(run(service::start, {{state}}), "0 0 0");
     EXPECT_EQ(StartServiceWSeam::calls, 0);
-    EXPECT_EQ(start({kStopped, kFailing}), "-8 0 0");
-    EXPECT_EQ(StartServiceWSeam::calls, 1);
-    EXPECT_EQ(start({stopping(1, 500'000), kFailing}), "-5 10000 0")
-        << "never longer than ten seconds a pass";
-    EXPECT_EQ(start({stopping(1, 0)}), "-6 1000 0");
-    EXPECT_EQ(start({stopping(1, 900), stopping(2, 900), stopping(2, 900)}), "-6 2000 0");
-    EXPECT_EQ(start({stopping(1, 30'000), stopping(1, 30'000), kStopped, kRunning}), "0 6000 0")
-        << "each pass has a baseline of its own";
-    EXPECT_EQ(start({stopping(1, 0), kStopped, kRunning}), "0 1000 0") << "it has stopped, however slowly";
-    EXPECT_EQ(start({kStopped, starting(1, 2500), starting(1, 2500), starting(1, 2500), starting(2, 2500),
-                     kRunning}),
-              "0 4000 0");
-    EXPECT_EQ(start({kStopped, starting(1, 2500)}), "0 3000 0") << "does not get on";
-    EXPECT_EQ(start({kStopped, starting(1, 50'000), kFailing}), "0 5000 0");
+    constexpr Status kStep1{kStarting, 1, 2500}, kStep2{kStarting, 2, 2500};
+    const struct {
+        std::vector<Status> answers;
+        const char* result;
+    } cases[] = {
+        {{kFailing}, "-3 0 0"},
+        {{kStopped, kFailing}, "-8 0 0"},
+        {{{kStopping, 1, 500'000}, kFailing}, "-5 10000 0"}, // never longer than ten seconds a pass
+        {{{kStopping, 1, 0}}, "-6 1000 0"},
+        {{{kStopping, 1, 900}, {kStopping, 2, 900}, {kStopping, 2, 900}}, "-6 2000 0"},
+        // Each pass has a baseline of its own.
+        {{{kStopping, 1, 30'000}, {kStopping, 1, 30'000}, kStopped, kRunning}, "0 6000 0"},
+        {{{kStopping, 1, 0}, kStopped, kRunning}, "0 1000 0"}, // it has stopped, however slowly
+        {{kStopped, kStep1, kStep1, kStep1, kStep2, kStep2, kRunning}, "0 5000 0"},
+        {{kStopped, kStep1}, "0 3000 0"}, // does not get on
+        {{kStopped, {kStarting, 1, 50'000}, kFailing}, "0 5000 0"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(run(service::start, c.answers), c.result);
     StartServiceWSeam::failWith(ERROR_SERVICE_ALREADY_RUNNING);
-    EXPECT_EQ(start({kStopped}), "1056 0 0");
+    EXPECT_EQ(run(service::start), "1056 0 0");
 }
 
 TEST_F(FakeManager, InstallTriesAgainForThreeErrorsOnly) {
@@ -208,77 +200,33 @@ TEST_F(FakeManager, InstallTriesAgainForThreeErrorsOnly) {
 }
 
 /// The system's own service manager and the example service; only sleeping is cut short.
-class RealManager : public testing::Test {
-protected:
-    RealManager() {
-        SleepSeam::fake = [](DWORD time) { SleepSeam::real(time / 15); };
-        wchar_t path[MAX_PATH + 32];
-        GetModuleFileNameW(nullptr, path, MAX_PATH);
-        wcscpy(wcsrchr(path, L'\\'), L"\\update_service.exe");
-        CopyFileW(path, program.c_str(), FALSE);
-        service::serviceName = service::serviceDisplayName = name.c_str();
-    }
-    ~RealManager() override {
-        end(); // a service that refuses to stop would still be there in the next run
-        service::uninstall();
-        testing_support::restoreSeams();
-    }
-
-    static SERVICE_STATUS_PROCESS status() {
-        const win32::ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-        const win32::ServiceHandle opened(
-            OpenServiceW(manager.get(), service::serviceName, SERVICE_QUERY_STATUS));
-        SERVICE_STATUS_PROCESS now{};
-        DWORD needed = 0;
-        QueryServiceStatusEx(opened.get(), SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&now), sizeof now,
-                             &needed);
-        return now;
-    }
-
-    static void end() {
-        const win32::KernelHandle process(
-            OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, status().dwProcessId));
-        TerminateProcess(process.get(), 0);
-        WaitForSingleObject(process.get(), 10'000);
-    }
-
-    const std::wstring name =
-        L"Zelsys.Test.Service." + std::to_wstring(GetCurrentProcessId() * 10 + ++services);
-    static inline int services = 0;
+TEST(RealManager, LifeOfTheService) {
+    static const std::wstring name = L"Zelsys.Test.Service." + std::to_wstring(GetCurrentProcessId());
+    service::serviceName = service::serviceDisplayName = name.c_str();
     const testing_support::TemporaryFolder folder;
     const std::wstring program = folder / L"service.exe";
-    const std::wstring mode = program + L".mode";
-};
+    CopyFileW(testing_support::besideThisProgram(L"update_service.exe").c_str(), program.c_str(), FALSE);
+    testing_support::writeBytes(program + L".mode", "slow");
+    SleepSeam::fake = [](DWORD time) { SleepSeam::real(time / 15); };
 
-TEST_F(RealManager, LifeOfTheService) {
     EXPECT_EQ(service::start(), -2);
-    EXPECT_EQ(service::stop(service::serviceName), 0);
+    EXPECT_EQ(service::stop(name), 0);
     ASSERT_EQ(service::install(program), 0);
-    EXPECT_TRUE(service::isPresent(service::serviceName));
+    EXPECT_TRUE(service::isPresent(name));
     EXPECT_EQ(service::install(program), 1073);
     EXPECT_EQ(service::update(), 0);
-    EXPECT_EQ(service::stop(service::serviceName), -4) << "it does not run";
-    testing_support::writeBytes(mode, "slow");
+    EXPECT_EQ(service::stop(name), -4) << "it does not run";
     EXPECT_EQ(service::start(), 0);
-    for (int i = 0; i < 100 && status().dwCurrentState != SERVICE_RUNNING; ++i)
-        SleepSeam::real(20);
     EXPECT_EQ(service::start(), 0) << "it runs already";
-    EXPECT_EQ(service::stop(service::serviceName), 0);
-    EXPECT_EQ(status().dwCurrentState, DWORD{SERVICE_STOPPED});
-    testing_support::writeBytes(mode, "refuse");
-    EXPECT_EQ(service::start(), 0);
-    EXPECT_EQ(service::stop(service::serviceName), -4);
-}
-
-TEST_F(RealManager, StopThatNeverEnds) {
-    testing_support::writeBytes(mode, "stuck");
-    ASSERT_EQ(service::install(program), 0);
-    EXPECT_EQ(service::start(), 0);
-    for (int i = 0; i < 100 && status().dwCurrentState != SERVICE_RUNNING; ++i)
+    std::int32_t code = -4;
+    for (int tries = 0; tries < 100 && code == -4; ++tries) { // refuses until it has come up
         SleepSeam::real(20);
-    EXPECT_EQ(service::stop(service::serviceName), 0) << "given up";
-    EXPECT_EQ(service::stop(service::serviceName), 0) << "refused, but a stop is under way";
-    EXPECT_EQ(service::start(), -6);
+        code = service::stop(name);
+    }
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(service::stop(name), -4) << "it has stopped";
+    EXPECT_EQ(service::uninstall(), 0);
+    testing_support::restoreSeams();
 }
 
 } // namespace

@@ -32,15 +32,15 @@ namespace {
 using http::CHttpRequest;
 
 struct Input : io::CIStreamBase {
-    explicit Input(std::string bytes) : rest(std::move(bytes)), total(rest.size()) {}
-    std::int64_t size() const override { return static_cast<std::int64_t>(total); }
+    explicit Input(std::string text) : bytes(std::move(text)) {}
+    std::int64_t size() const override { return std::ssize(bytes); }
     bool read(char* buffer, std::uint32_t capacity, std::uint32_t& count) override {
-        count = static_cast<std::uint32_t>(rest.copy(buffer, capacity));
-        rest.erase(0, count);
+        count = static_cast<std::uint32_t>(bytes.copy(buffer, capacity, place));
+        place += count;
         return true;
     }
-    std::string rest;
-    std::size_t total;
+    std::string bytes;
+    std::size_t place = 0;
 };
 
 struct Output : io::COStreamBase<char> {
@@ -81,33 +81,7 @@ protected:
     Output output;
 };
 
-struct CallCase {
-    void (*failWith)(DWORD);
-    int (*count)();
-    void (*restore)();
-    std::string outcome;
-};
-
-template <class Seam>
-CallCase call(const std::string& outcome) {
-    return {Seam::failWith, Seam::count, Seam::restore, outcome};
-}
-
 TEST_F(HttpRequest, EachCallThatFailsHasItsStage) {
-    const CallCase cases[] = {
-        call<WinHttpOpenSeam>("5/14104 5/14104/0"),
-        call<WinHttpSetTimeoutsSeam>("5/14119 5/14119/1"),
-        call<WinHttpConnectSeam>("5/14105 5/14105/0"),
-        call<WinHttpOpenRequestSeam>("5/14106 5/14106/0"),
-        call<WinHttpAddRequestHeadersSeam>("5/14107 5/14107/0"),
-        call<WinHttpSetCredentialsSeam>("5/14111 5/14111/0"),
-        call<WinHttpSetOptionSeam>("5/14112 5/14112/0"),
-        call<WinHttpSendRequestSeam>("5/14113 5/14113/0"),
-        call<WinHttpWriteDataSeam>("5/14115 5/14115/1"),
-        call<WinHttpReceiveResponseSeam>("5/14114 5/14114/0"),
-        call<WinHttpQueryDataAvailableSeam>("5/14116 5/14116/0"),
-        call<WinHttpReadDataSeam>("5/14117 5/14117/0"),
-    };
     request.setExtraHeaders(L"X-Extra: 1");
     request.setCredentials({L"user", L"password", {}});
     EXPECT_EQ(execute(L"/echo"), "4317/14110 4317/14110/0")
@@ -118,18 +92,29 @@ TEST_F(HttpRequest, EachCallThatFailsHasItsStage) {
         return TRUE;
     };
     request.setRedirectPolicy(http::redirect::TRedirectPolicy::always);
-    for (const CallCase& c : cases) {
+    const auto expect = [&](const char* outcome, auto failing) {
         Input input("body");
-        c.failWith(5);
-        EXPECT_EQ(execute(L"/echo", 0, &input), c.outcome);
-        EXPECT_EQ(c.count(), 1) << c.outcome;
-        c.restore();
-    }
-    WinHttpQueryAuthSchemesSeam::restore();
+        failing.failWith(5);
+        EXPECT_EQ(execute(L"/echo", 0, &input), outcome);
+        EXPECT_EQ(failing.calls, 1) << outcome;
+        failing.restore();
+    };
+    expect("5/14104 5/14104/0", WinHttpOpenSeam());
+    expect("5/14119 5/14119/1", WinHttpSetTimeoutsSeam());
+    expect("5/14105 5/14105/0", WinHttpConnectSeam());
+    expect("5/14106 5/14106/0", WinHttpOpenRequestSeam());
+    expect("5/14107 5/14107/0", WinHttpAddRequestHeadersSeam());
+    expect("5/14111 5/14111/0", WinHttpSetCredentialsSeam());
+    expect("5/14112 5/14112/0", WinHttpSetOptionSeam());
+    expect("5/14113 5/14113/0", WinHttpSendRequestSeam());
+    expect("5/14115 5/14115/1", WinHttpWriteDataSeam());
+    expect("5/14114 5/14114/0", WinHttpReceiveResponseSeam());
+    expect("5/14116 5/14116/0", WinHttpQueryDataAvailableSeam());
+    expect("5/14117 5/14117/0", WinHttpReadDataSeam());
 
+    request.setCredentials({L"user", {}, {}});
     EXPECT_EQ(execute(L"nonsense"), "12006/14102 12006/14102/1");
     EXPECT_EQ(execute(L"http:///x"), "87/14103 87/14103/1");
-    request.setCredentials({L"user", {}, {}});
     output.most = 1;
     EXPECT_EQ(execute(L"/echo"), "112/14118 112/14118/1");
     EXPECT_EQ(execute(L"/echo"), "112/14118 112/14118/1") << "and the object serves on";
@@ -137,17 +122,17 @@ TEST_F(HttpRequest, EachCallThatFailsHasItsStage) {
 
 TEST_F(HttpRequest, SendIsRepeatedOnTimeOutOnly) {
     SleepSeam::fake = [](DWORD time) { EXPECT_EQ(time, 100u); };
-    WinHttpSendRequestSeam::failWith(12002);
-    EXPECT_EQ(execute(L"/echo"), "12002/14113 12002/14113/0");
-    EXPECT_EQ(WinHttpSendRequestSeam::calls, 17);
-    EXPECT_EQ(SleepSeam::calls, 16);
-    WinHttpSendRequestSeam::calls = 0;
-    WinHttpSendRequestSeam::fake = [](auto... arguments) {
+    int failures = 2;
+    WinHttpSendRequestSeam::fake = [&failures](auto... arguments) {
         SetLastError(12002);
-        return WinHttpSendRequestSeam::calls < 3 ? FALSE : WinHttpSendRequestSeam::real(arguments...);
+        return failures-- > 0 ? FALSE : WinHttpSendRequestSeam::real(arguments...);
     };
     EXPECT_EQ(execute(L"/echo"), "0/0 0/0/0");
-    EXPECT_EQ(WinHttpSendRequestSeam::calls, 3);
+    EXPECT_EQ(SleepSeam::calls, 2);
+    failures = 17;
+    EXPECT_EQ(execute(L"/echo"), "12002/14113 12002/14113/0");
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(SleepSeam::calls, 2 + 16);
 }
 
 TEST_F(HttpRequest, UploadsInChunks) {
@@ -237,32 +222,26 @@ TEST_F(HttpRequest, CancelEndsTheExchangeAndReturnsWhenItIsOver) {
 TEST(OutputFile, WritesAtTheEndAndTellsFailures) {
     const testing_support::TemporaryFolder folder;
     io::COStreamFile file;
-    EXPECT_EQ(file.Write("x", 1), 0u);
-    EXPECT_EQ(file.GetLastError(), 10u) << "not open";
-    EXPECT_EQ(file.open(L""), 87u);
-    EXPECT_EQ(file.open(folder / L"no\\such"), static_cast<std::uint32_t>(ERROR_PATH_NOT_FOUND));
+    const auto write = [&file](std::string_view text) { // "how many/error"
+        const auto count = file.Write(text.data(), static_cast<std::uint32_t>(text.size()));
+        return std::to_string(count) + "/" + std::to_string(file.GetLastError());
+    };
+    EXPECT_EQ(write("x"), "0/10") << "not open";
     ASSERT_EQ(file.open(folder / L"f"), 0u);
     EXPECT_EQ(file.open(folder / L"f"), 183u);
     EXPECT_EQ(file.Write(nullptr, 5) + file.Write("abc", 0), 0u);
     EXPECT_EQ(file.Put('a'), 1u);
-    WriteFileSeam::fake = [](HANDLE handle, const void* bytes, DWORD count, DWORD* written,
-                             OVERLAPPED* place) {
-        return WriteFileSeam::real(handle, bytes, std::min(count, 2ul), written, place);
+    WriteFileSeam::fake = [](HANDLE handle, const void* bytes, DWORD count, auto... rest) {
+        return WriteFileSeam::real(handle, bytes, std::min(count, 2ul), rest...);
     };
-    EXPECT_EQ(file.Write("bcd", 3), 3u);
+    EXPECT_EQ(write("bcd"), "3/0");
     EXPECT_EQ(testing_support::readBytes(folder / L"f"), "abcb")
         << "the rest begins with the first byte again";
     WriteFileSeam::failWith(ERROR_DISK_FULL);
-    EXPECT_EQ(file.Write("x", 1), 0u);
-    EXPECT_EQ(file.GetLastError(), static_cast<std::uint32_t>(ERROR_DISK_FULL));
-    WriteFileSeam::restore();
-    SetFilePointerSeam::fake = [](auto...) {
-        SetLastError(ERROR_SEEK);
-        return INVALID_SET_FILE_POINTER;
-    };
-    EXPECT_EQ(file.Write("x", 1), 0u);
-    EXPECT_EQ(file.GetLastError(), static_cast<std::uint32_t>(ERROR_SEEK));
-    SetFilePointerSeam::restore();
+    EXPECT_EQ(write("x"), "0/112");
+    SetFilePointerSeam::fake = [](auto...) { return SetLastError(ERROR_SEEK), INVALID_SET_FILE_POINTER; };
+    EXPECT_EQ(write("x"), "0/25");
+    testing_support::restoreSeams();
 }
 
 } // namespace

@@ -67,7 +67,7 @@ TEST_F(EventSender, CountsWithinACall) {
 
 TEST_F(EventSender, CallsOfSeveralThreadsNeverMix) {
     std::set<std::string> expected;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (const char* name : {"a", "b", "c", "d"}) {
         const std::string text(3000, *name); // long enough for two of them to meet
         expected.insert(posted(text, 1));
@@ -76,8 +76,7 @@ TEST_F(EventSender, CallsOfSeveralThreadsNeverMix) {
                 sender.sendFirst({.enabled = true}, values(text), {text, text, text, text});
         });
     }
-    for (auto& thread : threads)
-        thread.join();
+    threads.clear(); // waits for them
     EXPECT_EQ(bodies.size(), 800u);
     EXPECT_EQ(std::set(bodies.begin(), bodies.end()), expected);
 }

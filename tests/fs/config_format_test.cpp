@@ -33,14 +33,7 @@ TEST(ConfigFormat, Parse) {
         EXPECT_EQ(parse(c.contents), c.values) << c.contents;
 }
 
-TEST(ConfigFormat, WhatIsHeldWinsOverWhatIsParsed) {
-    ConfigValues values{{"a", "mine"}};
-    fs::parseConfig("a=theirs\nb=2\n", values);
-    EXPECT_EQ(values, (ConfigValues{{"a", "mine"}, {"b", "2"}}));
-}
-
 TEST(ConfigFormat, SerialiseSortsByBytesAndLeavesOutEmptyValues) {
-    EXPECT_EQ(fs::serialiseConfig({}), "");
     EXPECT_EQ(fs::serialiseConfig(
                   {{"ab", "3"}, {"a", "1=2"}, {"\xC3\xA9", "4"}, {"Z", "5"}, {"gone", ""}, {"", "e"}}),
               "=e\nZ=5\na=1=2\nab=3\n\xC3\xA9=4\n");

@@ -20,9 +20,7 @@ FIELDS = ("guid country_id pid adv_type camp_type appid ver event_type event_num
 class Events(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(cls.folder.cleanup)
-        authority = Authority(cls.folder.name)
+        authority = Authority(cls.enterClassContext(tempfile.TemporaryDirectory()))
         cls.pem = authority.issue("statistics.quenlith.example", "country.quenlith.example")
         prefix.trust(authority)
         prefix.set_log_level(7)

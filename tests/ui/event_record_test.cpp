@@ -4,26 +4,6 @@
 
 namespace {
 
-TEST(EventRecord, EveryFieldHasItsPlace) {
-    stats::CEventRecord record;
-    record.store({.applicationId = "2",
-                  .version = "V",
-                  .advType = "AT",
-                  .campType = "CT",
-                  .instType = "IT",
-                  .instRef = "IR",
-                  .instCh = "IC",
-                  .guid = "G",
-                  .buildNumber = "B",
-                  .country = "DE"});
-    record.store({"ET", "S", "NT", "N"}, 7, true);
-    EXPECT_EQ(
-        record.body(),
-        R"({"guid":"G","country_id":"DE","pid":"","adv_type":"AT","camp_type":"CT","appid":"2","ver":"V",)"
-        R"("event_type":"ET","event_number":"7","src":"S","info_type":"NT","info":"N","inst_type":"IT",)"
-        R"("inst_ch":"IC","inst_ref":"IR","test":"1","tc_build_num":"B","product_name":"","id_zel_keys":""})");
-}
-
 TEST(EventRecord, EmptyFieldsAfterAnAmpersandCutNothingAndNothingIsLeftOfTheLastCall) {
     stats::CEventRecord record;
     record.store({.instType = "old", .guid = "old"});

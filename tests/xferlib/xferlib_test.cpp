@@ -4,8 +4,6 @@
 #include "text/wide.h"
 
 #include <cstdlib>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -134,19 +132,6 @@ TEST(Xferlib, SecureConnections) {
     // Wine reports a rejected certificate as a failed handshake, Windows as the certificate's fault (60).
     EXPECT_EQ(outcome(throughProxy("https://other.example/echo")), "35/0/") << "another host's certificate";
     EXPECT_EQ(outcome(throughProxy("https://secure.example/echo", "UNTRUSTED")), "35/0/");
-}
-
-TEST(Xferlib, ThreadsThatGoDifferentWays) {
-    std::vector<std::jthread> threads;
-    std::atomic<int> good = 0;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([i, &good] {
-            const Request request = i % 2 != 0 ? throughProxy("http://some.example/echo") : get(url("/echo"));
-            for (int n = 0; n < 10; ++n)
-                good += xferlib::fetch(request).status == 200;
-        });
-    threads.clear(); // waits for them
-    EXPECT_EQ(good, 40);
 }
 
 } // namespace

@@ -3,7 +3,9 @@
 set -euo pipefail
 
 packages=(
+    clang
     clang-format
+    clang-tidy
     cmake
     g++
     g++-mingw-w64-x86-64-posix

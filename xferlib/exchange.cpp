@@ -84,8 +84,9 @@ bool answerProxy(HINTERNET request, const Hop& hop) {
     DWORD supported = 0, first = 0, target = 0;
     if (!WinHttpQueryAuthSchemes(request, &supported, &first, &target) || target != WINHTTP_AUTH_TARGET_PROXY)
         return false;
-    for (const DWORD scheme : {WINHTTP_AUTH_SCHEME_NEGOTIATE, WINHTTP_AUTH_SCHEME_NTLM,
-                               WINHTTP_AUTH_SCHEME_DIGEST, WINHTTP_AUTH_SCHEME_BASIC})
+    constexpr DWORD kSchemes[] = {WINHTTP_AUTH_SCHEME_NEGOTIATE, WINHTTP_AUTH_SCHEME_NTLM,
+                                  WINHTTP_AUTH_SCHEME_DIGEST, WINHTTP_AUTH_SCHEME_BASIC};
+    for (const DWORD scheme : kSchemes)
         if ((supported & scheme) != 0)
             return WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_PROXY, scheme, hop.proxyUser.c_str(),
                                          hop.proxyPassword.c_str(), nullptr) != FALSE;

@@ -145,7 +145,7 @@ TEST_F(FakeManager, Stop) {
 }
 
 TEST_F(FakeManager, Start) {
-    for (const DWORD state : {SERVICE_RUNNING, SERVICE_START_PENDING, SERVICE_PAUSED})
+    for (const DWORD state : {DWORD{SERVICE_RUNNING}, DWORD{SERVICE_START_PENDING}, DWORD{SERVICE_PAUSED}})
         EXPECT_EQ(run(service::start, {{state}}), "0 0 0");
     EXPECT_EQ(StartServiceWSeam::calls, 0);
     constexpr Status kStep1{kStarting, 1, 2500}, kStep2{kStarting, 2, 2500};

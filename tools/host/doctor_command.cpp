@@ -115,7 +115,7 @@ Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Re
 bool connects(const ADDRINFOW& address) {
     const SOCKET socket = ::socket(address.ai_family, address.ai_socktype, address.ai_protocol);
     u_long isNonBlocking = 1;
-    ioctlsocket(socket, FIONBIO, &isNonBlocking);
+    ioctlsocket(socket, static_cast<long>(FIONBIO), &isNonBlocking);
     connect(socket, address.ai_addr, static_cast<int>(address.ai_addrlen));
     fd_set connected;
     FD_ZERO(&connected);

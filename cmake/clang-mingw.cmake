@@ -1,0 +1,14 @@
+# The same target by clang, as a second opinion: it uses the headers and libraries of the MinGW-w64 above.
+include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake)
+
+set(CMAKE_C_COMPILER clang)
+set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
+set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
+
+file(GLOB gcc /usr/lib/gcc/x86_64-w64-mingw32/*-posix)
+set(CMAKE_CXX_FLAGS_INIT "-isystem ${gcc}/include/c++ -isystem ${gcc}/include/c++/x86_64-w64-mingw32")
+# GCC names the runtime's thread library by itself, behind the C++ library that needs it.
+foreach(kind EXE SHARED)
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--whole-archive -lpthread -Wl,--no-whole-archive")
+endforeach()

@@ -1,0 +1,50 @@
+"""The console host as scripts and support use it."""
+
+import json
+import sys
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parents[2] / "tools/loopback"))
+import prefix  # noqa: E402
+from server import Reply, Server  # noqa: E402
+
+
+class Host(unittest.TestCase):
+    def json(self, *arguments):
+        """The object that a command prints, which is all of its output."""
+        result = prefix.host("--json", *arguments)
+        object = json.loads(result.stdout)
+        self.assertEqual((object["exitCode"], object["ok"]), (result.returncode, result.returncode == 0))
+        return object
+
+    def test_one_object_per_command(self):
+        file = prefix.windows_path(prefix.ROAMING / 'größer.cfg')
+        value = 'C:\\Media "A&B"\t音楽'
+        self.assertTrue(self.json("property", "set", file, "k", value)["ok"])
+        for action in "get", "read":
+            self.assertEqual(self.json("property", action, file, "k")["value"], value)
+        self.assertEqual(self.json("property", "check", file, "none")["there"], False)
+        self.assertIn("NO_KEY", self.json("property", "get", file, "none")["error"])
+        self.assertEqual(self.json("copy-dir", "", "")["failures"], 1)  # the library's own lines go elsewhere
+        self.assertEqual(self.json("adv-type", "Z1", "--draws", "7")["Z"], 7)
+        self.assertIn("SERVICE_NOT_OPENED", self.json("service", "start")["error"])
+        self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
+        self.assertEqual(self.json("nonsense")["exitCode"], 2)
+        self.assertEqual(self.json("--dll", "none.dll", "os-version")["exitCode"], 3)
+
+    def test_doctor_sees_the_proxy_and_hides_its_password(self):
+        server = Server(lambda request, handler: Reply(), None)
+        prefix.set_proxy(server.port, ProxyUser="user", ProxyPw="s3cret-pw")
+        self.addCleanup(prefix.COMMON_CONFIG.unlink)
+        found = self.json("doctor")
+        self.assertIn(f"127.0.0.1:{server.port} answers", found["proxy"])
+        self.assertNotIn("s3cret-pw", str(found))
+        self.assertIn("***", found["common.cfg"])
+        server.close()
+        found = self.json("doctor")
+        self.assertEqual((found["proxy"][:3], found["ok"]), ("bad", False))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -10,5 +10,5 @@ file(GLOB gcc /usr/lib/gcc/x86_64-w64-mingw32/*-posix)
 set(CMAKE_CXX_FLAGS_INIT "-isystem ${gcc}/include/c++ -isystem ${gcc}/include/c++/x86_64-w64-mingw32")
 # GCC names the runtime's thread library by itself, behind the C++ library that needs it.
 foreach(kind EXE SHARED)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--whole-archive -lpthread -Wl,--no-whole-archive")
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -L${gcc} -Wl,--whole-archive -lpthread -Wl,--no-whole-archive")
 endforeach()

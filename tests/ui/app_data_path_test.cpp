@@ -58,7 +58,7 @@ TEST(AppDataPath, WithoutTheShellItIsTheCurrentDirectoryAndOneLineOfLog) {
 }
 
 TEST(EnvironmentVariable, TooLongIsEmpty) {
-    for (const std::size_t length : {2047, 2048}) {
+    for (const std::size_t length : {2047u, 2048u}) {
         SetEnvironmentVariableW(L"ZELSYS_TEST", std::wstring(length, L'v').c_str());
         EXPECT_EQ(win32::environmentVariable(L"ZELSYS_TEST").size(), length < 2048 ? length : 0);
     }

@@ -21,14 +21,15 @@ elseif(ZELSYS_SANITIZE)
     target_link_options(zelsys_options INTERFACE -fsanitize=address,undefined)
 endif()
 
-# zelsys_folder(<target> <folder> [PURE files...] [WINDOWS files...] [DEPENDS targets...])
+# zelsys_folder(<target> <folder> [HOT] [PURE files...] [WINDOWS files...] [DEPENDS targets...])
 #
 # One static library for one folder. PURE files know nothing of Windows and build everywhere; WINDOWS files
 # are left out of native builds. A folder's headers are reachable only by targets that depend on it: each
 # folder gets an include root of its own, a link in the build tree, so that a forbidden dependency does not
-# compile.
+# compile. HOT folders are compiled for speed, all others for size: they wait for the disk, the network or the
+# system anyway.
 function(zelsys_folder target folder)
-    cmake_parse_arguments(arg "" "" "PURE;WINDOWS;DEPENDS" ${ARGN})
+    cmake_parse_arguments(arg "HOT" "" "PURE;WINDOWS;DEPENDS" ${ARGN})
     set(sources ${arg_PURE})
     if(WIN32)
         list(APPEND sources ${arg_WINDOWS})
@@ -44,6 +45,9 @@ function(zelsys_folder target folder)
         add_library(${target} STATIC ${sources})
         target_include_directories(${target} PUBLIC ${root})
         target_link_libraries(${target} PUBLIC ${arg_DEPENDS} PRIVATE zelsys_options)
+        if(NOT arg_HOT AND CMAKE_BUILD_TYPE STREQUAL Release)
+            target_compile_options(${target} PRIVATE -Os)
+        endif()
     else()
         add_library(${target} INTERFACE)
         target_include_directories(${target} INTERFACE ${root})

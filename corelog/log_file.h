@@ -8,7 +8,7 @@
 
 namespace CoreLog {
 
-inline constexpr std::int64_t kLargestLog = 5 * 1024 * 1024;
+inline constexpr std::int64_t kLargestLog = 5'242'880; // bytes
 
 /// \brief A bounded text file that several processes append to.
 ///

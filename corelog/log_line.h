@@ -25,7 +25,7 @@ struct LineParts {
 };
 
 /// A longer text is cut: one message must not push everything else out of a bounded file.
-inline constexpr std::size_t kLongestText = 64 * 1024;
+inline constexpr std::size_t kLongestText = 65'536; // bytes
 
 /// \brief One line of UTF-8, ended by a line feed, with no other line break in it:
 /// time, process id, thread id, level, tag, file:line, text.

@@ -175,7 +175,7 @@ std::wstring CHttpDownloadFile::outputPath() const {
     if (name.empty() || folder.empty())
         return {};
     // The name may hold backslashes, and then folders of its own.
-    const std::wstring path = win32::joinPath(folder, name);
+    std::wstring path = win32::joinPath(folder, name);
     makeFolder(path.substr(0, path.rfind(L'\\')));
     return path;
 }

@@ -58,7 +58,7 @@ void checkLibrary(const Library& library, Report& report) {
 
 std::wstring knownFolder(REFKNOWNFOLDERID id) {
     PWSTR found = nullptr;
-    const std::wstring folder =
+    std::wstring folder =
         SUCCEEDED(SHGetKnownFolderPath(id, 0, nullptr, &found)) ? std::wstring(found) : std::wstring();
     CoTaskMemFree(found);
     return folder;
@@ -116,7 +116,8 @@ bool connects(const ADDRINFOW& address) {
     const SOCKET socket = ::socket(address.ai_family, address.ai_socktype, address.ai_protocol);
     u_long isNonBlocking = 1;
     ioctlsocket(socket, static_cast<long>(FIONBIO), &isNonBlocking);
-    connect(socket, address.ai_addr, static_cast<int>(address.ai_addrlen));
+    // It is still under way when this returns; select() tells the outcome.
+    static_cast<void>(connect(socket, address.ai_addr, static_cast<int>(address.ai_addrlen)));
     fd_set connected;
     FD_ZERO(&connected);
     FD_SET(socket, &connected);

@@ -58,7 +58,8 @@ int set(const Library& library, const Arguments& arguments) {
                                                          static_cast<std::uint32_t>(buffer.size()));
     const bool isRemoved =
         arguments[2].empty() && (status == ZELSYSHELPER_NO_KEY || status == ZELSYSHELPER_NO_FILE);
-    if (isRemoved || (status == 0 && buffer.c_str() == arguments[2]))
+    buffer.resize(buffer.find(L'\0'));
+    if (isRemoved || (status == 0 && buffer == arguments[2]))
         return kDone;
     complain(L"the value did not get into " + arguments[0] +
              L"; check that its folder is there and the file can be written");

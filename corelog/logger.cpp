@@ -2,7 +2,7 @@
 
 #include "corelog/log_file.h"
 #include "fs/config.h"
-#include "text/wide.h"
+#include "text/utf16.h"
 #include "win32/known_folders.h"
 
 #include <cstdlib>

@@ -16,4 +16,8 @@ using Utf16Unit = std::conditional_t<sizeof(wchar_t) == 2, wchar_t, char16_t>;
 /// of the text is lost.
 std::string utf16ToUtf8(std::basic_string_view<Utf16Unit> wide);
 
+/// \brief Converts UTF-8 to UTF-16, strictly.
+/// \return The text up to its first zero character; empty when the input is not valid UTF-8.
+std::basic_string<Utf16Unit> utf8ToUtf16(std::string_view narrow);
+
 } // namespace text

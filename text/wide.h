@@ -6,10 +6,6 @@
 
 namespace text {
 
-/// \brief Converts UTF-8 to UTF-16, strictly.
-/// \return The text up to its first zero character; empty when the input is not valid UTF-8.
-std::wstring utf8ToUtf16(std::string_view narrow);
-
 /// \brief Converts text of any code page to UTF-16, leniently: bytes that the code page does not know become
 /// its replacement character.
 /// \param codePage A Windows code page number; 0 is the ANSI code page of the system.

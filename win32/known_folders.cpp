@@ -72,7 +72,7 @@ std::wstring settingsFolder(const ProblemReport& report) {
     const std::wstring roaming = knownFolder(KnownFolder::roamingAppData, report);
     if (roaming.empty())
         return {};
-    const std::wstring folder = joinPath(roaming, kBrandFolder);
+    std::wstring folder = joinPath(roaming, kBrandFolder);
     CreateDirectoryW(folder.c_str(), nullptr); // it is there already on all but the first call
     return folder;
 }

@@ -61,7 +61,7 @@ bool runDetached(std::function<void()> work) {
     const KernelHandle thread(CreateThread(nullptr, 0, detachedThread, parameter.get(), 0, nullptr));
     if (!thread)
         return false;
-    parameter.release(); // the thread owns it now
+    static_cast<void>(parameter.release()); // the thread owns it now
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "win32/process.h"
 
 #include <mutex>
+#include <new>
 
 namespace xferlib {
 namespace {
@@ -13,7 +14,7 @@ public:
         // WinHTTP may be gone already when the process ends; the system closes everything then. When the
         // library is merely unloaded, no request is open any more, and closing the session waits for nobody.
         if (session_ && win32::isProcessEnding())
-            new Session(std::move(session_));
+            new (std::nothrow) Session(std::move(session_));
     }
 
     Session get(const std::wstring& proxy) {

@@ -1,6 +1,6 @@
 #include "xferlib/xferlib.h"
 
-#include "text/wide.h"
+#include "text/utf16.h"
 #include "xferlib/exchange.h"
 #include "xferlib/transfer_code.h"
 

@@ -30,7 +30,7 @@ struct Response {
 };
 
 /// The largest reply body that is taken; a larger one is a failure with code 63.
-inline constexpr std::size_t kLargestBody = 1024 * 1024;
+inline constexpr std::size_t kLargestBody = 1'048'576; // bytes
 
 /// \brief Makes sure that transfers can be made here. Harmless when repeated.
 /// \return 0, or the transport code 2 when WinHTTP is not usable on this system.

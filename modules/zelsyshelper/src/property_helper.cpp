@@ -4,7 +4,6 @@
 #include "fs/fx_config.h"
 #include "modules/zelsyshelper/src/export_frame.h"
 #include "text/utf16.h"
-#include "text/wide.h"
 
 #include <atomic>
 

@@ -1,7 +1,7 @@
 #include "zelsyshelper.h"
 
 #include "modules/zelsyshelper/src/export_frame.h"
-#include "text/wide.h"
+#include "text/utf16.h"
 #include "win32/os_version.h"
 
 namespace {

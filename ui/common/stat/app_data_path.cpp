@@ -1,7 +1,7 @@
 #include "ui/common/stat/app_data_path.h"
 
 #include "corelog/log_message.h"
-#include "text/wide.h"
+#include "text/utf16.h"
 #include "win32/known_folders.h"
 
 #include <windows.h>

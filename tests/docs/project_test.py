@@ -42,6 +42,16 @@ class Project(unittest.TestCase):
                            (ROOT / "modules/zelsyshelper/src/CMakeLists.txt").read_text())[1].split()
         self.assertLessEqual({"ui/common/stat" if name == "stat" else name for name in linked}, exports)
 
+    def test_dll_is_small_and_needs_nothing_heavy_to_be_loaded(self):
+        dll = ROOT / "build/bin/zelsyshelper.dll"
+        dump = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", dll], capture_output=True, text=True, check=True).stdout
+        self.assertEqual(re.findall(r"DLL Name: (.*)", dump), ["KERNEL32.dll", "msvcrt.dll"])
+        exports = set(re.findall(r"^\s*\[\s*\d+\](?:.*\])? (\w+)$", dump.split("[Ordinal/Name Pointer] Table")[1], re.M))
+        header = (ROOT / "include/zelsyshelper.h").read_text()
+        self.assertEqual(exports, set(re.findall(r"^ZELSYSHELPER_API \w+ (\w+)\(", header, re.M)))
+        self.assertEqual(len(exports), 35)
+        self.assertLess(dll.stat().st_size, 350_000)
+
     def test_reference_is_current(self):
         subprocess.run([sys.executable, ROOT / "tools/docs/exports.py", "--check"], check=True)
 

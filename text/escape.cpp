@@ -70,6 +70,12 @@ bool isControl(std::uint8_t byte) {
     return byte < 0x20 || byte == 0x7F;
 }
 
+/// Whether a URL takes a character as it stands.
+bool isUnreserved(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '.' || c == '_' || c == '~';
+}
+
 /// The letter of the short escape that JSON and logs share for a control character; 0 where there is none.
 char shortEscape(std::uint8_t byte) {
     switch (byte) {
@@ -118,12 +124,10 @@ std::string lineEscape(std::string_view value) {
 }
 
 std::string percentEncode(std::string_view value) {
-    constexpr std::string_view kUnreserved =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
     std::string out;
     out.reserve(value.size() * 2);
     for (const char c : value) {
-        if (kUnreserved.find(c) != kUnreserved.npos) {
+        if (isUnreserved(c)) {
             out.push_back(c);
         } else {
             out.push_back('%');

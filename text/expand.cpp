@@ -5,8 +5,9 @@
 namespace text {
 namespace {
 
-constexpr std::string_view kNameCharacters =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+bool isNameCharacter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+}
 
 } // namespace
 
@@ -16,8 +17,11 @@ std::size_t expandPlaceholders(std::string_view pattern, const PlaceholderValues
     std::size_t dropped = 0;
     std::size_t copied = 0; // everything of the pattern before here is dealt with
     for (auto open = pattern.find('{'); open != pattern.npos; open = pattern.find('{', open + 1)) {
-        const auto nameEnd = pattern.find_first_not_of(kNameCharacters, open + 1);
-        if (nameEnd == pattern.npos)
+        const auto name = pattern.substr(open + 1);
+        const auto nameEnd =
+            open + 1 +
+            static_cast<std::size_t>(std::ranges::find_if_not(name, isNameCharacter) - name.begin());
+        if (nameEnd == pattern.size())
             break;
         if (pattern[nameEnd] != '}' || nameEnd == open + 1)
             continue;

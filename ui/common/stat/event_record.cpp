@@ -50,7 +50,11 @@ void CEventRecord::store(const TEvent& event, std::uint32_t number, bool isTest)
 }
 
 std::string CEventRecord::body() const {
+    std::size_t size = sizeof kBodyTemplate;
+    for (const auto& [key, value] : values_)
+        size += value.size();
     std::string body;
+    body.reserve(size);
     text::expandPlaceholders(kBodyTemplate, values_, false, body);
     return body;
 }

@@ -5,6 +5,15 @@
 #include <utility>
 
 namespace fs {
+namespace {
+
+int readContents(const std::wstring& path, std::string& contents) {
+    if (!fileExists(path))
+        return kStatusNoFile;
+    return readFile(path, contents) == 0 ? 0 : kStatusFileFailed;
+}
+
+} // namespace
 
 void CConfig::setFilePath(const std::wstring& path) {
     const std::lock_guard guard(lock);
@@ -15,7 +24,13 @@ void CConfig::setFilePath(const std::wstring& path) {
 }
 
 int CConfig::save() {
+    bool wasRead = false;
+    return save(wasRead);
+}
+
+int CConfig::save(bool& wasRead) {
     const std::lock_guard guard(lock);
+    wasRead = false;
     if (filePath.empty())
         return kStatusNoFile;
     if (changedKeys.empty()) {
@@ -26,7 +41,8 @@ int CConfig::save() {
     // The merge is made beside the map in memory, so that running out of memory here loses no change.
     ConfigValues merged;
     std::string contents;
-    if (fileExists(filePath) && readFile(filePath, contents) == 0)
+    wasRead = readContents(filePath, contents) == 0;
+    if (wasRead)
         parseConfig(contents, merged);
     for (const auto& key : changedKeys) {
         if (const auto changed = values.find(key); changed != values.end())
@@ -53,12 +69,9 @@ int CConfig::reload() {
 }
 
 int CConfig::read(bool dropMemory) {
-    const std::wstring path = pathCopy();
-    if (!fileExists(path))
-        return kStatusNoFile;
     std::string contents;
-    if (readFile(path, contents) != 0)
-        return kStatusFileFailed;
+    if (const int status = readContents(pathCopy(), contents))
+        return status;
 
     const std::lock_guard guard(lock);
     if (dropMemory)
@@ -94,6 +107,14 @@ bool CConfig::isModified() const {
 std::wstring CConfig::pathCopy() const {
     const std::lock_guard guard(lock);
     return filePath;
+}
+
+int readValue(const std::wstring& path, std::string_view key, std::optional<std::string>& value) {
+    std::string contents;
+    const int status = readContents(path, contents);
+    if (status == 0)
+        value = findInConfig(contents, key);
+    return status;
 }
 
 } // namespace fs

@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 
 namespace fs {
 
@@ -36,6 +37,9 @@ public:
     /// are lost. When the writing fails, the changes are kept for a later `save`.
     /// \return 0, 100002 without a path, 100004 when the file cannot be written.
     virtual int save();
+
+    /// \brief As `save`, which tells moreover whether there was a file that could be read.
+    int save(bool& wasRead);
 
     /// \brief Reads the file; values that are already in memory win over the file's. Forgets which keys were
     /// changed.
@@ -69,5 +73,10 @@ protected:
 private:
     int read(bool dropMemory);
 };
+
+/// \brief Reads one value of a file, and keeps nothing of the rest.
+/// \param[out] value Nothing when the key is not in the file.
+/// \return As `CConfig::load`.
+int readValue(const std::wstring& path, std::string_view key, std::optional<std::string>& value);
 
 } // namespace fs

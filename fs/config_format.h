@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,10 @@ using ConfigValues = std::map<std::string, std::string, std::less<>>;
 /// lines without "=" are ignored, nothing is trimmed. A key that `values` already holds keeps its value, so
 /// the first occurrence in a file wins.
 void parseConfig(std::string_view contents, ConfigValues& values);
+
+/// \brief The value that `parseConfig` would give to one key, without parsing the rest.
+/// \return Nothing when the key is not there.
+std::optional<std::string> findInConfig(std::string_view contents, std::string_view key);
 
 /// \brief The contents of a configuration file that holds `values`: a line each, ended by a line feed, in the
 /// order of the keys. Entries with an empty value are left out.

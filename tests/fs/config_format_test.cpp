@@ -29,8 +29,15 @@ TEST(ConfigFormat, Parse) {
         {"a=1\r\0b=2\n\0"s, {{"a", "1\0b=2"s}}}, // a zero byte in the middle is data
         {"\n\n\n=", {{"", ""}}},
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_EQ(parse(c.contents), c.values) << c.contents;
+        for (const std::string key : {"a", "b", "c", "", " a ", "k", "c=x", "a\r", "noequals"}) {
+            const auto parsed = c.values.find(key);
+            EXPECT_EQ(fs::findInConfig(c.contents, key),
+                      parsed != c.values.end() ? std::optional(parsed->second) : std::nullopt)
+                << c.contents << " " << key;
+        }
+    }
 }
 
 TEST(ConfigFormat, SerialiseSortsByBytesAndLeavesOutEmptyValues) {

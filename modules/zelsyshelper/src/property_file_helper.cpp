@@ -6,6 +6,7 @@
 #include "text/utf16.h"
 
 #include <cstdlib>
+#include <optional>
 
 namespace {
 
@@ -15,11 +16,9 @@ constexpr std::int32_t kIntegerAbsent = -1000;
 
 uint64_t getValueFromPropertyFile(const wchar_t* file, const char* key, wchar_t* buffer, uint32_t capacity) {
     return frame::run(std::uint32_t{fs::kStatusFileFailed}, [&] {
-        fs::CConfig config(frame::owned(file));
-        const std::string name = frame::owned(key);
-        if (const int status = config.load())
+        std::optional<std::string> value;
+        if (const int status = fs::readValue(frame::owned(file), frame::owned(key), value))
             return status;
-        const auto value = config.findValue(name);
         if (!value)
             return fs::kStatusNoKey;
         frame::copyOut(text::utf8ToUtf16(*value), buffer, capacity);
@@ -30,30 +29,25 @@ uint64_t getValueFromPropertyFile(const wchar_t* file, const char* key, wchar_t*
 uint64_t setValueInPropertyFile(const wchar_t* file, const char* key, const wchar_t* value) {
     return frame::run(false, [&] {
         fs::CConfig config(frame::owned(file));
-        const std::string name = frame::owned(key);
-        const std::wstring wide = frame::owned(value);
-        const int status = config.load();
-        config.setValue(name, text::utf16ToUtf8(wide));
-        config.save(); // whether it worked is not part of the result
-        return status == 0;
+        config.setValue(frame::owned(key), text::utf16ToUtf8(frame::owned(value)));
+        bool wasRead = false;
+        config.save(wasRead); // whether it was written is not part of the result
+        return wasRead;
     });
 }
 
 uint64_t getIntFromPropertyFile(const wchar_t* file, const char* key) {
     return frame::run(std::int32_t{fs::kStatusFileFailed}, [&] {
-        fs::CConfig config(frame::owned(file));
-        const std::string name = frame::owned(key);
-        if (const int status = config.load())
+        std::optional<std::string> value;
+        if (const int status = fs::readValue(frame::owned(file), frame::owned(key), value))
             return status;
-        const auto value = config.findValue(name);
         return value ? std::atoi(value->c_str()) : kIntegerAbsent;
     });
 }
 
 uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, const char* key) {
     return frame::run(false, [&] {
-        fs::CConfig config(frame::owned(file));
-        const std::string name = frame::owned(key);
-        return config.load() == 0 && !config.getValue(name, {}).empty();
+        std::optional<std::string> value;
+        return fs::readValue(frame::owned(file), frame::owned(key), value) == 0 && value && !value->empty();
     });
 }

@@ -8,6 +8,8 @@
  * - Texts are copied at once; the caller may free them when the function has returned. `const char*` texts
  *   are UTF-8.
  * - Nothing is thrown.
+ * - They work on the calling thread and take as long as the files that they read or write, milliseconds as a
+ *   rule. Where it is more, their comment says so.
  * - Results fill a whole register: booleans are 0 or 1, unsigned 32-bit numbers are widened by zeros, signed
  *   ones by their sign. A caller may declare the narrower or the wider type.
  */

@@ -1,0 +1,29 @@
+// Runs the families that the arguments name.
+
+#include "bench/benchmarks.h"
+#include "bench/harness.h"
+
+#include <string_view>
+
+namespace {
+
+struct Family {
+    std::string_view name;
+    void (*run)();
+};
+
+constexpr Family kFamilies[] = {
+    {"cipher", benchCipher},
+    {"text", benchText},
+
+};
+
+} // namespace
+
+int main(int count, char** arguments) {
+    for (int i = 1; i < count; ++i)
+        for (const Family& family : kFamilies)
+            if (family.name == arguments[i])
+                family.run();
+    return 0;
+}

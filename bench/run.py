@@ -1,0 +1,139 @@
+"""Runs the benchmarks beside the servers that they need, and lays out what they print."""
+
+import os
+import socket
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parents[1] / "tools/loopback"))
+import prefix  # noqa: E402
+from certificates import Authority  # noqa: E402
+from file_server import FileServer  # noqa: E402
+from server import Reply, Server  # noqa: E402
+
+ROOT = Path(__file__).parents[1]
+DLL = prefix.BIN / "zelsyshelper.dll"
+FAMILIES = "cipher text size".split()
+TITLES = ["path", "ours", "limit", "best alternative", "ours / limit", "ours / alternative", "goal", "met"]
+DOWNLOAD_SIZE = 200_000_000
+LARGEST_DLL = 350 * 1024
+SECONDS = 300  # a family that takes longer hangs
+
+
+class Results:
+    def __init__(self):
+        self.rows, self.details, self.counts = [], [], []
+
+    def add(self, line):
+        kind, *cells = line.split("\t")
+        {"row": self.rows, "detail": self.details, "count": self.counts}[kind].append(cells)
+
+
+def run(results, program, *families, environment):
+    result = prefix.run(prefix.BIN / program, *families, timeout=SECONDS, env=os.environ | environment)
+    for line in result.stdout.splitlines():
+        results.add(line)
+    if result.returncode != 0:
+        raise SystemExit(f"{program} {' '.join(families)} ended with {result.returncode}: {result.stderr}")
+
+
+def measure_size(results):
+    size = DLL.stat().st_size
+    results.add("\t".join(["row", "size of the DLL, stripped", f"{size / 1024:.0f} KB", "", "", "", "", "under 350 KB",
+                           "yes" if size < LARGEST_DLL else "no"]))
+
+
+def prompt(handler):
+    """Keeps the delays of small packets out: they are longer than all else that a request costs."""
+    class Prompt(handler):
+        disable_nagle_algorithm = True
+
+        def handle_one_request(self):
+            # A client that sends headers and body apart waits with the body until the headers are acknowledged.
+            self.connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)
+            super().handle_one_request()
+
+    return Prompt
+
+
+def prepare_prefix(authority, port):
+    prefix.trust(authority)
+    prefix.set_proxy(port, Location="DE")  # a known country saves the lookup
+    # Wine knows the pipes of this computer under the name "." only.
+    prefix.run("reg.exe", "add", r"HKLM\System\CurrentControlSet\Control\ComputerName\ActiveComputerName",
+               "/v", "ComputerName", "/d", ".", "/f", check=True)
+
+
+def measure(families):
+    results = Results()
+    # Memory where there is such a folder: the disk's own pace would cover the differences.
+    memory = Path("/dev/shm")
+    with tempfile.TemporaryDirectory(dir=memory if memory.is_dir() else None) as name:
+        folder = Path(name)
+        authority = Authority(folder / "authority")
+        events = Server(lambda *_: Reply(body=b"ok"), authority.issue("statistics.quenlith.example"))
+        events.RequestHandlerClass = prompt(events.RequestHandlerClass)
+        files = FileServer(folder / "content", DOWNLOAD_SIZE)
+        prepare_prefix(authority, events.port)
+        environment = {"BENCH_FOLDER": prefix.windows_path(folder), "BENCH_PORT_EVENTS": str(events.port),
+                       "BENCH_PORT_DOWNLOAD": str(files.port), "BENCH_DOWNLOAD_SIZE": str(DOWNLOAD_SIZE)}
+        for family in families:
+            begin = time.monotonic()
+            if family == "size":
+                measure_size(results)
+            else:
+                program = "load_bench.exe" if family == "load" else "bench.exe"
+                run(results, program, family, environment=environment)
+            print(f"{family}: {time.monotonic() - begin:.0f} s", file=sys.stderr, flush=True)
+        events.close()
+        files.close()
+    return results
+
+
+def markdown(titles, rows):
+    lines = [titles, ["---"] * len(titles), *rows]
+    return "".join("| " + " | ".join(cells) + " |\n" for cells in lines)
+
+
+def aligned(titles, rows):
+    widths = [max(map(len, column)) for column in zip(titles, *rows)]
+    return "".join("  ".join(cell.ljust(width) for cell, width in zip(cells, widths)).rstrip() + "\n"
+                   for cells in [titles, *rows])
+
+
+def write_document(results):
+    """Fills the parts of the document between its marks and leaves the rest, which is written by hand."""
+    path = ROOT / "docs/benchmarks.md"
+    text = path.read_text(encoding="utf-8")
+    parts = {
+        "machine": f"A virtual machine with {os.cpu_count()} processors, Wine under Linux.\n",
+        "table": markdown(TITLES, results.rows),
+        "contenders": markdown(["path", "contender", "median"], results.details),
+        "counts": markdown(["call", "allocations", "calls", "which"], results.counts),
+    }
+    for name, part in parts.items():
+        begin, end = f"<!-- {name} -->\n", f"<!-- end of {name} -->\n"
+        before, rest = text.split(begin)
+        text = before + begin + part + end + rest.split(end)[1]
+    path.write_text(text, encoding="utf-8")
+
+
+def main(arguments):
+    writes = "--write" in arguments
+    families = [argument for argument in arguments if argument != "--write"] or FAMILIES
+    unknown = set(families) - set(FAMILIES)
+    if unknown or (writes and families != FAMILIES):
+        raise SystemExit("usage: scripts/bench.sh [--write] [NAME...]\n--write goes with all of them: "
+                         + " ".join(FAMILIES))
+    results = measure(families)
+    for titles, rows in ((TITLES, results.rows), (["path", "contender", "median"], results.details),
+                         (["call", "allocations", "calls", "which"], results.counts)):
+        if rows:
+            print(aligned(titles, rows))
+    if writes:
+        write_document(results)
+
+
+main(sys.argv[1:])

@@ -1,0 +1,77 @@
+// Conversions between UTF-8 and UTF-16.
+
+#include "bench/benchmarks.h"
+#include "bench/harness.h"
+#include "text/utf16.h"
+#include "text/wide.h"
+
+#include <windows.h>
+
+namespace {
+
+std::wstring windowsWide(const std::string& narrow) {
+    const int size = static_cast<int>(narrow.size());
+    const int length = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, narrow.data(), size, nullptr, 0);
+    std::wstring wide(static_cast<std::size_t>(length), L'\0');
+    MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, narrow.data(), size, wide.data(), length);
+    return wide;
+}
+
+std::string windowsNarrow(const std::wstring& wide) {
+    const int size = static_cast<int>(wide.size());
+    const int length = WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
+    std::string narrow(static_cast<std::size_t>(length), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, narrow.data(), length, nullptr, nullptr);
+    return narrow;
+}
+
+std::string repeated(const std::string& piece, std::size_t size) {
+    std::string text;
+    while (text.size() < size)
+        text += piece;
+    return text;
+}
+
+void compare(const std::string& name, const std::string& narrow, double mostToAlternative) {
+    const std::wstring wide = windowsWide(narrow);
+    bench::require(!wide.empty() && text::utf8ToUtf16(narrow) == wide && text::utf16ToUtf8(wide) == narrow,
+                   "the conversions of " + name + " differ");
+    const auto measure = [&](const std::string& direction, const char* alternative, const auto& ours,
+                             const auto& theirs) {
+        bench::measure({.name = direction + ", " + name,
+                        .ours = {"text",
+                                 [&] {
+                                     const auto result = ours();
+                                     bench::keep(result.data());
+                                     return !result.empty();
+                                 }},
+                        .alternatives = {{alternative,
+                                          [&] {
+                                              const auto result = theirs();
+                                              bench::keep(result.data());
+                                              return !result.empty();
+                                          }}},
+                        .goal = {.mostToAlternative = mostToAlternative},
+                        .bytes = static_cast<double>(narrow.size()),
+                        .seconds = 1});
+    };
+    measure(
+        "UTF-8 to UTF-16", "MultiByteToWideChar", [&] { return text::utf8ToUtf16(narrow); },
+        [&] { return windowsWide(narrow); });
+    measure(
+        "UTF-16 to UTF-8", "WideCharToMultiByte", [&] { return text::utf16ToUtf8(wide); },
+        [&] { return windowsNarrow(wide); });
+}
+
+} // namespace
+
+void benchText() {
+    const std::string ascii = "The quick brown fox jumps over a lazy dog. ";
+    const std::string mixed = "Größer, schöner \xE2\x80\x93 音楽 and some plain words \xF0\x9F\x8E\xB5 ";
+    compare("ASCII, 40 bytes", ascii.substr(0, 40), 1.0 / 3);
+    compare("ASCII, 64 KB", repeated(ascii, 65536), 1.0 / 3);
+    compare("mixed, 60 bytes", mixed, 1);
+    compare("mixed, 64 KB", repeated(mixed, 65536), 1);
+    compare("Cyrillic, 64 KB", repeated("Съешь же ещё этих мягких булок ", 65536), 1);
+    compare("Japanese, 64 KB", repeated("音楽を聴きながら散歩する", 65536), 1);
+}

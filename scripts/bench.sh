@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Builds the benchmarks, runs them under Wine and prints one table. Arguments choose among them: scripts/bench.sh files
+# With --write the table goes to docs/benchmarks.md.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/bootstrap.sh
+[ -f build/build.ninja ] || cmake --preset windows >/dev/null
+cmake --build --preset windows --target zelsyshelper bench >&2
+
+source scripts/wine.sh
+trap wine_stop EXIT
+trap 'exit 130' INT TERM
+wine_start
+PYTHONDONTWRITEBYTECODE=1 python3 bench/run.py "$@"

@@ -3,6 +3,7 @@
 /// \name The families
 /// Each measures its paths and prints their rows.
 /// @{
+void benchFiles();
 void benchCipher();
 void benchText();
 /// @}

@@ -13,6 +13,7 @@ struct Family {
 };
 
 constexpr Family kFamilies[] = {
+    {"files", benchFiles},
     {"cipher", benchCipher},
     {"text", benchText},
 

@@ -13,6 +13,7 @@ packages=(
     googletest
     libgnutls30
     liblnk-utils
+    libsimpleini-dev
     llvm
     ninja-build
     openssl

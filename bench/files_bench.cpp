@@ -1,0 +1,140 @@
+// Single values of property files.
+
+#include "bench/benchmarks.h"
+#include "bench/harness.h"
+#include "bench/windows_file.h"
+#include "zelsyshelper.h"
+
+#include <cstring>
+#include <cwchar>
+
+#include <SimpleIni.h>
+#include <windows.h>
+
+namespace {
+
+using bench::Contender;
+
+/// A file of numbered keys in three copies, so that no contender finds what another one has written.
+struct Sample {
+    Sample(std::size_t keys, std::size_t wanted, std::size_t valueSize) {
+        for (std::size_t i = 0; i < keys; ++i)
+            contents += keyOf(i) + "=" + std::to_string(i) + std::string(valueSize, 'v') + "\n";
+        key = keyOf(wanted);
+        wideKey.assign(key.begin(), key.end());
+        value = std::to_wstring(wanted) + std::wstring(valueSize, L'v');
+        const std::wstring name = bench::setting(L"BENCH_FOLDER") + L"\\" + std::to_wstring(keys);
+        plain = name + L"-ours.cfg";
+        bare = name + L"-bare.cfg";
+        ini = name + L"-ini.cfg";
+        sectioned = name + L"-sectioned.cfg";
+        bench::require(bench::writeWhole(plain, contents) && bench::writeWhole(bare, contents) &&
+                           bench::writeWhole(ini, contents) &&
+                           bench::writeWhole(sectioned, "[s]\r\n" + contents),
+                       "the samples cannot be written");
+    }
+
+    static std::string keyOf(std::size_t number) { return "Setting" + std::to_string(100000 + number); }
+
+    std::string contents, key;
+    std::wstring wideKey, value, plain, bare, ini, sectioned;
+};
+
+Contender ourRead(const Sample& sample) {
+    return {"getValueFromPropertyFile", [&] {
+                wchar_t buffer[256];
+                return getValueFromPropertyFile(sample.plain.c_str(), sample.key.c_str(), buffer, 256) == 0 &&
+                       sample.value == buffer;
+            }};
+}
+
+std::vector<Contender> otherReads(const Sample& sample) {
+    return {{"GetPrivateProfileStringW",
+             [&] {
+                 wchar_t buffer[256];
+                 GetPrivateProfileStringW(L"s", sample.wideKey.c_str(), L"", buffer, 256,
+                                          sample.sectioned.c_str());
+                 return sample.value == buffer;
+             }},
+            {"SimpleIni", [&] {
+                 CSimpleIniA ini(true);
+                 if (ini.LoadFile(sample.ini.c_str()) != SI_OK)
+                     return false;
+                 const char* const value = ini.GetValue("", sample.key.c_str());
+                 wchar_t buffer[256];
+                 return value != nullptr && MultiByteToWideChar(CP_UTF8, 0, value, -1, buffer, 256) > 0 &&
+                        sample.value == buffer;
+             }}};
+}
+
+void benchSmallRead() {
+    const Sample sample(40, 20, 24);
+    std::string bytes;
+    bench::measure({.name = "read one value, 40 lines",
+                    .ours = ourRead(sample),
+                    .limit = Contender{"attributes, open, size, read, close",
+                                       [&] { return bench::readWhole(sample.bare, bytes); }},
+                    .alternatives = otherReads(sample),
+                    .goal = {.mostToLimit = 1.15, .mostToAlternative = 1}});
+}
+
+void benchLargeRead() {
+    const Sample sample(20000, 19999, 32);
+    std::string bytes;
+    bench::measure({.name = "read one value, 20,000 keys",
+                    .ours = ourRead(sample),
+                    .limit = Contender{"the same calls and a memchr over all bytes",
+                                       [&] {
+                                           return bench::readWhole(sample.bare, bytes) &&
+                                                  std::memchr(bytes.data(), '\x01', bytes.size()) == nullptr;
+                                       }},
+                    .alternatives = otherReads(sample),
+                    .goal = {.mostToLimit = 3},
+                    .seconds = 4});
+}
+
+/// The value changes with every call, so that nobody can leave the writing out.
+const wchar_t* nextValue() {
+    static unsigned calls = 0;
+    return ++calls % 2 == 0 ? L"a new value of the setting" : L"the former value of the setting";
+}
+
+void benchWrite() {
+    const Sample sample(40, 20, 24);
+    std::string bytes;
+    const std::vector<Contender> alternatives{
+        {"WritePrivateProfileStringW",
+         [&] {
+             return WritePrivateProfileStringW(L"s", sample.wideKey.c_str(), nextValue(),
+                                               sample.sectioned.c_str()) != FALSE;
+         }},
+        {"SimpleIni", [&] {
+             CSimpleIniA ini(true);
+             char narrow[128];
+             return ini.LoadFile(sample.ini.c_str()) == SI_OK &&
+                    WideCharToMultiByte(CP_UTF8, 0, nextValue(), -1, narrow, 128, nullptr, nullptr) > 0 &&
+                    ini.SetValue("", sample.key.c_str(), narrow) >= 0 &&
+                    ini.SaveFile(sample.ini.c_str(), false) == SI_OK;
+         }}};
+    bench::measure({.name = "set one value, 40 lines",
+                    .ours = {"setValueInPropertyFile",
+                             [&] {
+                                 return setValueInPropertyFile(sample.plain.c_str(), sample.key.c_str(),
+                                                               nextValue()) == 1;
+                             }},
+                    .limit = Contender{"read as above, truncate, write, close",
+                                       [&] {
+                                           return bench::readWhole(sample.bare, bytes) &&
+                                                  bench::writeWhole(sample.bare, bytes);
+                                       }},
+                    .alternatives = alternatives,
+                    .goal = {.mostToLimit = 1.2, .mostToAlternative = 1}});
+}
+
+} // namespace
+
+void benchFiles() {
+    benchSmallRead();
+    benchLargeRead();
+    benchWrite();
+}

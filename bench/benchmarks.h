@@ -6,4 +6,5 @@
 void benchFiles();
 void benchCipher();
 void benchText();
+void benchEventBody();
 /// @}

@@ -16,6 +16,7 @@ constexpr Family kFamilies[] = {
     {"files", benchFiles},
     {"cipher", benchCipher},
     {"text", benchText},
+    {"body", benchEventBody},
 
 };
 

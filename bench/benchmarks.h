@@ -7,4 +7,5 @@ void benchFiles();
 void benchCipher();
 void benchText();
 void benchEventBody();
+void benchEvents();
 /// @}

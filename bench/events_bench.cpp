@@ -1,0 +1,89 @@
+// Ten usage events over HTTPS, to a statistics host that the script runs behind a proxy on loopback.
+
+#include "bench/benchmarks.h"
+#include "bench/harness.h"
+#include "win32/winhttp_handle.h"
+#include "zelsyshelper.h"
+
+#include <windows.h>
+#include <winhttp.h>
+
+namespace {
+
+using win32::WinHttpHandle;
+
+constexpr int kEvents = 10;
+constexpr wchar_t kHost[] = L"statistics.quenlith.example";
+constexpr wchar_t kHeaders[] = L"Content-Type: application/x-www-form-urlencoded";
+
+WinHttpHandle openSession() {
+    const std::wstring proxy = L"127.0.0.1:" + bench::setting(L"BENCH_PORT_EVENTS");
+    return WinHttpHandle(
+        WinHttpOpen(L"bench", WINHTTP_ACCESS_TYPE_NAMED_PROXY, proxy.c_str(), WINHTTP_NO_PROXY_BYPASS, 0));
+}
+
+bool post(HINTERNET connection, std::string body, bool keepsConnection) {
+    const WinHttpHandle request(WinHttpOpenRequest(connection, L"POST", L"/AddEventJSONString.php", nullptr,
+                                                   WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+                                                   WINHTTP_FLAG_SECURE));
+    DWORD feature = WINHTTP_DISABLE_KEEP_ALIVE;
+    if (!request || (!keepsConnection && !WinHttpSetOption(request.get(), WINHTTP_OPTION_DISABLE_FEATURE,
+                                                           &feature, sizeof feature)))
+        return false;
+    const auto size = static_cast<DWORD>(body.size());
+    if (!WinHttpSendRequest(request.get(), kHeaders, static_cast<DWORD>(-1), body.data(), size, size, 0) ||
+        !WinHttpReceiveResponse(request.get(), nullptr))
+        return false;
+    char part[4096];
+    for (DWORD count = 1; count != 0;)
+        if (!WinHttpReadData(request.get(), part, sizeof part, &count))
+            return false;
+    DWORD status = 0, length = sizeof status;
+    return WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
+                               WINHTTP_HEADER_NAME_BY_INDEX, &status, &length, WINHTTP_NO_HEADER_INDEX) &&
+           status == 200;
+}
+
+/// A body as long as that of our events, so that all send the same.
+std::string sampleBody() {
+    return "data=" + std::string(640, 'x');
+}
+
+bool postAllOnOneSession() {
+    static const WinHttpHandle session = openSession();
+    const WinHttpHandle connection(WinHttpConnect(session.get(), kHost, INTERNET_DEFAULT_HTTPS_PORT, 0));
+    bool isGood = static_cast<bool>(connection);
+    for (int i = 0; i < kEvents && isGood; ++i)
+        isGood = post(connection.get(), sampleBody(), true);
+    return isGood;
+}
+
+/// Windows closes the connections of a session with it. Wine keeps them for the whole process, so there they
+/// are closed by the request.
+bool postEachOnItsOwnSession() {
+    bool isGood = true;
+    for (int i = 0; i < kEvents && isGood; ++i) {
+        const WinHttpHandle session = openSession();
+        const WinHttpHandle connection(WinHttpConnect(session.get(), kHost, INTERNET_DEFAULT_HTTPS_PORT, 0));
+        isGood = connection && post(connection.get(), sampleBody(), false);
+    }
+    return isGood;
+}
+
+bool sendAll() {
+    for (int i = 0; i < kEvents; ++i)
+        sendAppEvent("install_done", "installer", "path", "C:\\Media \"A\"", "2", "4.1.0.2210", "A", "summer",
+                     "7b0c2f1e-5a1d-4f6f-9a34-1c2d3e4f5a6b", "2210");
+    return true;
+}
+
+} // namespace
+
+void benchEvents() {
+    bench::measure({.name = "10 events over HTTPS",
+                    .ours = {"sendAppEvent", sendAll},
+                    .limit = bench::Contender{"WinHTTP, one session", postAllOnOneSession},
+                    .alternatives = {{"WinHTTP, a session each", postEachOnItsOwnSession}},
+                    .goal = {.mostToLimit = 1.1, .mostToAlternative = 0.5},
+                    .seconds = 10});
+}

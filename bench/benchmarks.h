@@ -8,4 +8,5 @@ void benchCipher();
 void benchText();
 void benchEventBody();
 void benchEvents();
+void benchDownload();
 /// @}

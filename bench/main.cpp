@@ -14,7 +14,7 @@ struct Family {
 
 constexpr Family kFamilies[] = {
     {"files", benchFiles},    {"cipher", benchCipher}, {"text", benchText},
-    {"body", benchEventBody}, {"events", benchEvents},
+    {"body", benchEventBody}, {"events", benchEvents}, {"download", benchDownload},
 
 };
 

@@ -9,4 +9,6 @@ void benchText();
 void benchEventBody();
 void benchEvents();
 void benchDownload();
+void benchTree();
+void benchRaise();
 /// @}

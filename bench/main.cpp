@@ -13,9 +13,8 @@ struct Family {
 };
 
 constexpr Family kFamilies[] = {
-    {"files", benchFiles},    {"cipher", benchCipher}, {"text", benchText},
-    {"body", benchEventBody}, {"events", benchEvents}, {"download", benchDownload},
-
+    {"files", benchFiles},   {"cipher", benchCipher},     {"text", benchText}, {"body", benchEventBody},
+    {"events", benchEvents}, {"download", benchDownload}, {"tree", benchTree}, {"raise", benchRaise},
 };
 
 } // namespace

@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh
 [ -f build/build.ninja ] || cmake --preset windows >/dev/null
-cmake --build --preset windows --target zelsyshelper bench >&2
+cmake --build --preset windows --target zelsyshelper bench load_bench >&2
 
 source scripts/wine.sh
 trap wine_stop EXIT

@@ -11,4 +11,5 @@ void benchEvents();
 void benchDownload();
 void benchTree();
 void benchRaise();
+void benchCounts();
 /// @}

@@ -13,8 +13,9 @@ struct Family {
 };
 
 constexpr Family kFamilies[] = {
-    {"files", benchFiles},   {"cipher", benchCipher},     {"text", benchText}, {"body", benchEventBody},
-    {"events", benchEvents}, {"download", benchDownload}, {"tree", benchTree}, {"raise", benchRaise},
+    {"files", benchFiles},    {"cipher", benchCipher}, {"text", benchText},
+    {"body", benchEventBody}, {"events", benchEvents}, {"download", benchDownload},
+    {"tree", benchTree},      {"raise", benchRaise},   {"counts", benchCounts},
 };
 
 } // namespace

@@ -15,7 +15,7 @@ from server import Reply, Server  # noqa: E402
 
 ROOT = Path(__file__).parents[1]
 DLL = prefix.BIN / "zelsyshelper.dll"
-FAMILIES = "files cipher text body events download tree raise load size".split()
+FAMILIES = "files cipher text body events download tree raise load size counts".split()
 TITLES = ["path", "ours", "limit", "best alternative", "ours / limit", "ours / alternative", "goal", "met"]
 DOWNLOAD_SIZE = 200_000_000
 LARGEST_DLL = 350 * 1024

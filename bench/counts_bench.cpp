@@ -1,0 +1,104 @@
+// What one call of an export asks of the system: allocations and calls of Windows.
+
+#include "bench/benchmarks.h"
+#include "bench/harness.h"
+#include "bench/import_counter.h"
+#include "bench/windows_file.h"
+#include "zelsyshelper.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+struct Call {
+    const char* name;
+    std::function<void()> run;
+};
+
+/// Functions that stay within the process and cost next to nothing.
+bool isLight(const std::string& function) {
+    constexpr const char* kLight[] = {
+        "EnterCriticalSection", "LeaveCriticalSection", "TryEnterCriticalSection",
+        "GetLastError",         "SetLastError",         "TlsGetValue",
+        "TlsSetValue",          "GetCurrentThreadId",   "GetCurrentProcessId",
+        "GetCurrentProcess",    "GetCurrentThread",     "GetProcAddress",
+        "GetTickCount"};
+    return std::ranges::find(kLight, function) != std::end(kLight);
+}
+
+void report(const char* name, const std::vector<bench::ImportCounter::Calls>& calls) {
+    std::uint64_t allocations = 0, total = 0;
+    std::string names;
+    for (const auto& call : calls) {
+        const std::string& function = call.function;
+        const bool isRuntime = call.library == "msvcrt.dll" || call.library == "ucrtbase.dll";
+        if (isRuntime && (function == "malloc" || function == "calloc" || function == "realloc"))
+            allocations += call.count;
+        // Of the runtime, only what goes on to the system counts.
+        const bool isFile = function.starts_with("_wfopen") || function == "fclose" || function == "fread";
+        if (isRuntime ? !isFile : isLight(function))
+            continue;
+        total += call.count;
+        names += (names.empty() ? "" : ", ") + function;
+        if (call.count > 1)
+            names += " x " + std::to_string(call.count);
+    }
+    std::printf("count\t%s\t%llu\t%llu\t%s\n", name, static_cast<unsigned long long>(allocations),
+                static_cast<unsigned long long>(total), names.c_str());
+}
+
+std::vector<Call> callsToCount(const std::wstring& folder) {
+    static std::wstring plain, fx, from, to;
+    plain = folder + L"\\counted.cfg";
+    fx = folder + L"\\counted.fx";
+    from = folder + L"\\counted";
+    to = folder + L"\\counted-copy";
+    std::string contents;
+    for (int i = 0; i < 40; ++i)
+        contents += "Setting" + std::to_string(i) + "=value " + std::to_string(i) + "\n";
+    bench::writeWhole(plain, contents);
+    for (const std::wstring& path : {from, from + L"\\inner", to})
+        CreateDirectoryW(path.c_str(), nullptr);
+    bench::writeWhole(from + L"\\inner\\file", "x");
+
+    static wchar_t text[256];
+    static std::uint8_t flag;
+    static std::uint32_t number;
+    return {
+        {"getValueFromPropertyFile", [] { getValueFromPropertyFile(plain.c_str(), "Setting20", text, 256); }},
+        {"getIntFromPropertyFile", [] { getIntFromPropertyFile(plain.c_str(), "Setting20"); }},
+        {"isValueFromPropertyFileNotEmpty",
+         [] { isValueFromPropertyFileNotEmpty(plain.c_str(), "Setting20"); }},
+        {"setValueInPropertyFile", [] { setValueInPropertyFile(plain.c_str(), "Setting20", L"new"); }},
+        {"readProperty", [] { readProperty(plain.c_str(), "Setting20", text, 256, 0); }},
+        {"checkProperty", [] { checkProperty(plain.c_str(), "Setting20", 0); }},
+        {"writeProperty", [] { writeProperty(plain.c_str(), "Setting20", L"new", 0); }},
+        {"writeProperty, enciphered", [] { writeProperty(fx.c_str(), "switch", L"1", 1); }},
+        {"readProperty, enciphered", [] { readProperty(fx.c_str(), "switch", text, 256, 1); }},
+        {"enableFx", [] { enableFx(L"bench.fx", "switch", 1); }},
+        {"clearFx", [] { clearFx(L"bench.fx"); }},
+        {"parseTestDefAndDecideAdvType", [] { parseTestDefAndDecideAdvType("A70 B30", &flag); }},
+        {"getDownloadFileProgress", [] { getDownloadFileProgress(&number); }},
+        {"getOsVersion", [] { getOsVersion(text); }},
+        {"isModuleLoaded", [] { isModuleLoaded("absent.exe"); }},
+        {"isServicePresent", [] { isServicePresent(L"AbsentService"); }},
+        {"copyDirEx, one file in a folder", [] { copyDirEx(from.c_str(), to.c_str()); }},
+        {"zelChromeExtWasDeleted", [] { zelChromeExtWasDeleted(); }},
+        {"bringRuningAppToTop, none runs", [] { bringRuningAppToTop("absent"); }},
+        {"sendAppEvent",
+         [] { sendAppEvent("n", "s", "t", "i", "2", "4.1", "A", "c", "7b0c2f1e-5a1d-4f6f-9a34", "2210"); }},
+    };
+}
+
+} // namespace
+
+void benchCounts() {
+    bench::ImportCounter counter(GetModuleHandleW(L"zelsyshelper.dll"));
+    for (const Call& call : callsToCount(bench::setting(L"BENCH_FOLDER"))) {
+        call.run(); // what the first call makes for all later ones does not count
+        counter.clear();
+        call.run();
+        report(call.name, counter.calls());
+    }
+}

@@ -1,5 +1,6 @@
 #include "text/utf16.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include <emmintrin.h>
@@ -118,40 +119,54 @@ Utf16Unit* putUtf16(Utf16Unit* out, std::uint32_t codePoint) {
     return out;
 }
 
+/// The length in UTF-8, a little more where there are surrogates. Memory that is not needed costs more than counting.
+std::size_t mostUtf8(std::basic_string_view<Utf16Unit> wide) {
+    std::size_t size = wide.size();
+    for (const std::uint32_t unit : wide)
+        size += (unit > 0x7F ? 1u : 0u) + (unit > 0x7FF ? 1u : 0u);
+    return size;
+}
+
+/// The length in UTF-16 of valid UTF-8; not less than the decoder writes for any other bytes.
+std::size_t mostUtf16(std::string_view narrow) {
+    std::size_t size = 0;
+    for (const char c : narrow) {
+        const auto byte = static_cast<unsigned char>(c);
+        size += ((byte & 0xC0) != 0x80 ? 1u : 0u) + (byte >= 0xF0 ? 1u : 0u);
+    }
+    return size;
+}
+
 } // namespace
 
 std::string utf16ToUtf8(std::basic_string_view<Utf16Unit> wide) {
-    std::string out(wide.size(), '\0');
-    std::size_t read = narrowAscii(wide.data(), wide.size(), out.data());
-    std::size_t written = read;
-    if (read == wide.size())
-        return out;
-    out.resize(written + 3 * (wide.size() - read) + 1); // a pair of units makes four bytes
-    std::uint32_t pending = 0;                          // 0: no high surrogate is waiting for its second half
-    while (read < wide.size()) {
-        const std::uint32_t unit = wide[read++];
-        if (isHighSurrogate(unit)) {
-            pending = 0x10000 + ((unit - 0xD800) << 10);
-            continue;
-        }
-        const bool isPair = pending != 0 && isLowSurrogate(unit);
-        const char* const end = putUtf8(out.data() + written, isPair ? pending + (unit - 0xDC00) : unit);
-        written = static_cast<std::size_t>(end - out.data());
-        pending = 0;
-        if (unit <= 0x7F) {
-            const std::size_t more =
-                narrowAscii(wide.data() + read, wide.size() - read, out.data() + written);
-            read += more;
-            written += more;
+    std::string narrow(mostUtf8(wide), '\0');
+    char* out = narrow.data();
+    std::uint32_t pending = 0; // 0: no high surrogate is waiting for its second half
+    for (std::size_t read = 0; read < wide.size();) {
+        const std::size_t plain = pending == 0 ? narrowAscii(wide.data() + read, wide.size() - read, out) : 0;
+        read += plain;
+        out += plain;
+        // What is left of a block, or the way to the next one.
+        for (const std::size_t end = std::min(read + kBlock, wide.size()); read < end; ++read) {
+            const std::uint32_t unit = wide[read];
+            if (isHighSurrogate(unit)) {
+                pending = 0x10000 + ((unit - 0xD800) << 10);
+                continue;
+            }
+            const bool isPair = pending != 0 && isLowSurrogate(unit);
+            out = putUtf8(out, isPair ? pending + (unit - 0xDC00) : unit);
+            pending = 0;
         }
     }
-    out.resize(written);
-    return out;
+    narrow.resize(static_cast<std::size_t>(out - narrow.data()));
+    return narrow;
 }
 
 std::basic_string<Utf16Unit> utf8ToUtf16(std::string_view narrow) {
-    std::basic_string<Utf16Unit> wide(narrow.size(), 0); // no sequence makes more units than it has bytes
+    std::basic_string<Utf16Unit> wide(mostUtf16(narrow), 0);
     Utf16Unit* out = wide.data();
+    const Utf16Unit* firstZero = nullptr;
     for (std::size_t read = 0; read < narrow.size();) {
         const std::size_t plain = widenAscii(narrow.data() + read, narrow.size() - read, out);
         read += plain;
@@ -162,13 +177,13 @@ std::basic_string<Utf16Unit> utf8ToUtf16(std::string_view narrow) {
             const std::size_t length = readUtf8(narrow.substr(read), codePoint);
             if (length == 0)
                 return {};
+            if (codePoint == 0 && firstZero == nullptr)
+                firstZero = out;
             out = putUtf16(out, codePoint);
             read += length;
         }
     }
-    wide.resize(static_cast<std::size_t>(out - wide.data()));
-    if (const std::size_t zero = narrow.find('\0'); zero != narrow.npos)
-        wide.resize(wide.find(Utf16Unit{0}));
+    wide.resize(static_cast<std::size_t>((firstZero != nullptr ? firstZero : out) - wide.data()));
     return wide;
 }
 

@@ -43,6 +43,11 @@ private:
 } // namespace
 
 std::wstring knownFolder(KnownFolder folder, const ProblemReport& report) {
+    // Loading these DLLs anew costs milliseconds, and whoever asks once asks again.
+    [[maybe_unused]] static const HMODULE kept[] = {
+        LoadLibraryExA("shell32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32),
+        LoadLibraryExA("ole32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32),
+    };
     const LoadedFunction<GetKnownFolderPath> getPath("shell32.dll", "SHGetKnownFolderPath", report);
     if (getPath.get() == nullptr)
         return {};

@@ -110,11 +110,13 @@ std::wstring CConfig::pathCopy() const {
 }
 
 int readValue(const std::wstring& path, std::string_view key, std::optional<std::string>& value) {
-    std::string contents;
-    const int status = readContents(path, contents);
-    if (status == 0)
-        value = findInConfig(contents, key);
-    return status;
+    if (!fileExists(path))
+        return kStatusNoFile;
+    ConfigSearch search(key);
+    if (readPieces(path, [&](std::string_view piece) { search.take(piece); }) != 0)
+        return kStatusFileFailed;
+    value = search.finish();
+    return 0;
 }
 
 } // namespace fs

@@ -1,5 +1,7 @@
 #include "fs/config_format.h"
 
+#include <utility>
+
 namespace fs {
 namespace {
 
@@ -45,21 +47,31 @@ void parseConfig(std::string_view contents, ConfigValues& values) {
     }
 }
 
-std::optional<std::string> findInConfig(std::string_view contents, std::string_view key) {
-    if (key.find('=') != key.npos)
-        return std::nullopt;
-    contents = withoutTrailingZeros(contents);
-    while (!contents.empty()) {
-        const auto lineEnd = contents.find('\n');
-        const std::string_view line = contents.substr(0, lineEnd);
-        if (const std::size_t begin = valueOf(line, key); begin != line.npos) {
-            std::string value(line.substr(begin));
-            std::erase(value, '\r');
-            return value;
-        }
-        contents.remove_prefix(lineEnd == contents.npos ? contents.size() : lineEnd + 1);
+void ConfigSearch::take(std::string_view piece) {
+    while (!value_ && !piece.empty()) {
+        const auto lineEnd = piece.find('\n');
+        if (lineEnd == piece.npos || !begun_.empty())
+            begun_.append(piece.substr(0, lineEnd));
+        if (lineEnd == piece.npos)
+            return;
+        lookAt(begun_.empty() ? piece.substr(0, lineEnd) : begun_);
+        begun_.clear();
+        piece.remove_prefix(lineEnd + 1);
     }
-    return std::nullopt;
+}
+
+std::optional<std::string> ConfigSearch::finish() {
+    if (!value_)
+        lookAt(withoutTrailingZeros(begun_));
+    return std::move(value_);
+}
+
+void ConfigSearch::lookAt(std::string_view line) {
+    const std::size_t begin = key_.find('=') == key_.npos ? valueOf(line, key_) : line.npos;
+    if (begin == line.npos)
+        return;
+    value_ = line.substr(begin);
+    std::erase(*value_, '\r');
 }
 
 std::string serialiseConfig(const ConfigValues& values) {

@@ -18,9 +18,25 @@ using ConfigValues = std::map<std::string, std::string, std::less<>>;
 /// the first occurrence in a file wins.
 void parseConfig(std::string_view contents, ConfigValues& values);
 
-/// \brief The value that `parseConfig` would give to one key, without parsing the rest.
-/// \return Nothing when the key is not there.
-std::optional<std::string> findInConfig(std::string_view contents, std::string_view key);
+/// \brief Looks for one value in a configuration file that comes in pieces, and keeps nothing else of it.
+class ConfigSearch {
+public:
+    explicit ConfigSearch(std::string_view key) : key_(key) {}
+
+    /// Takes the next piece of the file.
+    void take(std::string_view piece);
+
+    /// \brief The value that `parseConfig` would give to the key; nothing when the key is not there. To be called
+    /// once, behind the last piece.
+    std::optional<std::string> finish();
+
+private:
+    void lookAt(std::string_view line);
+
+    std::string_view key_;
+    std::string begun_; ///< The beginning of a line that the next piece goes on with.
+    std::optional<std::string> value_;
+};
 
 /// \brief The contents of a configuration file that holds `values`: a line each, ended by a line feed, in the
 /// order of the keys. Entries with an empty value are left out.

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <vector>
 
 namespace fs {
 namespace {
@@ -17,6 +18,15 @@ struct StreamCloser {
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
 constexpr DWORD kLargestWrite = 1u << 30;
+constexpr std::size_t kPiece = 65'536; // bytes; larger blocks of memory cost more than the reading
+
+int openForReading(const std::wstring& path, Stream& stream) {
+    std::FILE* opened = nullptr;
+    if (const errno_t error = _wfopen_s(&opened, path.c_str(), L"rb"))
+        return error;
+    stream.reset(opened);
+    return stream ? 0 : kStatusEmptyStream;
+}
 
 } // namespace
 
@@ -28,13 +38,9 @@ bool fileExists(const std::wstring& path) {
 }
 
 int readFile(const std::wstring& path, std::string& contents) {
-    std::FILE* opened = nullptr;
-    if (const errno_t error = _wfopen_s(&opened, path.c_str(), L"rb"))
-        return error;
-    const Stream stream(opened);
-    if (!stream)
-        return kStatusEmptyStream;
-
+    Stream stream;
+    if (const int status = openForReading(path, stream))
+        return status;
     if (_fseeki64(stream.get(), 0, SEEK_END) != 0)
         return EIO;
     const long long size = _ftelli64(stream.get());
@@ -50,6 +56,16 @@ int readFile(const std::wstring& path, std::string& contents) {
         return EIO;
     contents.resize(got); // another process may have cut the file meanwhile
     return 0;
+}
+
+int readPieces(const std::wstring& path, const std::function<void(std::string_view)>& take) {
+    Stream stream;
+    if (const int status = openForReading(path, stream))
+        return status;
+    std::vector<char> piece(kPiece);
+    while (const std::size_t got = std::fread(piece.data(), 1, piece.size(), stream.get()))
+        take({piece.data(), got});
+    return std::ferror(stream.get()) != 0 ? EIO : 0;
 }
 
 int writeFile(const std::wstring& path, std::string_view contents) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,10 @@ bool fileExists(const std::wstring& path);
 /// \param[out] contents The bytes of the file; unspecified when the call fails.
 /// \return 0, an error number of the C runtime, or \ref kStatusEmptyStream.
 int readFile(const std::wstring& path, std::string& contents);
+
+/// \brief Reads a whole file in pieces, which are gone when `take` returns.
+/// \return As `readFile`; pieces may have been taken before a failure.
+int readPieces(const std::wstring& path, const std::function<void(std::string_view)>& take);
 
 /// \brief Replaces the contents of a file, which is made when missing.
 ///

@@ -33,9 +33,14 @@ TEST(ConfigFormat, Parse) {
         EXPECT_EQ(parse(c.contents), c.values) << c.contents;
         for (const std::string key : {"a", "b", "c", "", " a ", "k", "c=x", "a\r", "noequals"}) {
             const auto parsed = c.values.find(key);
-            EXPECT_EQ(fs::findInConfig(c.contents, key),
-                      parsed != c.values.end() ? std::optional(parsed->second) : std::nullopt)
-                << c.contents << " " << key;
+            for (std::size_t cut = 0; cut <= c.contents.size(); ++cut) {
+                fs::ConfigSearch search(key);
+                search.take(std::string_view(c.contents).substr(0, cut));
+                search.take(std::string_view(c.contents).substr(cut));
+                EXPECT_EQ(search.finish(),
+                          parsed != c.values.end() ? std::optional(parsed->second) : std::nullopt)
+                    << c.contents << " " << key << " " << cut;
+            }
         }
     }
 }

@@ -203,7 +203,7 @@ TEST(BringToFront, AsksTheRunningInstance) {
     EXPECT_EQ(shown, 3);
     // And once more from a second process, through the library.
     const std::wstring host = testing_support::besideThisProgram(L"zelsyshelper-host.exe");
-    EXPECT_EQ(_wspawnl(_P_WAIT, host.c_str(), host.c_str(), L"raise", L"\"Zelsys test app\"", nullptr), 0);
+    EXPECT_EQ(_wspawnl(_P_WAIT, host.c_str(), L"host", L"raise", L"\"Zelsys test app\"", nullptr), 0);
     EXPECT_EQ(shown, 4);
     SetForegroundWindowSeam::restore();
 }

@@ -51,7 +51,7 @@ struct zelsyshelper_load {
     /**
      * Loads the library and finds all functions.
      *
-     * \param path A full path; the DLLs that the library needs may lie beside it. A bare name is looked for
+     * \param path Not null. A full path; the DLLs that the library needs may lie beside it. A bare name is looked for
      *             beside the program and in the system folder only, never in the current folder.
      */
     explicit zelsyshelper_load(const wchar_t* path) {

@@ -55,6 +55,8 @@ std::wstring fullPath(const std::wstring& path) {
 }
 
 void useJson() {
+    if (isJson)
+        return;
     isJson = true;
     jsonOutput = _dup(_fileno(stdout));
     _dup2(_fileno(stderr), _fileno(stdout));

@@ -103,7 +103,12 @@ Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Re
         report.good("common.cfg", L"names no proxy");
         return {};
     }
-    Proxy proxy{read("ProxyAddress"), read("ProxyPort")};
+    const auto port = static_cast<std::int32_t>(library.getIntFromPropertyFile(path.c_str(), "ProxyPort"));
+    Proxy proxy{read("ProxyAddress"), std::to_wstring(port != ZELSYSHELPER_NO_INT ? port : 80)};
+    if (proxy.host.empty()) {
+        report.bad("common.cfg", L"asks for a proxy and names none; set ProxyAddress, or ProxyType to 0");
+        return {};
+    }
     const std::wstring user = read("ProxyUser");
     const bool hasPassword = library.isValueFromPropertyFileNotEmpty(path.c_str(), "ProxyPw") != 0;
     report.good("common.cfg", L"names the proxy " + proxy.host + L":" + proxy.port +
@@ -141,10 +146,16 @@ void checkProxy(const Proxy& proxy, Report& report) {
                            .ai_addr = nullptr,
                            .ai_next = nullptr};
     ADDRINFOW* found = nullptr;
-    const std::wstring port = proxy.port.empty() ? L"80" : proxy.port;
+    const std::wstring& port = proxy.port;
+    const auto anyConnects = [&] {
+        for (const ADDRINFOW* address = found; address != nullptr; address = address->ai_next)
+            if (connects(*address))
+                return true;
+        return false;
+    };
     if (GetAddrInfoW(proxy.host.c_str(), port.c_str(), &wanted, &found) != 0)
         report.bad("proxy", L"the name " + proxy.host + L" is not known; check it and the network");
-    else if (!connects(*found))
+    else if (!anyConnects())
         report.bad("proxy", proxy.host + L":" + port + L" does not answer; check it and the firewall");
     else
         report.good("proxy", proxy.host + L":" + port + L" answers");

@@ -113,6 +113,9 @@ int wrongUsage(const Command& command, const std::wstring& problem) {
 } // namespace host
 
 int wmain(int count, wchar_t** arguments) {
+    const UINT codePage = GetConsoleOutputCP();
     SetConsoleOutputCP(CP_UTF8);
-    return host::finish(host::run(host::Arguments(arguments + 1, arguments + count)));
+    const int code = host::finish(host::run(host::Arguments(arguments + 1, arguments + count)));
+    SetConsoleOutputCP(codePage); // the window belongs to others too
+    return code;
 }

@@ -40,15 +40,17 @@ int get(const Library& library, const Arguments& arguments) {
     return kDone;
 }
 
-bool hasLineBreak(const Arguments& arguments) {
-    const bool isFound = (arguments[1] + arguments[2]).find_first_of(L"\r\n") != std::wstring::npos;
+/// Complains of a key or a value that a file cannot hold.
+bool cannotBeKept(const std::wstring& key, const std::wstring& value) {
+    const bool isFound =
+        (key + value).find_first_of(L"\r\n") != std::wstring::npos || key.find(L'=') != key.npos;
     if (isFound)
-        complain(L"a property file cannot hold line breaks in keys and values");
+        complain(L"a file cannot hold line breaks in keys and values, nor \"=\" in keys");
     return isFound;
 }
 
 int set(const Library& library, const Arguments& arguments) {
-    if (hasLineBreak(arguments))
+    if (cannotBeKept(arguments[1], arguments[2]))
         return kUsage;
     const std::string key = toUtf8(arguments[1]);
     library.setValueInPropertyFile(arguments[0].c_str(), key.c_str(), arguments[2].c_str());
@@ -101,7 +103,7 @@ int read(const Library& library, const Arguments& arguments) {
 }
 
 int write(const Library& library, const Arguments& arguments) {
-    if (hasLineBreak(arguments))
+    if (cannotBeKept(arguments[1], arguments[2]))
         return kUsage;
     const std::string key = toUtf8(arguments[1]);
     const auto status =
@@ -150,6 +152,10 @@ int run(const Library& library, const Arguments& arguments) {
 
 int runSwitch(const Library& library, const Arguments& arguments) {
     const std::wstring action = arguments.empty() ? L"" : arguments[0];
+    if (arguments.size() > 1 && arguments[1].empty())
+        return wrongUsage(kSwitchCommand, L"the file's name is empty");
+    if (arguments.size() == 3 && cannotBeKept(arguments[2], {}))
+        return kUsage;
     if (action == L"clear" && arguments.size() == 2)
         library.clearFx(arguments[1].c_str());
     else if ((action == L"on" || action == L"off") && arguments.size() == 3)

@@ -8,6 +8,7 @@ namespace host {
 namespace {
 
 constexpr std::size_t kBarWidth = 50;
+constexpr std::size_t kMostDraws = 10'000'000;
 
 int runOsVersion(const Library& library, const Arguments& arguments) {
     if (!arguments.empty())
@@ -35,9 +36,11 @@ void printHistogram(const std::map<std::uint8_t, std::size_t>& counts, std::size
 
 int runAdvType(const Library& library, const Arguments& arguments) {
     const bool isSeries = arguments.size() == 3 && arguments[1] == L"--draws";
-    const std::size_t draws = isSeries ? std::wcstoul(arguments[2].c_str(), nullptr, 10) : 1;
-    if ((arguments.size() != 1 && !isSeries) || draws == 0)
-        return wrongUsage(kAdvTypeCommand, L"adv-type wants a definition, and a number of draws above 0");
+    wchar_t* end = nullptr;
+    const std::size_t draws = isSeries ? std::wcstoul(arguments[2].c_str(), &end, 10) : 1;
+    const bool isNumber = !isSeries || (*end == L'\0' && draws > 0 && draws <= kMostDraws);
+    if ((arguments.size() != 1 && !isSeries) || !isNumber)
+        return wrongUsage(kAdvTypeCommand, L"adv-type wants a definition, and from 1 to 10000000 draws");
     std::map<std::uint8_t, std::size_t> counts;
     for (std::size_t i = 0; i < draws; ++i) {
         std::uint8_t letter = 0;

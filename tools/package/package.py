@@ -12,7 +12,7 @@ from pathlib import Path
 ROOT = Path(__file__).parents[2]
 BUILD = ROOT / "build"
 DATE = time.gmtime(max(int(os.environ["SOURCE_DATE_EPOCH"]), 315532800))[:6]  # zip knows no date before 1980
-NO_PATHS = (str(ROOT).encode(), str(ROOT).replace("/", "_").encode(), str(Path.home()).encode() + b"/")
+NO_PATHS = (str(ROOT).encode(), str(ROOT).replace("/", "_").encode(), *([str(Path.home()).encode() + b"/"] if Path.home() != Path("/") else []))
 
 
 def files_of(folder):

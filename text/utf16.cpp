@@ -56,58 +56,57 @@ char continuation(std::uint32_t codePoint, int shift) {
 /// \return The end of what was written.
 char* putUtf8(char* out, std::uint32_t codePoint) {
     if (codePoint <= 0x7F) {
-        *out++ = static_cast<char>(codePoint);
-        return out;
+        *out = static_cast<char>(codePoint);
+        return out + 1;
     }
     if (codePoint <= 0x7FF) {
-        *out++ = static_cast<char>(0xC0 | (codePoint >> 6));
-    } else {
-        if (codePoint <= 0xFFFF) {
-            *out++ = static_cast<char>(0xE0 | (codePoint >> 12));
-        } else {
-            *out++ = static_cast<char>(0xF0 | (codePoint >> 18));
-            *out++ = continuation(codePoint, 12);
-        }
-        *out++ = continuation(codePoint, 6);
+        out[0] = static_cast<char>(0xC0 | (codePoint >> 6));
+        out[1] = continuation(codePoint, 0);
+        return out + 2;
     }
-    *out++ = continuation(codePoint, 0);
-    return out;
+    if (codePoint <= 0xFFFF) {
+        out[0] = static_cast<char>(0xE0 | (codePoint >> 12));
+        out[1] = continuation(codePoint, 6);
+        out[2] = continuation(codePoint, 0);
+        return out + 3;
+    }
+    out[0] = static_cast<char>(0xF0 | (codePoint >> 18));
+    out[1] = continuation(codePoint, 12);
+    out[2] = continuation(codePoint, 6);
+    out[3] = continuation(codePoint, 0);
+    return out + 4;
 }
-
-/// One form of a sequence: what its first byte looks like, and the code points that may be written so.
-struct SequenceForm {
-    std::uint32_t mask, lead;
-    std::uint32_t lowest, highest;
-    std::size_t length;
-};
-
-constexpr SequenceForm kForms[] = {
-    {0x80, 0x00, 0, 0x7F, 1},
-    {0xE0, 0xC0, 0x80, 0x7FF, 2},
-    {0xF0, 0xE0, 0x800, 0xFFFF, 3},
-    {0xF8, 0xF0, 0x10000, 0x10FFFF, 4},
-};
 
 /// Reads one code point.
 /// \return The length of its sequence; 0 for one that is not valid.
 std::size_t readUtf8(std::string_view in, std::uint32_t& codePoint) {
-    const std::uint32_t lead = static_cast<unsigned char>(in[0]);
-    for (const SequenceForm& form : kForms) {
-        if ((lead & form.mask) != form.lead)
-            continue;
-        if (in.size() < form.length)
-            return 0;
-        codePoint = lead & ~form.mask;
-        for (std::size_t i = 1; i < form.length; ++i) {
-            const std::uint32_t next = static_cast<unsigned char>(in[i]);
-            if ((next & 0xC0) != 0x80)
-                return 0;
-            codePoint = codePoint << 6 | (next & 0x3F);
-        }
-        const bool isSurrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-        return codePoint >= form.lowest && codePoint <= form.highest && !isSurrogate ? form.length : 0;
+    const auto byte = [&](std::size_t i) {
+        return static_cast<std::uint32_t>(static_cast<unsigned char>(in[i]));
+    };
+    const auto isContinuation = [&](std::size_t i) { return (byte(i) & 0xC0) == 0x80; };
+    const auto bits = [&](std::size_t i) { return byte(i) & 0x3F; };
+    const std::uint32_t lead = byte(0);
+    if (lead <= 0x7F) {
+        codePoint = lead;
+        return 1;
     }
-    return 0;
+    if (lead < 0xE0) {
+        if (in.size() < 2 || !isContinuation(1))
+            return 0;
+        codePoint = (lead & 0x1F) << 6 | bits(1);
+        return lead >= 0xC2 ? 2 : 0; // the smaller ones repeat ASCII, or continue nothing
+    }
+    if (lead < 0xF0) {
+        if (in.size() < 3 || !isContinuation(1) || !isContinuation(2))
+            return 0;
+        codePoint = (lead & 0x0F) << 12 | bits(1) << 6 | bits(2);
+        const bool isSurrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
+        return codePoint >= 0x800 && !isSurrogate ? 3 : 0;
+    }
+    if (in.size() < 4 || !isContinuation(1) || !isContinuation(2) || !isContinuation(3))
+        return 0;
+    codePoint = (lead & 0x0F) << 18 | bits(1) << 12 | bits(2) << 6 | bits(3);
+    return codePoint >= 0x10000 && codePoint <= 0x10FFFF ? 4 : 0;
 }
 
 Utf16Unit* putUtf16(Utf16Unit* out, std::uint32_t codePoint) {
@@ -119,20 +118,48 @@ Utf16Unit* putUtf16(Utf16Unit* out, std::uint32_t codePoint) {
     return out;
 }
 
-/// The length in UTF-8, a little more where there are surrogates. Memory that is not needed costs more than counting.
+/// How many of 16 bytes are not 0, when the others are all 0xFF.
+std::size_t countSet(__m128i bytes) {
+    const __m128i halves = _mm_sad_epu8(_mm_sub_epi8(_mm_setzero_si128(), bytes), _mm_setzero_si128());
+    return static_cast<std::size_t>(_mm_cvtsi128_si64(halves) + _mm_extract_epi16(halves, 4));
+}
+
+/// The length in UTF-8, a little more where there are surrogates. Memory that is not needed costs more than
+/// counting.
 std::size_t mostUtf8(std::basic_string_view<Utf16Unit> wide) {
-    std::size_t size = wide.size();
-    for (const std::uint32_t unit : wide)
-        size += (unit > 0x7F ? 1u : 0u) + (unit > 0x7FF ? 1u : 0u);
+    std::size_t size = 3 * wide.size();
+    std::size_t read = 0;
+    for (; wide.size() - read >= kBlock; read += kBlock) {
+        const auto load = [&](std::size_t at) {
+            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(wide.data() + read + at));
+        };
+        for (const short limit : {short{0x7F}, short{0x7FF}}) {
+            const auto within = [&](__m128i units) {
+                return _mm_cmpeq_epi16(_mm_subs_epu16(units, _mm_set1_epi16(limit)), _mm_setzero_si128());
+            };
+            size -= countSet(_mm_packs_epi16(within(load(0)), within(load(8))));
+        }
+    }
+    for (; read < wide.size(); ++read)
+        size -= (wide[read] <= 0x7F ? 1u : 0u) + (wide[read] <= 0x7FF ? 1u : 0u);
     return size;
 }
 
 /// The length in UTF-16 of valid UTF-8; not less than the decoder writes for any other bytes.
 std::size_t mostUtf16(std::string_view narrow) {
-    std::size_t size = 0;
-    for (const char c : narrow) {
-        const auto byte = static_cast<unsigned char>(c);
-        size += ((byte & 0xC0) != 0x80 ? 1u : 0u) + (byte >= 0xF0 ? 1u : 0u);
+    constexpr signed char kFirstNotContinuation = -64, kFirstOfFour = -16;
+    std::size_t size = narrow.size();
+    std::size_t read = 0;
+    for (; narrow.size() - read >= kBlock; read += kBlock) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(narrow.data() + read));
+        const __m128i firstOfFour = _mm_set1_epi8(kFirstOfFour);
+        size -= countSet(_mm_cmplt_epi8(block, _mm_set1_epi8(kFirstNotContinuation)));
+        size += countSet(_mm_cmpeq_epi8(_mm_max_epu8(block, firstOfFour), block));
+    }
+    for (; read < narrow.size(); ++read) {
+        const auto byte = static_cast<signed char>(narrow[read]);
+        size -= byte < kFirstNotContinuation ? 1u : 0u;
+        size += byte >= kFirstOfFour && byte < 0 ? 1u : 0u;
     }
     return size;
 }
@@ -142,21 +169,17 @@ std::size_t mostUtf16(std::string_view narrow) {
 std::string utf16ToUtf8(std::basic_string_view<Utf16Unit> wide) {
     std::string narrow(mostUtf8(wide), '\0');
     char* out = narrow.data();
-    std::uint32_t pending = 0; // 0: no high surrogate is waiting for its second half
     for (std::size_t read = 0; read < wide.size();) {
-        const std::size_t plain = pending == 0 ? narrowAscii(wide.data() + read, wide.size() - read, out) : 0;
+        const std::size_t plain = narrowAscii(wide.data() + read, wide.size() - read, out);
         read += plain;
         out += plain;
         // What is left of a block, or the way to the next one.
-        for (const std::size_t end = std::min(read + kBlock, wide.size()); read < end; ++read) {
-            const std::uint32_t unit = wide[read];
-            if (isHighSurrogate(unit)) {
-                pending = 0x10000 + ((unit - 0xD800) << 10);
-                continue;
-            }
-            const bool isPair = pending != 0 && isLowSurrogate(unit);
-            out = putUtf8(out, isPair ? pending + (unit - 0xDC00) : unit);
-            pending = 0;
+        for (const std::size_t end = std::min(read + kBlock, wide.size()); read < end;) {
+            const std::uint32_t unit = wide[read++];
+            if (!isHighSurrogate(unit))
+                out = putUtf8(out, unit);
+            else if (read < wide.size() && isLowSurrogate(wide[read]))
+                out = putUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (wide[read++] - 0xDC00u));
         }
     }
     narrow.resize(static_cast<std::size_t>(out - narrow.data()));

@@ -18,7 +18,7 @@ DLL = prefix.BIN / "zelsyshelper.dll"
 FAMILIES = "files cipher text body events download tree raise load size counts".split()
 TITLES = ["path", "ours", "limit", "best alternative", "ours / limit", "ours / alternative", "goal", "met"]
 DOWNLOAD_SIZE = 200_000_000
-LARGEST_DLL = 350 * 1024
+LARGEST_DLL = 350_000
 SECONDS = 300  # a family that takes longer hangs
 
 
@@ -41,7 +41,7 @@ def run(results, program, *families, environment):
 
 def measure_size(results):
     size = DLL.stat().st_size
-    results.add("\t".join(["row", "size of the DLL, stripped", f"{size / 1024:.0f} KB", "", "", "", "", "under 350 KB",
+    results.add("\t".join(["row", "size of the DLL, stripped", f"{size / 1000:.0f} KB", "", "", "", "", "under 350 KB",
                            "yes" if size < LARGEST_DLL else "no"]))
 
 

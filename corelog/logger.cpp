@@ -2,6 +2,7 @@
 
 #include "corelog/log_file.h"
 #include "fs/config.h"
+#include "sys/mutex.h"
 #include "text/utf16.h"
 #include "win32/known_folders.h"
 
@@ -14,7 +15,7 @@ namespace {
 constexpr std::int32_t kDefaultLevel = 3;
 
 struct Settings {
-    std::mutex mutex;
+    sys::Mutex mutex;
     std::string name;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fs/config_format.h"
+#include "sys/mutex.h"
 
 #include <mutex>
 #include <optional>
@@ -66,7 +67,7 @@ protected:
 
     ConfigValues values;
     std::set<std::string> changedKeys;
-    mutable std::mutex lock; ///< Guards all of these.
+    mutable sys::Mutex lock; ///< Guards all of these.
     bool modified = false;
     std::wstring filePath;
 

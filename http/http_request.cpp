@@ -30,7 +30,7 @@ std::wstring lowered(const wchar_t* text, DWORD length) {
 std::wstring proxyName(const web::TNetProxy& proxy) {
     std::wstring name;
     text::codePageToUtf16(proxy.host, CP_ACP, name);
-    return name + L":" + std::to_wstring(proxy.port);
+    return name + L":" + text::decimal(proxy.port);
 }
 
 } // namespace

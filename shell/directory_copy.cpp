@@ -1,6 +1,7 @@
 #include "shell/directory_copy.h"
 
 #include "shell/path_identity.h"
+#include "text/wide.h"
 #include "win32/owner.h"
 
 #include <algorithm>
@@ -27,7 +28,7 @@ void tell(const wchar_t* line) {
 
 void fail(const wchar_t* work, DWORD error) {
     ++failures;
-    tell((std::wstring(L"error ") + work + L": " + std::to_wstring(static_cast<int>(error)) + L"\n").c_str());
+    tell((std::wstring(L"error ") + work + L": " + text::decimal(static_cast<int>(error)) + L"\n").c_str());
 }
 
 bool isLink(const WIN32_FIND_DATAW& entry) {

@@ -13,4 +13,7 @@ namespace text {
 /// \return The number of characters in \p wide.
 std::size_t codePageToUtf16(std::string_view narrow, unsigned codePage, std::wstring& wide);
 
+/// \brief A number in decimal digits.
+std::wstring decimal(int number);
+
 } // namespace text

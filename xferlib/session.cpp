@@ -1,5 +1,6 @@
 #include "xferlib/session.h"
 
+#include "sys/mutex.h"
 #include "win32/process.h"
 
 #include <mutex>
@@ -46,7 +47,7 @@ private:
 
     static constexpr wchar_t kUserAgent[] = L"zelsyshelper";
 
-    std::mutex mutex_;
+    sys::Mutex mutex_;
     std::wstring proxy_;
     Session session_;
 };

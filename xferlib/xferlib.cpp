@@ -1,6 +1,7 @@
 #include "xferlib/xferlib.h"
 
 #include "text/utf16.h"
+#include "text/wide.h"
 #include "xferlib/exchange.h"
 #include "xferlib/transfer_code.h"
 
@@ -25,7 +26,7 @@ std::wstring proxyAddress(const Request& request) {
         return {};
     const std::wstring host = text::utf8ToUtf16(request.proxyHost);
     const bool isBareIpv6 = host.find(L':') != host.npos && host.front() != L'[';
-    return (isBareIpv6 ? L"[" + host + L"]" : host) + L":" + std::to_wstring(request.proxyPort);
+    return (isBareIpv6 ? L"[" + host + L"]" : host) + L":" + text::decimal(request.proxyPort);
 }
 
 std::wstring headerLines(const Request& request) {

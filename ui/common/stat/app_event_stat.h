@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sys/mutex.h"
 #include "ui/common/stat/common_settings.h"
 #include "ui/common/stat/event_record.h"
 
@@ -45,7 +46,7 @@ private:
     std::optional<Post> makePost(const TEvent& event, std::uint32_t eventNumber);
     static void send(const Post& post);
 
-    std::mutex mutex_;
+    sys::Mutex mutex_;
     TSenderSettings settings_;
     std::uint32_t counter_ = 0;
     CEventRecord record_;

@@ -15,10 +15,14 @@ if(WIN32)
         $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZELSYS_KEEPS_SYMBOLS>>>:-s>
         -Wl,--dynamicbase,--high-entropy-va,--nxcompat
         -Wl,--no-insert-timestamp)
-elseif(ZELSYS_SANITIZE)
+elseif(ZELSYS_SANITIZE OR ZELSYS_FUZZ)
     target_compile_options(zelsys_options INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
     target_link_options(zelsys_options INTERFACE -fsanitize=address,undefined)
+    if(ZELSYS_FUZZ)
+        target_compile_options(zelsys_options INTERFACE -fsanitize=fuzzer-no-link)
+        target_compile_definitions(zelsys_options INTERFACE _GLIBCXX_ASSERTIONS)
+    endif()
 endif()
 
 # zelsys_folder(<target> <folder> [HOT] [PURE files...] [WINDOWS files...] [DEPENDS targets...])

@@ -11,6 +11,7 @@ packages=(
     g++-mingw-w64-x86-64-posix
     git
     googletest
+    libclang-rt-dev
     libgnutls30
     liblnk-utils
     libsimpleini-dev

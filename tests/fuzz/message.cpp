@@ -1,0 +1,27 @@
+// A message holds what was put into it, and any bytes can be taken for one.
+#include "fuzz.h"
+#include "ipc/message_format.h"
+
+#include <arpa/inet.h>
+
+void check(FuzzedDataProvider& input) {
+    const auto sender = input.ConsumeIntegral<std::uint32_t>();
+    const auto padding = input.ConsumeIntegralInRange<std::size_t>(0, ipc::kLargestMessage);
+    const std::string raw = input.ConsumeRemainingBytesAsString(), payload = raw + std::string(padding, 'x');
+    require(ipc::payloadOf(raw) == (raw.size() > 9 ? raw.substr(9) : ""));
+    const std::size_t length = payload.size() + 9;
+    require(ipc::fitsMessage(payload) == (length <= 65535));
+    if (length > 65535)
+        return;
+    std::vector<char> buffer(length); // no byte more, so that writing behind it is seen
+    require(ipc::writeMessage(sender, payload, buffer.data()) == length);
+    const std::uint32_t numbers[] = {htonl(static_cast<std::uint32_t>(length)), htonl(sender)};
+    require(buffer[0] == 1 && std::memcmp(&buffer[1], numbers, 8) == 0);
+
+    const std::string_view message(buffer.data(), length);
+    require(ipc::payloadOf(message) == payload);
+    std::uint32_t seen = ipc::senderOf(message);
+    for (const int bit : {8, 16, 24}) // a byte of 0x80 or more has taken one from the byte above it
+        seen += (sender >> (bit - 1) & 1) << bit;
+    require(seen == sender);
+}

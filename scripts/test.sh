@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests: the pure logic natively under sanitizers, the rest under Wine.
+# Builds everything and runs all tests: the pure logic natively under sanitizers, 10 seconds of each fuzzer, the rest
+# under Wine.
 # Arguments choose among the tests under Wine, for instance: scripts/test.sh -R events
 # A prefix that WINEPREFIX names is for tests only: they change its settings, and end what runs in it.
 set -euo pipefail
@@ -8,6 +9,7 @@ cd "$(dirname "$0")/.."
 scripts/build.sh
 cmake --preset sanitize >/dev/null
 cmake --build --preset sanitize
+scripts/fuzz.sh 10
 
 source scripts/wine.sh
 trap wine_stop EXIT

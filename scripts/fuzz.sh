@@ -24,7 +24,7 @@ run() {
     build/fuzz/bin/fuzz_"$fuzzer" -max_total_time="$seconds" -print_final_stats=1 \
         -artifact_prefix="build/fuzz/crashes/$fuzzer/" \
         "build/fuzz/corpus/$fuzzer" "tests/fuzz/corpus/$fuzzer" >"$log" 2>&1 || result=$?
-    number() { grep -aoP "$1\s*\K\d+" "$log" | tail -n 1; }
+    number() { grep -aoP "$1\s*\K\d+" "$log" | tail -n 1 | grep . || echo -; }
     local crash=none
     [ $result -eq 0 ] ||
         crash=$(grep -aoP 'Test unit written to \K.*' "$log" || echo "ended with $result, see $log")

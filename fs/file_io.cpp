@@ -41,20 +41,24 @@ int readFile(const std::wstring& path, std::string& contents) {
     Stream stream;
     if (const int status = openForReading(path, stream))
         return status;
-    if (_fseeki64(stream.get(), 0, SEEK_END) != 0)
-        return EIO;
-    const long long size = _ftelli64(stream.get());
-    if (size < 0 || _fseeki64(stream.get(), 0, SEEK_SET) != 0)
-        return EIO;
-    try {
-        contents.resize(static_cast<std::size_t>(size));
-    } catch (const std::exception&) {
-        return ENOMEM;
-    }
-    const std::size_t got = std::fread(contents.data(), 1, contents.size(), stream.get());
-    if (std::ferror(stream.get()) != 0)
-        return EIO;
-    contents.resize(got); // another process may have cut the file meanwhile
+    std::size_t size = 0, got = 0;
+    do { // once more where another process has made the file longer meanwhile: a part would end within a value
+        if (_fseeki64(stream.get(), 0, SEEK_END) != 0)
+            return EIO;
+        const long long end = _ftelli64(stream.get());
+        if (end < 0 || _fseeki64(stream.get(), 0, SEEK_SET) != 0)
+            return EIO;
+        size = static_cast<std::size_t>(end);
+        try {
+            contents.resize(size + 1);
+        } catch (const std::exception&) {
+            return ENOMEM;
+        }
+        got = std::fread(contents.data(), 1, contents.size(), stream.get());
+        if (std::ferror(stream.get()) != 0)
+            return EIO;
+    } while (got > size);
+    contents.resize(got); // it may have been cut, too
     return 0;
 }
 

@@ -249,8 +249,9 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  *
  * The file is read again and written whole: keys in ascending order, lines that are no key=value are dropped.
  * It is emptied and written in place: two calls for one file at the very same moment, also from different
- * processes, can lose one of the two changes or even all other keys. If the file exists but cannot be read,
- * its other keys are lost. A hidden file can be read but not written.
+ * processes, can lose one of the two changes or even all other keys, and can leave the rest of a longer line
+ * as a key of its own. A process that ends between emptying and writing leaves an empty file. If the file
+ * exists but cannot be read, its other keys are lost. A hidden file can be read but not written.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 when the file could be read before the change, else 0. This does not tell whether the change was

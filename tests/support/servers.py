@@ -89,4 +89,5 @@ def main(program):
         return result.returncode
 
 
-sys.exit(main(sys.argv[1]))
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1]))

@@ -1,0 +1,341 @@
+"""Soak, storm and kill tests of the built library; see scripts/soak.sh and docs/reliability.md."""
+
+import json
+import os
+import random
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+from collections import Counter, defaultdict
+from pathlib import Path
+from socket import SO_LINGER, SOL_SOCKET
+from urllib.parse import parse_qs
+
+ROOT = Path(__file__).parents[2]
+sys.path[:0] = [str(ROOT / "tools/loopback"), str(ROOT / "tests/support")]
+import prefix  # noqa: E402
+import servers  # noqa: E402
+from certificates import Authority  # noqa: E402
+from server import Reply, Server  # noqa: E402
+
+SHORT = "--short" in sys.argv
+SEED = 20
+STORM_SECONDS, SETS, EVENTS, KILLS = (15, 60, 500, 10) if SHORT else (600, 500, 10_000, 100)
+PROGRAM, HOST = prefix.BIN / "soak_storm.exe", prefix.BIN / "zelsyshelper-host.exe"
+OLD_LOG = prefix.LOG.with_name(prefix.LOG.name + ".1")
+KEYS = {b"k%d" % i for i in range(8)}
+LINE = re.compile(r"\S+Z (\d+) (\d+) \d (\S+) \S+:\d+ (.*)")
+rows, broken = [], []
+
+
+def row(what, figure):
+    rows.append((what, figure))
+    print(f"{what:50} {figure}", flush=True)
+
+
+def promise(holds, text):
+    if not holds:
+        broken.append(text)
+        print("BROKEN: " + text, flush=True)
+
+
+def counts(counter):
+    return ", ".join(f"{name}: {number}" for name, number in sorted(counter.items())) or "none"
+
+
+def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
+    """Starts a program; one of this test's own is waited for until it is about to begin."""
+    process = subprocess.Popen([prefix.WINE, str(program), *map(str, arguments)], stdin=stdin,
+                               stdout=subprocess.PIPE, encoding="utf-8")
+    promise(program != PROGRAM or process.stdout.readline() == "ready\n", f"{arguments} did not start")
+    return process
+
+
+def killed(longest, *arguments, **options):
+    process = start(*arguments, **options)
+    time.sleep(random.uniform(0, longest))
+    process.kill()
+    process.communicate()
+
+
+def storm(folder, pem):
+    files, host = Server(servers.answer), Server(lambda *_: Reply(body=b"ok"), pem)
+    prefix.set_proxy(host.port, Location="DE")
+    prefix.set_log_level(3)
+    result = prefix.run(PROGRAM, "storm", prefix.windows_path(folder / "storm"), str(STORM_SECONDS), "16", str(SEED),
+                        str(files.port), timeout=2 * STORM_SECONDS + 120)
+    files.close()
+    host.close()
+    lines = [line.split() for line in result.stdout.splitlines()]
+    calls = {line[1]: int(line[2]) for line in lines if line[:1] == ["call"]}
+    wrong = {line[1]: line[3] for line in lines if line[:1] == ["call"] and line[3] != "0"}
+    usage = [list(map(int, line[1:])) for line in lines if line[:1] == ["usage"]]
+    whole = result.returncode == 0 and len(usage) == 2 and len(calls) == 35 and min(calls.values()) > 0
+    promise(whole, f"the storm ended with {result.returncode}: {result.stdout[-500:]}")
+    if not whole:
+        return
+    promise(not wrong, f"results that are not defined: {wrong}")
+    row("storm: threads, seconds, exports, seed", f"16, {STORM_SECONDS}, {len(calls)}, {SEED}")
+    row("storm: calls; fewest, most of one export", f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}")
+    # These three leave a store behind at each call, by contract.
+    kept = sum(calls[name] for name in ("readProperty", "writeProperty", "checkProperty")) * 3 // 8
+    for name, before, after, most in zip(("handles", "KiB of heap blocks", "KiB of memory"), *usage,
+                                         (32, 64 + kept, 8192 + kept)):
+        promise(after - before <= most, f"{name} grew from {before} to {after}, by more than {most}")
+        row(f"storm: {name} before, after, most growth", f"{before}, {after}, {most}")
+
+
+def is_whole(value):
+    number = value.split(b".")[0]
+    return number.isdigit() and value == b"%s.%s.%s" % (number, b"x" * (int(number) * 7 % 90), number)
+
+
+def watch(path, is_over, seen, halves):
+    """Looks at the file as it stands until the writers have ended. Reading is not atomic under Linux: half a value
+    counts as written only where two looks in a row find it."""
+    before, file = [], os.open(path, os.O_RDONLY)
+    while not is_over():
+        lines = os.pread(file, 65536, 0).split(b"\n")
+        pairs = [line.partition(b"=")[::2] for line in lines if b"=" in line]
+        half = any(key in KEYS and not is_whole(value) for key, value in pairs)
+        seen["looks"] += 1
+        seen["empty"] += lines == [b""]
+        seen["rest of an older line"] += len(pairs) + 1 < len(lines) or not {key for key, _ in pairs} <= KEYS
+        seen["half a value"] += half
+        if half and lines == before:
+            halves.add(tuple(lines))
+        before = lines
+    os.close(file)
+
+
+def eight_processes(folder, _pem):
+    path, seen, totals, halves = folder / "eight.cfg", Counter(), Counter(), set()
+    path.touch()
+    writers = [start("set", prefix.windows_path(path), f"k{i}", SETS, stdin=subprocess.PIPE) for i in range(8)]
+    for writer in writers:  # all are there: now they begin
+        writer.stdin.close()
+    watcher = threading.Thread(target=watch, args=(path, lambda: all(w.poll() is not None for w in writers), seen, halves))
+    watcher.start()
+    for writer in writers:
+        numbers = re.findall(r"set (\d+) (\d+) (\d+)", writer.stdout.read())
+        promise(writer.wait() == 0 and len(numbers) == 1, "a writer did not end well")
+        totals.update(dict(zip(("lost", "absent", "half"), map(int, numbers[0]))))
+    watcher.join()
+    promise(len(halves) < 2 and totals["half"] < 2, f"half a value: {totals}, {seen}, {halves}")
+    row("8 processes: updates; lost before the process's next", f"{8 * SETS}; {totals['lost']}")
+    row("8 processes: other keys read: absent, half a value", f"{totals['absent']}, {totals['half']}")
+    row("8 processes: looks at the file from outside", counts(seen))
+    row("8 processes: half a value that stayed", str(len(halves)))
+    left = path.read_bytes()
+    value = prefix.host("property", "set", prefix.windows_path(path), "after", "1").returncode
+    promise(value == 0 and b"after=1\n" in path.read_bytes(), f"the file is of no use afterwards: {left}")
+
+
+# What the statistics host does with a post, in percent, and what the library must then log.
+CHAOS = {"200": (67.5, "ok"), "500": (15, "rejected"), "reset": (6, "curl"), "close": (4, "curl"), "short": (4, "curl"),
+         "garbage": (3, "curl"), "stall": (0.2, "curl"), "late": (0.3, "ok")}
+
+
+class Chaos:
+    def __init__(self):
+        self.arrivals, self.lock = defaultdict(list), threading.Lock()
+
+    def answer(self, request, handler):
+        event = int(json.loads(parse_qs(request.body.decode())["data"][0])["info"])
+        with self.lock:
+            attempt = len(self.arrivals[event])
+            chance = random.Random(f"{SEED} {event} {attempt}")
+            kind, = chance.choices(list(CHAOS), [weight for weight, _ in CHAOS.values()])
+            self.arrivals[event].append(kind)
+        if kind in ("200", "500"):
+            return Reply(int(kind), b"body")
+        if kind == "late":
+            time.sleep(2)
+            return Reply()
+        if kind == "reset":
+            handler.connection.setsockopt(SOL_SOCKET, SO_LINGER, struct.pack("ii", 1, 0))
+        pieces = {"short": servers.RAW["short"], "garbage": servers.RAW["garbage"], "stall": [b""] * 40}.get(kind, [])
+        return servers.write_slowly(handler, pieces)
+
+
+def clear_log():
+    for path in (prefix.LOG, OLD_LOG):
+        path.unlink(missing_ok=True)
+
+
+def logged():
+    """The outcomes of each event in the log, and the lines that are none."""
+    outcomes, current, odd = defaultdict(list), {}, 0
+    for path in (OLD_LOG, prefix.LOG):
+        for line in path.read_text(encoding="utf-8").splitlines() if path.exists() else ():
+            if not (found := LINE.fullmatch(line)):
+                odd += 1
+            elif found[3] == "AppEventStat":
+                outcomes[current.get(found[2])].append(found[4].removeprefix("stats::sendEvent").lstrip(": "))
+            elif begun := re.search(r"^Event Name: .* Info: (\d+) App Id", found[4]):
+                current[found[2]] = int(begun[1])
+    return outcomes, odd
+
+
+def chaotic_events(_folder, pem):
+    chaos = Chaos()
+    server = Server(chaos.answer, pem)
+    prefix.set_proxy(server.port, Location="DE")
+    prefix.set_log_level(7)
+    clear_log()
+    result = prefix.run(PROGRAM, "events", str(EVENTS), "16", timeout=900)
+    server.close()
+    outcomes, odd = logged()
+    promise(result.returncode == 0 and odd == 0, f"events ended with {result.returncode}, {odd} odd lines")
+    arrived, told, codes = Counter(), Counter(), Counter()
+    for event in range(1, EVENTS + 1):
+        kinds, told_of = chaos.arrivals[event], outcomes[event]
+        promise(len(told_of) == 1, f"event {event} has {len(told_of)} outcomes; {kinds}")
+        outcome = told_of[0] if told_of else ""
+        # Nothing but an answer of 400 and above lets the library send again.
+        promise(len(kinds) <= 2 and kinds[:-1] in ([], ["500"]), f"event {event} was sent again: {kinds}; {outcome}")
+        expected = CHAOS[kinds[-1]][1] if kinds else "curl"
+        promise(outcome.startswith(expected), f"event {event}: {kinds}, {outcome}")
+        arrived[len(kinds)] += 1
+        told[outcome.split()[0].rstrip(":")] += 1
+        if outcome.startswith("curl"):
+            codes[f"{outcome.split()[1]} after {kinds[-1] if kinds else 'nothing'}"] += 1
+    row("events: sent; arrived once, twice after 500, never", f"{EVENTS}; {arrived[1]}, {arrived[2]}, {arrived[0]}")
+    row("events: the log says ok, rejected, no answer", f"{told['ok']}, {told['rejected']}, {told['curl']}")
+    row("events: why no answer (transport code)", counts(codes))
+
+
+def kill_save(folder, _pem):
+    path, states = folder / "save.cfg", Counter()
+    others = b"".join(b"other%04d=%s\n" % (i, b"v" * 100) for i in range(500))
+    for _ in range(KILLS):
+        path.write_bytes(others)
+        killed(0.05, "set", prefix.windows_path(path), "k1", 0)
+        left = path.read_bytes()
+        rest = left[left.find(b"other"):]
+        states["whole" if rest == others else "cut" if left else "empty"] += 1
+        promise(others.startswith(rest), f"after the end of save: {left[:200]}")
+        prefix.host("property", "set", prefix.windows_path(path), "after", "1", check=True)
+        promise(path.read_bytes().startswith(b"after=1\n"), "the next start did not write")
+    row("kill in save: the file afterwards", counts(states))
+
+
+def kill_switches(_folder, _pem):
+    path, states = prefix.SETTINGS / "soak-kill.fx", Counter()
+    whole = sum(len(f"{i}=1\n") for i in range(50))
+    for _ in range(KILLS):
+        path.unlink(missing_ok=True)
+        killed(0.05, "switches", "soak-kill")
+        size = path.stat().st_size
+        states["whole" if size == whole else "cut" if size else "empty"] += 1
+        reads = prefix.host("property", "check", prefix.windows_path(path), "49", "--enciphered").returncode == 0
+        promise(size not in (0, whole) or reads == (size == whole), f"{size} bytes, but the last switch is {reads}")
+        prefix.host("switch", "on", "soak-kill", "after", check=True)
+        reads = prefix.host("property", "check", prefix.windows_path(path), "after", "--enciphered").returncode == 0
+        promise(reads and path.stat().st_size >= size, f"the next start left {path.stat().st_size} of {size} bytes")
+    path.unlink()
+    row("kill in enableFx: the file afterwards", counts(states))
+
+
+def kill_download(folder, _pem):
+    length, states = 30_000_000, Counter()
+    content, path, server = servers.pattern(length), folder / "big.bin", Server(servers.answer)
+    arguments = ("download", f"http://files.example/file/{length}/big.bin", "--folder", prefix.windows_path(folder),
+                 "--proxy", f"127.0.0.1:{server.port}")
+    for number in range(KILLS):
+        path.unlink(missing_ok=True)
+        killed(0.8, *arguments, program=HOST)
+        left = path.read_bytes() if path.exists() else None
+        states["no file" if left is None else "whole" if left == content else "a part" if left else "empty"] += 1
+        promise(left is None or content.startswith(left), "the part is not the beginning of the file")
+        if number % 5 == 0:
+            prefix.host(*arguments, check=True)
+            promise(path.read_bytes() == content, "the next start did not fetch the whole file")
+    server.close()
+    row("kill in a download: the file afterwards", counts(states))
+
+
+def kill_hand_over(_folder, _pem):
+    states, slowest = Counter(), 0
+    line = "2020-01-01T00:00:00.000Z 1 1 7 tag file.cpp:1 " + "t" * 450 + "\n"
+    before = line * (5_242_880 // len(line))
+    prefix.set_proxy(1)  # nobody listens there
+    prefix.set_log_level(7)
+    for _ in range(KILLS):
+        clear_log()
+        prefix.LOG.write_text(before)
+        killed(0.06, "events", 0, 1, 30_000)
+        new, old = prefix.LOG.read_text(), OLD_LOG.read_text() if OLD_LOG.exists() else None
+        handed = not new.startswith(before)
+        states["not begun" if old is None else "emptied" if handed else "copied" if old == before else "copy cut"] += 1
+        promise(not handed or old == before, "lines were lost in the hand-over")
+        begin = time.monotonic()
+        prefix.host("event", "--name", "n", "--info", "0", check=True)
+        slowest = max(slowest, time.monotonic() - begin)
+        outcomes, odd = logged()
+        promise(outcomes[0] and odd == 0 and OLD_LOG.read_text() == before, f"the next start: {dict(outcomes)}, {odd}")
+    row("kill in a hand-over of the log: its state", counts(states))
+    row("kill in a hand-over: the next event, slowest", f"{slowest:.1f} s")
+
+
+def kill_served(_folder, _pem):
+    results, slowest = Counter(), 0
+    for _ in range(KILLS // 2):
+        server = start("serve", "soak")
+        client = start("raise", "soak", program=HOST)
+        time.sleep(random.uniform(0, 0.4))
+        server.kill()
+        begin = time.monotonic()
+        server.communicate()
+        client.communicate(timeout=60)
+        slowest = max(slowest, time.monotonic() - begin)
+        results["answered" if client.returncode == 0 else "not answered"] += 1
+        promise(client.returncode in (0, 1), f"the client ended with {client.returncode}")
+        promise(prefix.host("raise", "soak").returncode == 1, "an instance is told that has gone")
+    row("kill in a served request: the client was", counts(results))
+    row("kill in a served request: the client's end, slowest", f"{slowest:.1f} s")
+
+
+def write_document():
+    path = ROOT / "docs/reliability.md"
+    begin, end = "<!-- soak -->\n", "<!-- end of soak -->\n"
+    before, rest = path.read_text(encoding="utf-8").split(begin)
+    table = "| what | figure |\n| --- | --- |\n" + "".join(f"| {what} | {figure} |\n" for what, figure in rows)
+    path.write_text(before + begin + table + end + rest.split(end)[1], encoding="utf-8")
+
+
+def main():
+    parts = [storm, eight_processes, chaotic_events, kill_save, kill_switches, kill_download, kill_hand_over, kill_served]
+    wanted = [argument for argument in sys.argv[1:] if argument not in ("--short", "--write")]
+    writes = "--write" in sys.argv
+    if not set(wanted) <= {part.__name__ for part in parts} or (writes and wanted):
+        raise SystemExit("usage: scripts/soak.sh [--short] [--write | NAME...]; names: "
+                         + " ".join(part.__name__ for part in parts))
+    random.seed(SEED)
+    # Wine knows the pipes of this computer under the name "." only.
+    prefix.run("reg.exe", "add", r"HKLM\System\CurrentControlSet\Control\ComputerName\ActiveComputerName",
+               "/v", "ComputerName", "/d", ".", "/f", check=True)
+    with tempfile.TemporaryDirectory() as name:
+        folder = Path(name)
+        authority = Authority(folder / "authority")
+        prefix.trust(authority)
+        pem = authority.issue("statistics.quenlith.example", "country.quenlith.example")
+        for part in parts:
+            begin = time.monotonic()
+            if not wanted or part.__name__ in wanted:
+                part(folder, pem)
+                print(f"{part.__name__}: {time.monotonic() - begin:.0f} s", file=sys.stderr, flush=True)
+    clear_log()
+    for path in (prefix.COMMON_CONFIG, prefix.LOGS / "Quenlith.cfg", prefix.SETTINGS / "soak.fx"):
+        path.unlink(missing_ok=True)
+    if writes and not broken:
+        write_document()
+    return 1 if broken else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

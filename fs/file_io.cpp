@@ -19,6 +19,7 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
 constexpr DWORD kLargestWrite = 1u << 30;
 constexpr std::size_t kPiece = 65'536; // bytes; larger blocks of memory cost more than the reading
+constexpr int kMostReads = 10;
 
 int openForReading(const std::wstring& path, Stream& stream) {
     std::FILE* opened = nullptr;
@@ -41,8 +42,10 @@ int readFile(const std::wstring& path, std::string& contents) {
     Stream stream;
     if (const int status = openForReading(path, stream))
         return status;
-    std::size_t size = 0, got = 0;
-    do { // once more where another process has made the file longer meanwhile: a part would end within a value
+    std::size_t size = 0, got = 1;
+    // Once more where another process has made the file longer meanwhile: a part would end within a value. Not without
+    // end, since somebody may append for ever.
+    for (int reads = 0; got > size && reads < kMostReads; ++reads) {
         if (_fseeki64(stream.get(), 0, SEEK_END) != 0)
             return EIO;
         const long long end = _ftelli64(stream.get());
@@ -57,7 +60,7 @@ int readFile(const std::wstring& path, std::string& contents) {
         got = std::fread(contents.data(), 1, contents.size(), stream.get());
         if (std::ferror(stream.get()) != 0)
             return EIO;
-    } while (got > size);
+    }
     contents.resize(got); // it may have been cut, too
     return 0;
 }

@@ -42,15 +42,17 @@ private:
 
 } // namespace
 
-unsigned long LogFile::open(const std::wstring& path) {
-    path_ = path;
-    file_.reset(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
-                            FILE_ATTRIBUTE_NORMAL, nullptr));
-    return file_ ? 0 : GetLastError();
+bool LogFile::open() {
+    if (!file_)
+        file_.reset(CreateFileW(path_.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+    return static_cast<bool>(file_);
 }
 
-void LogFile::append(std::string_view bytes) const {
+void LogFile::append(std::string_view bytes) {
+    if (!open())
+        return;
     const FileLock lock(file_.get());
     LARGE_INTEGER size;
     if (!lock || !GetFileSizeEx(file_.get(), &size))

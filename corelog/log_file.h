@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace CoreLog {
 
@@ -19,14 +20,17 @@ inline constexpr std::int64_t kLargestLog = 5'242'880; // bytes
 /// the appending and the hand-over.
 class LogFile {
 public:
-    /// \brief Opens the file, which is made when missing; its folder must exist.
-    /// \return 0 or a Windows error number.
-    unsigned long open(const std::wstring& path);
+    /// Does nothing yet: most pieces of work log no line, and opening a file is the dearest part of it.
+    explicit LogFile(std::wstring path) : path_(std::move(path)) {}
 
-    /// \brief Appends the bytes in one piece. They are dropped when somebody else keeps the lock for seconds.
-    void append(std::string_view bytes) const;
+    /// \brief Appends the bytes in one piece. The first call opens the file, which is made when missing; its
+    /// folder must exist.
+    ///
+    /// They are dropped when the file cannot be opened, or somebody else keeps the lock for seconds.
+    void append(std::string_view bytes);
 
 private:
+    bool open();
     bool handOver(bool must) const;
 
     std::wstring path_;

@@ -29,29 +29,37 @@ std::wstring settingsName() {
     return text::utf8ToUtf16(settings().name);
 }
 
+/// \return Where the logs lie. Kept once found, since asking the shell takes longer than writing a line.
+std::wstring folderOfLogs() {
+    static sys::Mutex mutex;
+    static std::wstring found;
+    const std::lock_guard guard(mutex);
+    if (found.empty())
+        found = win32::logsFolder({}); // a problem with it has no log to go to yet
+    return found;
+}
+
+std::int32_t readThreshold(const std::wstring& path) {
+    fs::CConfig config(path);
+    config.load(); // without a file the default holds
+    const std::string level = config.getValue("Level", {});
+    char* end = nullptr;
+    const long number = std::strtol(level.c_str(), &end, 10);
+    return end != level.c_str() ? number : kDefaultLevel;
+}
+
 class CLogger final : public ILogger {
 public:
+    explicit CLogger(const std::wstring& pathWithoutExtension)
+        : file_(pathWithoutExtension + L".log"), threshold_(readThreshold(pathWithoutExtension + L".cfg")) {}
+
     void release() override { delete this; }
     std::int32_t threshold() const override { return threshold_; }
     void write(std::string_view line) override { file_.append(line); }
 
-    unsigned long open(const std::wstring& pathWithoutExtension) {
-        const unsigned long error = file_.open(pathWithoutExtension + L".log");
-        if (error == 0) {
-            fs::CConfig config(pathWithoutExtension + L".cfg");
-            config.load(); // without a file the default holds
-            const std::string level = config.getValue("Level", {});
-            char* end = nullptr;
-            const long number = std::strtol(level.c_str(), &end, 10);
-            if (end != level.c_str())
-                threshold_ = number;
-        }
-        return error;
-    }
-
 private:
     LogFile file_;
-    std::int32_t threshold_ = kDefaultLevel;
+    std::int32_t threshold_;
 };
 
 } // namespace
@@ -64,16 +72,12 @@ void setSettingsName(std::string_view name) {
 int createLogger(LoggerSlot& slot) noexcept {
     slot.reset();
     try {
-        // A problem with the folder has no log to go to yet; the current directory serves then.
-        std::wstring folder = win32::logsFolder({});
+        std::wstring folder = folderOfLogs();
         if (folder.empty())
             folder = L".";
-        else
-            CreateDirectoryW(folder.c_str(), nullptr);
-        auto logger = std::make_unique<CLogger>();
-        if (const unsigned long error = logger->open(win32::joinPath(folder, settingsName())))
-            return static_cast<int>(error);
-        slot.reset(logger.release());
+        else if (!CreateDirectoryW(folder.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
+            return static_cast<int>(GetLastError());
+        slot.reset(new CLogger(win32::joinPath(folder, settingsName())));
         return 0;
     } catch (...) {
         return ERROR_OUTOFMEMORY;

@@ -12,7 +12,7 @@ void setSettingsName(std::string_view name);
 
 /// \brief Writes lines to the suite's log file. Obtained from `createLogger` for one piece of work.
 ///
-/// Threads and processes may log to one file at the same time. No line is torn, and none is lost unless
+/// Threads and processes may log to one file at the same time, each with a logger of its own. No line is torn, and none is lost unless
 /// another process keeps the file locked for seconds.
 class ILogger {
 public:
@@ -36,11 +36,12 @@ struct LoggerRelease {
 /// Holds a logger, or null where logging is not available.
 using LoggerSlot = std::unique_ptr<ILogger, LoggerRelease>;
 
-/// \brief Opens the log file <roaming data>\\logs\\<settings name>.log, which is made when missing.
+/// \brief Gets a logger for <roaming data>\\logs\\<settings name>.log. The folder is made when missing, the file
+/// with the first line.
 ///
 /// The threshold is the value of the key "Level" in <settings name>.cfg beside it, 3 by default.
 /// \param[in,out] slot What it holds is released first; null afterwards when the call fails.
-/// \return 0, or a Windows error number when the file cannot be opened.
+/// \return 0, or a Windows error number when there is no folder for the file.
 int createLogger(LoggerSlot& slot) noexcept;
 
 } // namespace CoreLog

@@ -16,6 +16,11 @@ public:
     void lock() { AcquireSRWLockExclusive(&lock_); }
     void unlock() { ReleaseSRWLockExclusive(&lock_); }
 
+    /// \brief Lets go of it until `condition` is woken or the time is over, or for no reason at all.
+    void sleep(CONDITION_VARIABLE& condition, DWORD milliseconds) {
+        SleepConditionVariableSRW(&condition, &lock_, milliseconds, 0);
+    }
+
 private:
     SRWLOCK lock_ = SRWLOCK_INIT;
 };

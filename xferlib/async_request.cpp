@@ -1,23 +1,20 @@
 #include "xferlib/async_request.h"
 
+#include "sys/signal.h"
 #include "win32/process.h"
 
 namespace xferlib {
 namespace {
 
 constexpr DWORD kReadSize = 64 * 1024;
-constexpr DWORD kCloseTime = 1000; // milliseconds
-
-win32::KernelHandle makeEvent() {
-    return win32::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-}
+constexpr ULONGLONG kCloseTime = 1000; // milliseconds
 
 } // namespace
 
 /// What WinHTTP's threads use. A reference to it hangs on the request handle until the handle is gone.
 struct AsyncRequest::State {
-    win32::KernelHandle stepOver = makeEvent();
-    win32::KernelHandle closed = makeEvent();
+    sys::Signal stepOver;
+    sys::Signal closed;
     DWORD error = 0;
     DWORD count = 0;
     std::wstring headers;
@@ -32,8 +29,7 @@ AsyncRequest::AsyncRequest(win32::WinHttpHandle request, const Deadline& deadlin
     auto state = std::make_shared<State>();
     auto reference = std::make_unique<std::shared_ptr<State>>(state);
     context_ = reinterpret_cast<DWORD_PTR>(reference.get());
-    if (!state->stepOver || !state->closed ||
-        WinHttpSetStatusCallback(request_.get(), onStatus,
+    if (WinHttpSetStatusCallback(request_.get(), onStatus,
                                  WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES,
                                  0) == WINHTTP_INVALID_STATUS_CALLBACK)
         return;
@@ -47,7 +43,7 @@ AsyncRequest::~AsyncRequest() {
     request_.reset();
     // Once the handle is gone nothing calls back, and the library may be unloaded. Should WinHTTP hold on to
     // it, the library has to stay.
-    if (state_ != nullptr && WaitForSingleObject(state_->closed.get(), kCloseTime) != WAIT_OBJECT_0)
+    if (state_ != nullptr && !state_->closed.wait(kCloseTime))
         win32::pinModule();
 }
 
@@ -87,8 +83,8 @@ DWORD AsyncRequest::wait(Call call) {
         return ERROR_WINHTTP_TIMEOUT;
     if (!call())
         return GetLastError();
-    const DWORD over = WaitForSingleObject(state.stepOver.get(), static_cast<DWORD>(deadline_.remaining()));
-    return over == WAIT_OBJECT_0 ? state.error : ERROR_WINHTTP_TIMEOUT;
+    return state.stepOver.wait(static_cast<ULONGLONG>(deadline_.remaining())) ? state.error
+                                                                              : ERROR_WINHTTP_TIMEOUT;
 }
 
 void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status, void* information,
@@ -108,13 +104,13 @@ void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status,
         state.error = static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError;
         break;
     case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
-        SetEvent(state.closed.get());
+        state.closed.set();
         delete reference;
         return;
     default:
         return;
     }
-    SetEvent(state.stepOver.get());
+    state.stepOver.set();
 }
 
 } // namespace xferlib

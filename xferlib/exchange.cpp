@@ -119,19 +119,22 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
 }
 
 TransferCode readBody(AsyncRequest& request, Response& response) {
+    if (response.status == kStatusNoContent || response.status == kStatusNotModified)
+        return kOk;
     std::string& body = response.body;
-    for (std::size_t had = 0;; had = body.size()) {
+    const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
+    // A body of the announced length is known to be over, which saves asking.
+    while (!announced || body.size() < *announced) {
+        const std::size_t had = body.size();
         if (const DWORD error = request.readPart(body))
             return transferCode(error, kReceiveFailed);
         if (body.size() > kLargestBody)
             return kBodyTooLarge;
+        // A connection that ends too early looks like the end of the body.
         if (body.size() == had)
-            break;
+            return announced ? kPartialBody : kOk;
     }
-    // A connection that ends too early looks like the end of the body otherwise.
-    const bool hasBody = response.status != kStatusNoContent && response.status != kStatusNotModified;
-    const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
-    return hasBody && announced && body.size() < *announced ? kPartialBody : kOk;
+    return kOk;
 }
 
 bool isRedirect(std::int32_t status) {

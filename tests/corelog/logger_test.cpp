@@ -1,6 +1,7 @@
 #include "corelog/log_file.h"
 #include "corelog/log_message.h"
 #include "support/files.h"
+#include "support/seam.h"
 #include "win32/known_folders.h"
 
 #include <process.h>
@@ -12,6 +13,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+ZELSYS_SEAM(L"kernel32.dll", CreateDirectoryW)
 
 namespace {
 
@@ -58,13 +61,16 @@ TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
     }
 }
 
-TEST_F(Logger, FileThatCannotBeOpenedIsAnErrorAndNothingMore) {
+TEST_F(Logger, FolderThatCannotBeMadeIsAnErrorAndAFileThatCannotBeOpenedNoHarm) {
     CoreLog::LoggerSlot logger;
-    ASSERT_EQ(CoreLog::createLogger(logger), 0);
     CoreLog::setSettingsName("no\\such\\folder");
-    EXPECT_EQ(CoreLog::createLogger(logger), ERROR_PATH_NOT_FOUND);
+    ASSERT_EQ(CoreLog::createLogger(logger), 0);
+    CoreLog::CLogMsgMultibyte(logger.get(), 3, "tag", "file", 1) << "lost";
+    CreateDirectoryWSeam::failWith(ERROR_ACCESS_DENIED);
+    EXPECT_EQ(CoreLog::createLogger(logger), ERROR_ACCESS_DENIED);
     EXPECT_EQ(logger, nullptr) << "the logger that was there is released";
     CoreLog::CLogMsgMultibyte(logger.get(), 3, "tag", "file", 1) << "no harm";
+    testing_support::restoreSeams();
 }
 
 std::string lineOf(const std::string& writer, int number) {
@@ -73,8 +79,7 @@ std::string lineOf(const std::string& writer, int number) {
 }
 
 void writeLines(const std::wstring& path, const std::string& writer) {
-    CoreLog::LogFile file;
-    ASSERT_EQ(file.open(path), 0u);
+    CoreLog::LogFile file(path);
     for (int i = 0; i < kLinesPerWriter; ++i)
         file.append(lineOf(writer, i) + "\n");
 }

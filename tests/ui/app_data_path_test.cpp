@@ -36,8 +36,11 @@ TEST(AppDataPath, WithoutTheShellItIsTheCurrentDirectoryAndOneLineOfLog) {
     const testing_support::TemporaryFolder folder;
     SetCurrentDirectoryW((folder / L"").c_str());
     CoreLog::setSettingsName("PathTest");
+    CoreLog::LoggerSlot logger;
+    ASSERT_EQ(CoreLog::createLogger(logger), 0); // the log keeps its folder, and has one therefore below
+    const std::wstring log = win32::logsFolder({}) + L"\\PathTest.log";
     const auto problem = [&](HMODULE shell, DWORD error) {
-        DeleteFileW((folder / L"PathTest.log").c_str());
+        DeleteFileW(log.c_str());
         LoadLibraryExASeam::fake = [=](LPCSTR name, HANDLE file, DWORD flags) {
             if (std::string(name) != "shell32.dll")
                 return LoadLibraryExASeam::real(name, file, flags);
@@ -45,10 +48,9 @@ TEST(AppDataPath, WithoutTheShellItIsTheCurrentDirectoryAndOneLineOfLog) {
             return shell;
         };
         EXPECT_EQ(applicationDataPath(DataPathKind::settings, 2), L".");
-        // The current directory serves for the log too, since its folder cannot be found either.
-        const std::string log = testing_support::readBytes(folder / L"PathTest.log");
-        EXPECT_EQ(std::ranges::count(log, '\n'), 1);
-        return log.substr(log.find(".cpp:") + 1);
+        const std::string lines = testing_support::readBytes(log);
+        EXPECT_EQ(std::ranges::count(lines, '\n'), 1);
+        return lines.substr(lines.find(".cpp:") + 1);
     };
     EXPECT_TRUE(problem(nullptr, 126).ends_with(" Couldn't load dllshell32.dll | err =126\n"));
     EXPECT_TRUE(

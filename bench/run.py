@@ -73,11 +73,14 @@ def measure(families):
     with tempfile.TemporaryDirectory(dir=memory if memory.is_dir() else None) as name:
         folder = Path(name)
         authority = Authority(folder / "authority")
-        events = Server(lambda *_: Reply(body=b"ok"), authority.issue("statistics.quenlith.example"))
-        events.RequestHandlerClass = prompt(events.RequestHandlerClass)
+        certificate = authority.issue("statistics.quenlith.example")
+        events, fresh = (Server(lambda *_: Reply(body=b"ok"), certificate) for _ in range(2))
+        for server in (events, fresh):
+            server.RequestHandlerClass = prompt(server.RequestHandlerClass)
         files = FileServer(folder / "content", DOWNLOAD_SIZE)
         prepare_prefix(authority, events.port)
         environment = {"BENCH_FOLDER": prefix.windows_path(folder), "BENCH_PORT_EVENTS": str(events.port),
+                       "BENCH_PORT_FRESH": str(fresh.port),
                        "BENCH_PORT_DOWNLOAD": str(files.port), "BENCH_DOWNLOAD_SIZE": str(DOWNLOAD_SIZE)}
         for family in families:
             begin = time.monotonic()
@@ -87,8 +90,8 @@ def measure(families):
                 program = "load_bench.exe" if family == "load" else "bench.exe"
                 run(results, program, family, environment=environment)
             print(f"{family}: {time.monotonic() - begin:.0f} s", file=sys.stderr, flush=True)
-        events.close()
-        files.close()
+        for server in (events, fresh, files):
+            server.close()
     return results
 
 

@@ -18,13 +18,25 @@ struct Call {
 
 /// Functions that stay within the process and cost next to nothing.
 bool isLight(const std::string& function) {
-    constexpr const char* kLight[] = {
-        "EnterCriticalSection", "LeaveCriticalSection", "TryEnterCriticalSection",
-        "GetLastError",         "SetLastError",         "TlsGetValue",
-        "TlsSetValue",          "GetCurrentThreadId",   "GetCurrentProcessId",
-        "GetCurrentProcess",    "GetCurrentThread",     "GetProcAddress",
-        "GetTickCount"};
-    return std::ranges::find(kLight, function) != std::end(kLight);
+    constexpr const char* kLight[] = {"EnterCriticalSection",
+                                      "LeaveCriticalSection",
+                                      "TryEnterCriticalSection",
+                                      "GetLastError",
+                                      "SetLastError",
+                                      "TlsGetValue",
+                                      "TlsSetValue",
+                                      "GetCurrentThreadId",
+                                      "GetCurrentProcessId",
+                                      "GetCurrentProcess",
+                                      "GetCurrentThread",
+                                      "GetProcAddress",
+                                      "GetTickCount",
+                                      "GetTickCount64",
+                                      "QueryPerformanceCounter",
+                                      "WakeConditionVariable",
+                                      "QueryPerformanceFrequency"};
+    return function.find("SRWLock") != function.npos ||
+           std::ranges::find(kLight, function) != std::end(kLight);
 }
 
 void report(const char* name, const std::vector<bench::ImportCounter::Calls>& calls) {
@@ -64,7 +76,7 @@ std::vector<Call> callsToCount(const std::wstring& folder) {
 
     static wchar_t text[256];
     static std::uint8_t flag;
-    static std::uint32_t number;
+    static std::uint32_t number, other;
     return {
         {"getValueFromPropertyFile", [] { getValueFromPropertyFile(plain.c_str(), "Setting20", text, 256); }},
         {"getIntFromPropertyFile", [] { getIntFromPropertyFile(plain.c_str(), "Setting20"); }},
@@ -79,10 +91,25 @@ std::vector<Call> callsToCount(const std::wstring& folder) {
         {"enableFx", [] { enableFx(L"bench.fx", "switch", 1); }},
         {"clearFx", [] { clearFx(L"bench.fx"); }},
         {"parseTestDefAndDecideAdvType", [] { parseTestDefAndDecideAdvType("A70 B30", &flag); }},
-        {"getDownloadFileProgress", [] { getDownloadFileProgress(&number); }},
+        {"startDownloadFile of no host, stopDownloadFile",
+         [] { startDownloadFile(L"", 0, L"", L"", L"none", L"C:\\"), stopDownloadFile(); }},
+        {"getDownloadFileProgress, like the other four", [] { getDownloadFileProgress(&number); }},
         {"getOsVersion", [] { getOsVersion(text); }},
         {"isModuleLoaded", [] { isModuleLoaded("absent.exe"); }},
+        {"installService, no path", [] { installService(L""); }},
+        {"isServiceInstalled, no", [] { isServiceInstalled(&flag); }},
+        {"startService, not there", [] { startService(); }},
+        {"stopService, not there", [] { stopService(); }},
+        {"stopSystemService, not there", [] { stopSystemService(L"AbsentService"); }},
+        {"uninstallService, not there", [] { uninstallService(); }},
+        {"updateService, not there", [] { updateService(); }},
         {"isServicePresent", [] { isServicePresent(L"AbsentService"); }},
+        {"assignShellFolderViewOptions, no window",
+         [] { assignShellFolderViewOptions(L"C:\\", &number, nullptr, nullptr, &other, &other); }},
+        {"retrieveShellFolderViewOptions, no window",
+         [] { retrieveShellFolderViewOptions(L"C:\\", &number, nullptr, nullptr, &other, &other); }},
+        {"createShellLink",
+         [] { createShellLink(L"C:\\x.exe", (plain + L".lnk").c_str(), L"x", &number, &other); }},
         {"copyDirEx, one file in a folder", [] { copyDirEx(from.c_str(), to.c_str()); }},
         {"zelChromeExtWasDeleted", [] { zelChromeExtWasDeleted(); }},
         {"bringRuningAppToTop, none runs", [] { bringRuningAppToTop("absent"); }},

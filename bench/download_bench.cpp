@@ -69,9 +69,9 @@ bool ours() {
         return false;
     std::uint8_t isOver = 0;
     for (isDownloadFileCompleted(&isOver); isOver == 0; isDownloadFileCompleted(&isOver)) {
-        Sleep(1);
+        Sleep(10); // asking more often would cost what is to be measured
         static unsigned polls = 0;
-        if (++polls % 32 == 0)
+        if (++polls % 4 == 0)
             peak = std::max(peak, workingSet());
     }
     std::uint32_t error = 0, stage = 0, status = 0;

@@ -75,6 +75,9 @@ void ImportCounter::replace(const std::string& library, const std::string& funct
 }
 
 void* ImportCounter::add(const std::string& library, const std::string& function, void* target) {
+    for (const Entry& entry : entries_)
+        if (entry.thunk->target == target)
+            return entry.thunk; // it was looked up before
     require(entries_.size() < kMostThunks, "too many imports");
     Thunk* const thunk = new (thunks_ + entries_.size()) Thunk{.target = target};
     entries_.push_back({library, function, thunk});

@@ -9,6 +9,7 @@ namespace text {
 namespace {
 
 constexpr std::size_t kBlock = 16; // bytes that are looked at together
+constexpr std::size_t kOtherScript = 16 * kBlock;
 
 bool isHighSurrogate(std::uint32_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
@@ -169,18 +170,25 @@ std::size_t mostUtf16(std::string_view narrow) {
 std::string utf16ToUtf8(std::basic_string_view<Utf16Unit> wide) {
     std::string narrow(mostUtf8(wide), '\0');
     char* out = narrow.data();
+    std::size_t stretch = kBlock;
     for (std::size_t read = 0; read < wide.size();) {
         const std::size_t plain = narrowAscii(wide.data() + read, wide.size() - read, out);
         read += plain;
         out += plain;
         // What is left of a block, or the way to the next one.
-        for (const std::size_t end = std::min(read + kBlock, wide.size()); read < end;) {
+        const std::size_t begin = read;
+        const char* const beginOut = out;
+        for (const std::size_t end = std::min(read + stretch, wide.size()); read < end;) {
             const std::uint32_t unit = wide[read++];
             if (!isHighSurrogate(unit))
                 out = putUtf8(out, unit);
             else if (read < wide.size() && isLowSurrogate(wide[read]))
                 out = putUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (wide[read++] - 0xDC00u));
         }
+        // In other scripts no block of ASCII is to be expected soon, and looking for one makes the branches above
+        // hard to foresee.
+        const bool isOtherScript = static_cast<std::size_t>(out - beginOut) > (read - begin) * 3 / 2;
+        stretch = isOtherScript ? kOtherScript : kBlock;
     }
     narrow.resize(static_cast<std::size_t>(out - narrow.data()));
     return narrow;

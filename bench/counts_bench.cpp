@@ -2,8 +2,8 @@
 
 #include "bench/benchmarks.h"
 #include "bench/harness.h"
-#include "bench/import_counter.h"
 #include "bench/windows_file.h"
+#include "tools/imports/import_hooks.h"
 #include "zelsyshelper.h"
 
 #include <algorithm>
@@ -39,7 +39,7 @@ bool isLight(const std::string& function) {
            std::ranges::find(kLight, function) != std::end(kLight);
 }
 
-void report(const char* name, const std::vector<bench::ImportCounter::Calls>& calls) {
+void report(const char* name, const std::vector<imports::Hooks::Calls>& calls) {
     std::uint64_t allocations = 0, total = 0;
     std::string names;
     for (const auto& call : calls) {
@@ -121,7 +121,7 @@ std::vector<Call> callsToCount(const std::wstring& folder) {
 } // namespace
 
 void benchCounts() {
-    bench::ImportCounter counter(GetModuleHandleW(L"zelsyshelper.dll"));
+    imports::Hooks counter(GetModuleHandleW(L"zelsyshelper.dll"));
     for (const Call& call : callsToCount(bench::setting(L"BENCH_FOLDER"))) {
         call.run(); // what the first call makes for all later ones does not count
         counter.clear();

@@ -33,11 +33,14 @@ void makeFolder(const std::wstring& folder) {
         SHCreateDirectory(nullptr, folder.c_str()); // a failure shows when the file cannot be made
 }
 
+win32::KernelHandle makeEvent() {
+    return win32::KernelHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+}
+
 } // namespace
 
 CHttpDownloadFile::CHttpDownloadFile()
-    : ready_(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
-      done_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
+    : ready_(makeEvent()), done_(makeEvent()) {
     // A job that never ran counts as ready and done.
     SetEvent(ready_.get());
     SetEvent(done_.get());
@@ -67,6 +70,8 @@ std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::o
     transfer_.clearProgress();
     stopping_.set(false);
 
+    if (!ready_) // there may be resources for it now
+        ready_ = makeEvent();
     if (!ready_)
         return refuse(ERROR_INVALID_ENVIRONMENT, kJobStageReady);
     if (!ResetEvent(ready_.get()))

@@ -25,6 +25,11 @@ BaseThread::~BaseThread() {
 std::uint32_t BaseThread::Start() {
     if (function_ == nullptr)
         return ERROR_INVALID_PARAMETER;
+    for (auto* event : {&started_, &finished_})
+        if (!*event) // there may be resources for it now
+            *event = makeEvent();
+    if (!started_ || !finished_)
+        return ERROR_BAD_ENVIRONMENT;
     if (isRunning())
         return ERROR_BUSY;
     wait(INFINITE); // a thread that has only its way out before it is not busy

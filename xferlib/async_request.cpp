@@ -7,14 +7,14 @@ namespace xferlib {
 namespace {
 
 constexpr DWORD kReadSize = 64 * 1024;
-constexpr ULONGLONG kCloseTime = 1000; // milliseconds
+constexpr DWORD kCloseTime = 1000; // milliseconds
 
 } // namespace
 
-/// What WinHTTP's threads use. A reference to it hangs on the request handle until the handle is gone.
+/// What WinHTTP's threads use until the request handle is gone.
 struct AsyncRequest::State {
     sys::Signal stepOver;
-    sys::Signal closed;
+    win32::KernelHandle closed{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     DWORD error = 0;
     DWORD count = 0;
     std::wstring headers;
@@ -26,25 +26,26 @@ AsyncRequest::AsyncRequest(win32::WinHttpHandle request, const Deadline& deadlin
     : deadline_(deadline), request_(std::move(request)) {
     if (!request_)
         return;
-    auto state = std::make_shared<State>();
-    auto reference = std::make_unique<std::shared_ptr<State>>(state);
-    context_ = reinterpret_cast<DWORD_PTR>(reference.get());
-    if (WinHttpSetStatusCallback(request_.get(), onStatus,
+    auto state = std::make_unique<State>();
+    context_ = reinterpret_cast<DWORD_PTR>(state.get());
+    // The callback comes last: once it is set, it must be waited for.
+    if (!state->closed ||
+        !WinHttpSetOption(request_.get(), WINHTTP_OPTION_CONTEXT_VALUE, &context_, sizeof context_) ||
+        WinHttpSetStatusCallback(request_.get(), onStatus,
                                  WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES,
                                  0) == WINHTTP_INVALID_STATUS_CALLBACK)
         return;
-    if (!WinHttpSetOption(request_.get(), WINHTTP_OPTION_CONTEXT_VALUE, &context_, sizeof context_))
-        return;
-    static_cast<void>(reference.release()); // deleted when the handle is gone
     state_ = std::move(state);
 }
 
 AsyncRequest::~AsyncRequest() {
     request_.reset();
     // Once the handle is gone nothing calls back, and the library may be unloaded. Should WinHTTP hold on to
-    // it, the library has to stay.
-    if (state_ != nullptr && !state_->closed.wait(kCloseTime))
+    // it, the library has to stay, and so has what a step may still write to.
+    if (state_ != nullptr && WaitForSingleObject(state_->closed.get(), kCloseTime) != WAIT_OBJECT_0) {
         win32::pinModule();
+        static_cast<void>(state_.release());
+    }
 }
 
 DWORD AsyncRequest::send(const std::wstring& headers, const std::string& body) {
@@ -91,8 +92,7 @@ void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status,
                                      DWORD length) {
     if (context == 0)
         return;
-    auto* reference = reinterpret_cast<std::shared_ptr<State>*>(context);
-    State& state = **reference;
+    State& state = *reinterpret_cast<State*>(context);
     switch (status) {
     case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
     case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
@@ -104,8 +104,9 @@ void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status,
         state.error = static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError;
         break;
     case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
-        state.closed.set();
-        delete reference;
+        // An event of the system, and as the last thing: compiled to a jump, it leaves no code of the library for
+        // this thread to come back to while the library is being unloaded.
+        SetEvent(state.closed.get());
         return;
     default:
         return;

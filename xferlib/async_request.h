@@ -46,7 +46,7 @@ private:
                                   DWORD length);
 
     const Deadline& deadline_;
-    std::shared_ptr<State> state_;
+    std::unique_ptr<State> state_;
     DWORD_PTR context_ = 0;
     win32::WinHttpHandle request_;
 };

@@ -101,8 +101,8 @@ std::int32_t init() {
 }
 
 Response fetch(const Request& request) {
-    const Deadline deadline(std::chrono::milliseconds(
-        milliseconds(request.timeoutSeconds > 0 ? request.timeoutSeconds : kDefaultTimeoutSeconds)));
+    const Deadline deadline(
+        milliseconds(request.timeoutSeconds > 0 ? request.timeoutSeconds : kDefaultTimeoutSeconds));
     const std::wstring headers = headerLines(request);
     Response response;
     for (std::int32_t attempts = 0; attempts == 0 || attempts < request.attempts; ++attempts) {

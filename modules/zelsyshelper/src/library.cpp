@@ -1,8 +1,5 @@
 #include "corelog/logger.h"
 
-#include <cstdlib>
-#include <exception>
-
 namespace {
 
 /// The only thing that happens at load. It stores a name and touches neither disk nor other DLLs.
@@ -12,11 +9,3 @@ namespace {
 }();
 
 } // namespace
-
-#if defined(__GLIBCXX__)
-/// Takes the place of the runtime's own, which prints the name of the exception: nobody would see it, and it brings
-/// 50 KB of code for that.
-void __gnu_cxx::__verbose_terminate_handler() {
-    std::abort();
-}
-#endif

@@ -1,7 +1,6 @@
 """Runs the benchmarks beside the servers that they need, and lays out what they print."""
 
 import os
-import socket
 import sys
 import tempfile
 import time
@@ -45,19 +44,6 @@ def measure_size(results):
                            "yes" if size < LARGEST_DLL else "no"]))
 
 
-def prompt(handler):
-    """Keeps the delays of small packets out: they are longer than all else that a request costs."""
-    class Prompt(handler):
-        disable_nagle_algorithm = True
-
-        def handle_one_request(self):
-            # A client that sends headers and body apart waits with the body until the headers are acknowledged.
-            self.connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)
-            super().handle_one_request()
-
-    return Prompt
-
-
 def prepare_prefix(authority, port):
     prefix.trust(authority)
     prefix.set_proxy(port, Location="DE")  # a known country saves the lookup
@@ -75,8 +61,6 @@ def measure(families):
         authority = Authority(folder / "authority")
         certificate = authority.issue("statistics.quenlith.example")
         events, fresh = (Server(lambda *_: Reply(body=b"ok"), certificate) for _ in range(2))
-        for server in (events, fresh):
-            server.RequestHandlerClass = prompt(server.RequestHandlerClass)
         files = FileServer(folder / "content", DOWNLOAD_SIZE)
         prepare_prefix(authority, events.port)
         environment = {"BENCH_FOLDER": prefix.windows_path(folder), "BENCH_PORT_EVENTS": str(events.port),

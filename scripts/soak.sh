@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh
 [ -f build/build.ninja ] || cmake --preset windows >/dev/null
-cmake --build --preset windows --target zelsyshelper zelsyshelper-host soak_storm >&2
+cmake --build --preset windows --target zelsyshelper zelsyshelper-host soak_storm soak_sweep >&2
 
 source scripts/wine.sh
 trap wine_stop EXIT

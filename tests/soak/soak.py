@@ -25,7 +25,7 @@ from server import Reply, Server  # noqa: E402
 SHORT = "--short" in sys.argv
 SEED = 20
 STORM_SECONDS, SETS, EVENTS, KILLS = (15, 60, 500, 10) if SHORT else (600, 500, 10_000, 100)
-PROGRAM, HOST = prefix.BIN / "soak_storm.exe", prefix.BIN / "zelsyshelper-host.exe"
+PROGRAM, SWEEP, HOST = prefix.BIN / "soak_storm.exe", prefix.BIN / "soak_sweep.exe", prefix.BIN / "zelsyshelper-host.exe"
 OLD_LOG = prefix.LOG.with_name(prefix.LOG.name + ".1")
 KEYS = {b"k%d" % i for i in range(8)}
 LINE = re.compile(r"\S+Z (\d+) (\d+) \d (\S+) \S+:\d+ (.*)")
@@ -93,6 +93,20 @@ def storm(folder, pem):
                                          (32, 64 + kept, 8192 + kept)):
         promise(after - before <= most, f"{name} grew from {before} to {after}, by more than {most}")
         row(f"storm: {name} before, after, most growth", f"{before}, {after}, {most}")
+
+
+def sweep(folder, pem):
+    files, host = Server(servers.answer), Server(lambda *_: Reply(body=b"ok"), pem)
+    prefix.set_proxy(host.port)
+    prefix.set_log_level(7)
+    result = prefix.run(SWEEP, prefix.windows_path(folder / "sweep" / "own"), str(files.port), timeout=900)
+    files.close()
+    host.close()
+    swept = re.search(r"^swept (\d+) (\d+) (\d+)", result.stdout, re.MULTILINE)
+    problems = "\n".join(line for line in result.stdout.splitlines() if line.startswith("problem"))
+    promise(result.returncode == 0 and swept, f"the sweep ended with {result.returncode}:\n{problems}")
+    if swept:
+        row("sweep: exports, calls that failed, different functions", ", ".join(swept.groups()))
 
 
 def is_whole(value):
@@ -314,7 +328,7 @@ def write_document():
 
 
 def main():
-    parts = [storm, eight_processes, chaotic_events, kill_save, kill_switches, kill_download, kill_hand_over, kill_served]
+    parts = [sweep, storm, eight_processes, chaotic_events, kill_save, kill_switches, kill_download, kill_hand_over, kill_served]
     wanted = [argument for argument in sys.argv[1:] if argument not in ("--short", "--write")]
     writes = "--write" in sys.argv
     if not set(wanted) <= {part.__name__ for part in parts} or (writes and wanted):

@@ -175,7 +175,7 @@ const char* Hooks::failed() const {
     for (const Entry& entry : entries_)
         if (&entry.thunk->target == data)
             return entry.function.c_str();
-    return data != nullptr ? "a substitute" : nullptr;
+    return data != nullptr ? "an allocation" : nullptr;
 }
 
 } // namespace imports

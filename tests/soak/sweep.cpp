@@ -1,0 +1,184 @@
+// Lets each call of Windows and of the heap fail once, for each export: the first call that the freshly loaded library
+// makes, then the second, and so on until none is left. The calls are found at run time, in its import table.
+
+#include "soak/calls.h"
+#include "tools/imports/failures.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+#include <thread>
+
+#include <objbase.h>
+
+namespace {
+
+using namespace soak;
+using imports::Hooks;
+
+constexpr ULONGLONG kLongestRun = 45'000; // milliseconds; unloading may wait for a download for 30 s
+
+struct Run {
+    const char* row = "";
+    unsigned number = 0;
+    const Hooks* hooks = nullptr;
+    std::atomic<ULONGLONG> begin = 0;
+} current;
+unsigned problems = 0;
+std::set<std::string> functions; // those that have failed once
+
+void tell(const char* what) {
+    ++problems;
+    const char* const failed = current.hooks != nullptr ? current.hooks->failed() : nullptr;
+    std::printf("problem %s, call %u, %s: %s\n", current.row, current.number,
+                failed != nullptr ? failed : "none failed", what);
+    std::fflush(stdout);
+}
+
+void expect(bool holds, const char* what) {
+    if (!holds)
+        tell(what);
+}
+
+void onAbort() {
+    tell("abort");
+    TerminateProcess(GetCurrentProcess(), 5);
+}
+
+LONG WINAPI onCrash(EXCEPTION_POINTERS*) {
+    tell("crash");
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+void watch() {
+    for (;; Sleep(500))
+        if (GetTickCount64() - current.begin > kLongestRun) {
+            tell("no end");
+            TerminateProcess(GetCurrentProcess(), 3);
+        }
+}
+
+long handles() {
+    long count = 0;
+    for (std::uintptr_t handle = 4; handle < 0x2000; handle += 4) {
+        DWORD flags = 0;
+        count += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
+    }
+    return count;
+}
+
+DWORD nextThreadLocalStorage() {
+    const DWORD index = TlsAlloc();
+    TlsFree(index);
+    return index;
+}
+
+/// Calls the row, and waits for what it has started.
+bool call(Row& row, Worker& worker) {
+    const bool isRight = row.call(worker);
+    std::uint8_t isStarted = 0, isOver = 0;
+    library->isDownloadFileStarted(&isStarted);
+    while (isStarted != 0 && isOver == 0) {
+        Sleep(1);
+        library->isDownloadFileCompleted(&isOver);
+    }
+    return isRight;
+}
+
+std::string line(unsigned number) {
+    return "k=" + std::filesystem::path(valueOf(number)).string() + "\n";
+}
+
+/// A file that is written in place is old, new or empty, and a download that tells no error is whole.
+void expectTruth(const std::string& name, bool isRight, bool hasFailed, const Worker& worker) {
+    if (name == "setValueInPropertyFile") {
+        const std::string file = testing_support::readBytes(worker.folder + L"\\own.cfg");
+        expect(file == line(worker.last) || (hasFailed && (file == line(worker.last - 1) || file.empty())),
+               "the file is torn");
+    }
+    std::uint32_t error = 0, stage = 0, status = 0;
+    if (name == "startDownloadFile" && isRight &&
+        library->getDownloadFileErrors(&error, &stage, &status) == 0 && error == 0 && stage == 0 &&
+        status == 200)
+        expect(testing_support::readBytes(worker.folder + L"\\..\\downloads\\a.bin").size() == 50'000,
+               "the file is cut");
+}
+
+/// \return Whether the library got as far as the call with that number.
+bool failOnce(Row& row, unsigned number, Worker worker) {
+    testing_support::writeBytes(worker.folder + L"\\own.cfg", line(worker.last = 1));
+    std::error_code ignored;
+    std::filesystem::remove_all(worker.folder + L"\\to", ignored);
+    current.number = number;
+    current.begin = GetTickCount64();
+
+    if (!loadLibrary())
+        return tell("it cannot be loaded"), false;
+    const HMODULE module = library->module;
+    auto substitutes = imports::countedHeap();
+    substitutes.push_back({"abort", reinterpret_cast<void*>(&onAbort)});
+    const Hooks hooks(module, imports::plausibleFailure, substitutes);
+    current.hooks = &hooks;
+    Hooks::failAt(number);
+    const bool isRight = call(row, worker);
+    Hooks::failNone();
+    const bool hasFailed = hooks.failed() != nullptr;
+    if (hasFailed)
+        functions.insert(hooks.failed());
+    expect(isRight || hasFailed, "wrong without a failure");
+    expectTruth(row.name, isRight, hasFailed, worker);
+    // A DLL that the system could not load once counts as missing until the library is loaded again.
+    expect(std::string(hasFailed ? hooks.failed() : "") == "LoadLibraryExA" || call(row, worker),
+           "the next call does not work");
+    library->stopDownloadFile();
+    library.reset();
+    for (int i = 0; GetModuleHandleW(L"zelsyshelper.dll") != nullptr; ++i) {
+        Sleep(1); // a worker on its way out holds it for a moment
+        if (i == 1000) {
+            tell("it cannot be unloaded");
+            TerminateProcess(GetCurrentProcess(), 4);
+        }
+    }
+    const bool leavesAStore = std::string(row.name).ends_with("Property");
+    expect(imports::takeLeftBlocks() == 0 || leavesAStore, "memory is left");
+    current.hooks = nullptr;
+    return hasFailed;
+}
+
+} // namespace
+
+/// Arguments: a folder, the port of the server for downloads, and the exports if not all of them.
+int wmain(int count, wchar_t** arguments) {
+    // They stay, so that their own start and end do not count.
+    for (const wchar_t* name : {L"winhttp.dll", L"shell32.dll", L"ole32.dll", L"shlwapi.dll", L"user32.dll"})
+        LoadLibraryW(name);
+    SetUnhandledExceptionFilter(onCrash);
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    current.begin = GetTickCount64();
+    std::thread(watch).detach();
+    const Worker worker =
+        Worker::in(arguments[1], std::mt19937::default_seed, static_cast<unsigned>(_wtoi(arguments[2])));
+    SetCurrentDirectoryW(arguments[1]); // where files go when the system does not tell a folder
+    const DWORD storage = nextThreadLocalStorage();
+    unsigned exports = 0, failures = 0;
+    for (Row& row : rows) {
+        const auto isRow = [&](const wchar_t* name) {
+            return std::filesystem::path(name).string() == row.name;
+        };
+        if (count > 3 && std::none_of(arguments + 3, arguments + count, isRow))
+            continue;
+        current.row = row.name;
+        failOnce(row, UINT32_MAX, worker); // once for what is made for good
+        const long before = handles();
+        long number = 0;
+        while (problems < 50 && failOnce(row, static_cast<unsigned>(number), worker))
+            ++number;
+        const long grown = handles() - before;
+        expect(grown <= 3, "handles are left"); // of Windows' own threads
+        failures += static_cast<unsigned>(number);
+        ++exports;
+    }
+    expect(nextThreadLocalStorage() == storage, "indexes of thread local storage are left");
+    std::printf("swept %u %u %zu\n", exports, failures, functions.size());
+    return problems != 0;
+}

@@ -15,6 +15,12 @@ if(WIN32)
         $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZELSYS_KEEPS_SYMBOLS>>>:-s>
         -Wl,--dynamicbase,--high-entropy-va,--nxcompat
         -Wl,--no-insert-timestamp)
+    if(ZELSYS_HARDENED)
+        target_compile_options(zelsys_options INTERFACE
+            -fsanitize=undefined -fno-sanitize=vptr -fsanitize-undefined-trap-on-error)
+        target_compile_definitions(zelsys_options INTERFACE _GLIBCXX_ASSERTIONS)
+        add_library(zelsys_guarded_heap OBJECT tests/support/guarded_heap.cpp)
+    endif()
 elseif(ZELSYS_SANITIZE OR ZELSYS_FUZZ)
     target_compile_options(zelsys_options INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g)

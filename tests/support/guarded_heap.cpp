@@ -1,0 +1,87 @@
+// The heap of test programs and of the DLL in the hardened build: a block ends where its last page ends, with a page
+// behind it that nobody may touch, and what was given back may not be touched for a long time.
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include <windows.h>
+
+namespace {
+
+constexpr std::size_t kPage = 4096, kAlignment = 16;
+constexpr std::size_t kKept = 10'000; // of the blocks that were given back last
+constexpr unsigned char kUntouched = 0xA5;
+
+struct Header { // at the beginning of the first page, which has room for it
+    std::size_t size, pages;
+};
+
+std::size_t roundedUp(std::size_t size, std::size_t unit) {
+    return (size + unit - 1) / unit * unit;
+}
+
+/// \return Where the block begins: as near to the end of the pages as its alignment permits.
+unsigned char* blockOf(Header* header) {
+    return reinterpret_cast<unsigned char*>(header) + header->pages * kPage -
+           roundedUp(header->size, kAlignment);
+}
+
+Header* headerOf(void* block) {
+    MEMORY_BASIC_INFORMATION memory{};
+    VirtualQuery(block, &memory, sizeof memory);
+    return static_cast<Header*>(memory.AllocationBase);
+}
+
+void* allocate(std::size_t size) noexcept {
+    if (size > PTRDIFF_MAX / 2)
+        return nullptr;
+    const std::size_t pages = roundedUp(sizeof(Header) + roundedUp(size, kAlignment), kPage) / kPage;
+    void* const place = VirtualAlloc(nullptr, (pages + 1) * kPage, MEM_RESERVE, PAGE_NOACCESS);
+    if (place == nullptr || VirtualAlloc(place, pages * kPage, MEM_COMMIT, PAGE_READWRITE) == nullptr)
+        return nullptr;
+    auto* const header = new (place) Header{size, pages};
+    unsigned char* const block = blockOf(header);
+    std::memset(block, kUntouched, roundedUp(size, kAlignment));
+    return block;
+}
+
+void release(void* block) noexcept {
+    if (block == nullptr)
+        return;
+    Header* const header = headerOf(block);
+    const unsigned char* const end = static_cast<unsigned char*>(block) + header->size;
+    for (const unsigned char* rest = end; rest < blockOf(header) + roundedUp(header->size, kAlignment);
+         ++rest)
+        if (*rest != kUntouched)
+            std::abort(); // written behind the block, where no page ends
+    if (blockOf(header) != block || !VirtualFree(header, header->pages * kPage, MEM_DECOMMIT))
+        std::abort(); // no block, or one that was given back before
+    // The system does not keep more than some ten thousand places, so the oldest may be used again.
+    static std::atomic<std::size_t> count;
+    static std::atomic<void*> left[kKept];
+    if (void* const oldest = left[count++ % kKept].exchange(header))
+        VirtualFree(oldest, 0, MEM_RELEASE);
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    if (void* const block = allocate(size))
+        return block;
+    throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void operator delete(void* block) noexcept {
+    release(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    release(block);
+}
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+    release(block);
+}

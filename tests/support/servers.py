@@ -21,6 +21,10 @@ RAW = {  # pieces that are sent as they are, half a second apart, before the con
                 + (b"X-Long: " + b"l" * 1000 + b"\r\n") * 70 + b"\r\nok"],
     "close": [],
     "short": [OK + b"Content-Length: 10\r\n\r\nshort"],
+    "negative": [OK + b"Content-Length: -5\r\n\r\nshort"],
+    "huge": [OK + b"Content-Length: 99999999999999999999\r\n\r\nshort"],
+    "odd": [OK + b"X: a\0b\r\nContent-Length: 2\r\n\r\nok"],
+    "endless": [OK] + [b"X-Header: " + b"x" * 100_000 + b"\r\n"] * 20,
     "garbage": [b"SSH-2.0-nothing\r\n\r\n"],
     "chunked": [OK + b"Transfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"],
     "silent": [b""] * 20,
@@ -80,6 +84,8 @@ def main(program):
             "PLAIN": Server(answer, authority.issue("secure.example")),
             "GUARDED": Server(answer, proxy_authorization=secret),
             "UNTRUSTED": Server(answer, Authority(Path(folder) / "other", "Another Authority").issue("secure.example")),
+            "EXPIRED": Server(answer, authority.issue("secure.example", days=0)),
+            "SELFSIGNED": Server(answer, Authority(Path(folder) / "self", "secure.example").pem()),
             "CLOSED": Server(answer),
         }
         servers["CLOSED"].close()

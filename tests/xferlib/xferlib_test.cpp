@@ -53,6 +53,9 @@ TEST(Xferlib, Outcomes) {
         {"/short", "18/200/short"},
         {"/close", "52/0/"},
         {"/garbage", "52/0/"},
+        {"/negative", "18/200/short"},
+        {"/huge", "18/200/short"},
+        {"/odd", "0/200/ok"},
         {"/redirect/10", "0/200/GET " + origin + " /redirect/0 None "},
         {"/redirect/11", "47/302/"},
         {"/to/301//echo", "0/200/GET " + origin + " /echo None "},
@@ -95,7 +98,7 @@ TEST(Xferlib, PostAndWhatRedirectsMakeOfIt) {
 }
 
 TEST(Xferlib, ServersThatTakeTooLong) {
-    for (const char* path : {"/silent", "/headtrickle", "/trickle"}) {
+    for (const char* path : {"/silent", "/headtrickle", "/endless", "/trickle"}) {
         Request request = get(url(path));
         request.timeoutSeconds = 1;
         EXPECT_EQ(xferlib::fetch(request).code, 28) << path;
@@ -131,7 +134,8 @@ TEST(Xferlib, SecureConnections) {
         << "never back to plain text";
     // Wine reports a rejected certificate as a failed handshake, Windows as the certificate's fault (60).
     EXPECT_EQ(outcome(throughProxy("https://other.example/echo")), "35/0/") << "another host's certificate";
-    EXPECT_EQ(outcome(throughProxy("https://secure.example/echo", "UNTRUSTED")), "35/0/");
+    for (const char* server : {"UNTRUSTED", "SELFSIGNED", "EXPIRED"})
+        EXPECT_EQ(outcome(throughProxy("https://secure.example/echo", server)), "35/0/") << server;
 }
 
 } // namespace

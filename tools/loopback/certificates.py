@@ -22,14 +22,20 @@ class Authority:
         _openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "7", "-subj", f"/CN={name}",
                  "-keyout", self.key, "-out", self.certificate)
 
-    def issue(self, *hosts):
+    def pem(self):
+        """Returns the path of a file with the authority's own key and certificate."""
+        path = self.folder / "ca-both.pem"
+        path.write_bytes(self.key.read_bytes() + self.certificate.read_bytes())
+        return path
+
+    def issue(self, *hosts, days=7):
         """Returns the path of a file with the key and the certificate of a server with these names."""
         request, extensions = self.folder / "server.csr", self.folder / "server.ext"
         key, certificate = self.folder / "server.key", self.folder / "server.crt"
         extensions.write_text("subjectAltName=" + ",".join(f"DNS:{host}" for host in hosts) + "\n")
         _openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={hosts[0]}", "-keyout", key, "-out", request)
         _openssl("x509", "-req", "-in", request, "-CA", self.certificate, "-CAkey", self.key, "-CAcreateserial",
-                 "-days", "7", "-extfile", extensions, "-out", certificate)
+                 "-days", days, "-extfile", extensions, "-out", certificate)
         pem = self.folder / "server.pem"
         pem.write_bytes(key.read_bytes() + certificate.read_bytes())
         return pem

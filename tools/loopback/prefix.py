@@ -10,13 +10,19 @@ SETTINGS = ROAMING / "Quenlith"
 COMMON_CONFIG = SETTINGS / "common.cfg"
 LOGS = ROAMING / "logs"
 LOG = LOGS / "Quenlith.log"
+SECRET = "s3cret-pw"  # the proxy's password
 BIN = Path(os.environ.get("ZELSYS_BIN", Path(__file__).parents[2] / "build/bin"))
 
 
 def run(program, *arguments, timeout=60, **options):
-    """Runs a Windows program and returns what `subprocess.run` returns, with its texts."""
-    return subprocess.run([WINE, str(program), *arguments], capture_output=True, encoding="utf-8", timeout=timeout,
-                          stdin=subprocess.DEVNULL, **options)
+    """Runs a Windows program and returns what `subprocess.run` returns, with its texts. None of them, and no log, may
+    hold the proxy's password."""
+    result = subprocess.run([WINE, str(program), *arguments], capture_output=True, encoding="utf-8", timeout=timeout,
+                            stdin=subprocess.DEVNULL, **options)
+    logs = [log.read_text(errors="replace") for log in LOGS.glob("*.log*") if log.is_file()]
+    if any(SECRET in text for text in (result.stdout, result.stderr, *logs)):
+        raise AssertionError(f"{program} {arguments} tells the proxy's password")
+    return result
 
 
 def host(*arguments, **options):
@@ -36,7 +42,7 @@ def trust(authority):
 def set_proxy(port, **more):
     """Leads the library's requests to a proxy on loopback; `more` are further keys of the settings file."""
     SETTINGS.mkdir(exist_ok=True)
-    keys = {"ProxyType": 1, "ProxyAddress": "127.0.0.1", "ProxyPort": port, **more}
+    keys = {"ProxyType": 1, "ProxyAddress": "127.0.0.1", "ProxyPort": port, "ProxyUser": "user", "ProxyPw": SECRET, **more}
     COMMON_CONFIG.write_text("".join(f"{key}={value}\n" for key, value in keys.items()))
 
 

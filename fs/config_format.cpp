@@ -1,5 +1,7 @@
 #include "fs/config_format.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace fs {
@@ -15,18 +17,24 @@ std::string_view withoutTrailingZeros(std::string_view contents) {
     return contents.substr(0, contents.find_last_not_of('\0') + 1);
 }
 
-/// Where the value begins in a line that has this key; `npos` in any other. Carriage returns do not count.
-std::size_t valueOf(std::string_view line, std::string_view key) {
-    std::size_t at = 0;
+using Beginning = ConfigSearch::Beginning;
+
+/// What the beginning of a line tells, and where the value begins. Carriage returns do not count.
+Beginning lookForKey(std::string_view line, std::string_view key, std::size_t& value) {
+    if (key.find('=') != key.npos)
+        return Beginning::other;
+    std::size_t at = line.find_first_not_of('\r');
     for (const char c : key) {
-        while (at < line.size() && line[at] == '\r')
-            ++at;
-        if (at == line.size() || line[at] != c)
-            return line.npos;
-        ++at;
+        if (at == line.npos)
+            return Beginning::unknown;
+        if (line[at] != c)
+            return Beginning::other;
+        at = line.find_first_not_of('\r', at + 1);
     }
-    at = line.find_first_not_of('\r', at);
-    return at != line.npos && line[at] == '=' ? at + 1 : line.npos;
+    if (at == line.npos)
+        return Beginning::unknown;
+    value = at + 1;
+    return line[at] == '=' ? Beginning::found : Beginning::other;
 }
 
 } // namespace
@@ -50,14 +58,33 @@ void parseConfig(std::string_view contents, ConfigValues& values) {
 void ConfigSearch::take(std::string_view piece) {
     while (!value_ && !piece.empty()) {
         const auto lineEnd = piece.find('\n');
-        if (lineEnd == piece.npos || !begun_.empty())
-            begun_.append(piece.substr(0, lineEnd));
-        if (lineEnd == piece.npos)
+        const std::string_view line = piece.substr(0, lineEnd);
+        if (lineEnd != piece.npos) {
+            if (begun_.empty() && beginning_ == Beginning::unknown)
+                lookAt(line);
+            else if (beginning_ != Beginning::other)
+                lookAt(begun_.append(line));
+            begun_.clear();
+            beginning_ = Beginning::unknown;
+            piece.remove_prefix(lineEnd + 1);
+        } else {
+            begin(line);
             return;
-        lookAt(begun_.empty() ? piece.substr(0, lineEnd) : begun_);
-        begun_.clear();
-        piece.remove_prefix(lineEnd + 1);
+        }
     }
+}
+
+/// Keeps what may be needed of a line that the next piece goes on with.
+void ConfigSearch::begin(std::string_view line) {
+    if (beginning_ != Beginning::other)
+        begun_.append(line);
+    std::size_t value = 0;
+    if (beginning_ == Beginning::unknown)
+        beginning_ = lookForKey(begun_, key_, value);
+    if (beginning_ == Beginning::other)
+        begun_.clear();
+    if (beginning_ == Beginning::unknown)
+        std::erase(begun_, '\r'); // or a long run of them would be gone over for each piece
 }
 
 std::optional<std::string> ConfigSearch::finish() {
@@ -67,10 +94,10 @@ std::optional<std::string> ConfigSearch::finish() {
 }
 
 void ConfigSearch::lookAt(std::string_view line) {
-    const std::size_t begin = key_.find('=') == key_.npos ? valueOf(line, key_) : line.npos;
-    if (begin == line.npos)
+    std::size_t value = 0;
+    if (lookForKey(line, key_, value) != Beginning::found)
         return;
-    value_ = line.substr(begin);
+    value_ = line.substr(value);
     std::erase(*value_, '\r');
 }
 

@@ -18,10 +18,14 @@ using ConfigValues = std::map<std::string, std::string, std::less<>>;
 /// the first occurrence in a file wins.
 void parseConfig(std::string_view contents, ConfigValues& values);
 
-/// \brief Looks for one value in a configuration file that comes in pieces, and keeps nothing else of it.
+/// \brief Looks for one value in a configuration file that comes in pieces, and keeps nothing of other
+/// lines, however long they are.
 class ConfigSearch {
 public:
     explicit ConfigSearch(std::string_view key) : key_(key) {}
+
+    /// What a line is known to have: another key, nothing yet, or the key that is looked for.
+    enum class Beginning { other, unknown, found };
 
     /// Takes the next piece of the file.
     void take(std::string_view piece);
@@ -32,9 +36,12 @@ public:
 
 private:
     void lookAt(std::string_view line);
+    void begin(std::string_view line);
 
     std::string_view key_;
-    std::string begun_; ///< The beginning of a line that the next piece goes on with.
+    std::string
+        begun_; ///< The beginning of a line that the next piece goes on with; empty where it has another key.
+    Beginning beginning_ = Beginning::unknown;
     std::optional<std::string> value_;
 };
 

@@ -3,7 +3,7 @@
 #include "shell/extension_scan.h"
 #include "win32/owner.h"
 
-#include <string>
+#include <vector>
 
 #include <shlobj.h>
 #include <shlwapi.h>
@@ -11,23 +11,20 @@
 namespace shell {
 namespace {
 
-constexpr DWORD kLargestRead = 1u << 20;
+constexpr DWORD kPiece = 65'536; // bytes
 
-/// The bytes of a file up to a failure.
-std::string readShared(const wchar_t* path) {
+/// A file is read up to its end or a failure, and one that cannot be opened is empty.
+bool isListedIn(const wchar_t* path) {
     const win32::KernelHandle file(CreateFileW(path, GENERIC_READ,
                                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                                nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-    std::string bytes;
+    ExtensionSearch search;
+    std::vector<char> piece(kPiece);
     DWORD got = 0;
-    do {
-        const std::size_t size = bytes.size();
-        bytes.resize(size + kLargestRead);
-        if (!file || !ReadFile(file.get(), bytes.data() + size, kLargestRead, &got, nullptr))
-            got = 0;
-        bytes.resize(size + got);
-    } while (got != 0);
-    return bytes;
+    while (file && ReadFile(file.get(), piece.data(), kPiece, &got, nullptr) && got != 0)
+        if (search.take({piece.data(), got}))
+            return true;
+    return false;
 }
 
 } // namespace
@@ -43,7 +40,7 @@ std::uint32_t extensionState() {
     // A folder that carries more attributes passes here, and then cannot be read.
     if (attributes == INVALID_FILE_ATTRIBUTES || attributes == FILE_ATTRIBUTE_DIRECTORY)
         return kExtensionAbsent;
-    return listsExtension(readShared(path)) ? kExtensionListed : kExtensionAbsent;
+    return isListedIn(path) ? kExtensionListed : kExtensionAbsent;
 }
 
 } // namespace shell

@@ -1,34 +1,47 @@
 #include "shell/extension_scan.h"
 
+#include <algorithm>
 #include <cwctype>
-#include <string>
 
 namespace shell {
 namespace {
 
-/// Whether an object begins here, behind one colon and white space. Moves behind what was looked at.
-bool isObjectAhead(std::string_view text, std::size_t& at) {
-    bool hasColon = false;
-    for (; at < text.size(); ++at) {
-        const auto c = static_cast<unsigned char>(text[at]);
-        if (std::iswspace(c) != 0)
-            continue;
-        if (c != ':' || hasColon)
-            return c == '{' && hasColon;
-        hasColon = true;
-    }
-    return false;
+constexpr std::size_t kKeySize = kExtensionId.size() + 2;
+
+char keyAt(std::size_t i) {
+    return i == 0 || i == kKeySize - 1 ? '"' : kExtensionId[i - 1];
 }
 
 } // namespace
 
-bool listsExtension(std::string_view preferences) {
-    const std::string key = "\"" + std::string(kExtensionId) + "\"";
-    for (std::size_t at = 0; (at = preferences.find(key, at)) != preferences.npos;) {
-        at += key.size();
-        if (isObjectAhead(preferences, at))
-            return true;
+bool ExtensionSearch::take(std::string_view piece) {
+    while (!isFound_ && !piece.empty()) {
+        if (matched_ == 0)
+            piece.remove_prefix(std::min(piece.find('"'), piece.size()));
+        if (!piece.empty()) {
+            isFound_ = takeOne(piece.front());
+            piece.remove_prefix(1);
+        }
     }
+    return isFound_;
+}
+
+/// \return Whether this character is the brace that begins the object.
+bool ExtensionSearch::takeOne(char c) {
+    if (matched_ == kKeySize) {
+        if (std::iswspace(static_cast<unsigned char>(c)) != 0)
+            return false;
+        if (c == ':' && !hasColon_) {
+            hasColon_ = true;
+            return false;
+        }
+        if (c == '{' && hasColon_)
+            return true;
+        matched_ = 0; // and this character may begin a key
+    }
+    // A quote begins the key anew, since there is none within it.
+    matched_ = c == keyAt(matched_) ? matched_ + 1 : c == '"' ? 1 : 0;
+    hasColon_ = false;
     return false;
 }
 

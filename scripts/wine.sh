@@ -7,7 +7,8 @@
 # The loader itself is called, since the wrapper on PATH warns about a missing 32-bit half that nobody needs.
 WINE=$(dpkg -L wine64 | grep 'lib/wine/wine64$')
 export WINE
-export WINEDEBUG=${WINEDEBUG:--all}
+# Of its own messages only those that tell why a program did not start, see tools/loopback/prefix.py.
+export WINEDEBUG=${WINEDEBUG:--all,err+virtual}
 # No debugger: a crash must end the program, not wait for somebody to look at it.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
 # Arguments outside ASCII arrive only where the locale can hold them.

@@ -49,10 +49,14 @@ def counts(counter):
 
 def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
     """Starts a program; one of this test's own is waited for until it is about to begin."""
-    process = subprocess.Popen([prefix.WINE, str(program), *map(str, arguments)], stdin=stdin,
-                               stdout=subprocess.PIPE, encoding="utf-8")
-    if program == PROGRAM and (line := process.stdout.readline()) != "ready\n":
-        promise(False, f"{arguments} did not start, but ended with {process.wait()}: {line}")
+    for _ in range(3):
+        process = subprocess.Popen([prefix.WINE, str(program), *map(str, arguments)], stdin=stdin,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8")
+        if program != PROGRAM or (line := process.stdout.readline()) == "ready\n":
+            return process
+        if prefix.START_FAILED not in (told := process.stderr.read()):
+            break
+    promise(False, f"{arguments} did not start, but ended with {process.wait()}: {line}{told}")
     return process
 
 

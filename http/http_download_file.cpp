@@ -39,8 +39,7 @@ win32::KernelHandle makeEvent() {
 
 } // namespace
 
-CHttpDownloadFile::CHttpDownloadFile()
-    : ready_(makeEvent()), done_(makeEvent()) {
+CHttpDownloadFile::CHttpDownloadFile() : ready_(makeEvent()), done_(makeEvent()) {
     // A job that never ran counts as ready and done.
     SetEvent(ready_.get());
     SetEvent(done_.get());

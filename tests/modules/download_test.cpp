@@ -3,7 +3,6 @@
 #include "support/files.h"
 
 #include <cstdlib>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -111,28 +110,6 @@ TEST_F(Download, SecondStartIsRefusedWhileOneRuns) {
     stopDownloadFile();
     EXPECT_EQ(getDownloadFileProgress(&percent), 1805u);
     EXPECT_EQ(run(L"/file/7/f", target), "0/0/200");
-}
-
-TEST_F(Download, StopsAtAnyMomentAndLeaksNothing) {
-    std::atomic<bool> over = false;
-    std::thread poller([&over] {
-        std::uint32_t percent = 0;
-        while (!over)
-            getDownloadFileProgress(&percent);
-    });
-    std::uintptr_t before = 0;
-    for (int round = 0; round < 200; ++round) {
-        EXPECT_EQ(start(round % 50 == 0 ? L"/late/x" : L"/file/200000/x", target), 0u);
-        if (round % 2 != 0)
-            Sleep(static_cast<DWORD>(round % 10));
-        stopDownloadFile();
-        if (round == 50)
-            before = testing_support::lowestFreeHandle();
-    }
-    EXPECT_LE(testing_support::lowestFreeHandle(), before + 64)
-        << "a leak of one handle a round would show as 600";
-    over = true;
-    poller.join();
 }
 
 /// What an application does that loads the library for one download only.

@@ -103,7 +103,8 @@ def sweep(folder, pem):
     files, host = Server(servers.answer), Server(lambda *_: Reply(body=b"ok"), pem)
     prefix.set_proxy(host.port)
     prefix.set_log_level(7)
-    result = prefix.run(SWEEP, prefix.windows_path(folder / "sweep" / "own"), str(files.port), timeout=900)
+    result = prefix.run(SWEEP, prefix.windows_path(folder / "sweep" / "own"), str(files.port), str(int(not SHORT)),
+                        timeout=900)
     files.close()
     host.close()
     swept = re.search(r"^swept (\d+) (\d+) (\d+)", result.stdout, re.MULTILINE)

@@ -1,10 +1,12 @@
 // Lets each call of Windows and of the heap fail once, for each export: the first call that the freshly loaded library
 // makes, then the second, and so on until none is left. The calls are found at run time, in its import table.
 
+#include "ipc/channel.h"
+#include "ipc/channel_names.h"
+#include "ipc/window_request_handler.h"
 #include "soak/calls.h"
 #include "tools/imports/failures.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <set>
 #include <thread>
@@ -24,7 +26,7 @@ struct Run {
     const Hooks* hooks = nullptr;
     std::atomic<ULONGLONG> begin = 0;
 } current;
-unsigned problems = 0;
+unsigned problems = 0, failures = 0;
 std::set<std::string> functions; // those that have failed once
 
 void tell(const char* what) {
@@ -145,10 +147,32 @@ bool failOnce(Row& row, unsigned number, Worker worker) {
     return hasFailed;
 }
 
+void sweep(Row& row, const Worker& worker) {
+    current.row = row.name;
+    failOnce(row, UINT32_MAX, worker); // once for what is made for good
+    const long before = handles();
+    unsigned number = 0;
+    while (problems < 50 && failOnce(row, number, worker))
+        ++number;
+    expect(handles() - before <= 3, "handles are left"); // of Windows' own threads
+    failures += number;
+}
+
+/// The row of the same name finds nobody; here an instance runs, and is raised.
+void sweepInstance(const Worker& worker) {
+    ipc::CInterprocessCommunicationWin channel(ipc::instanceMutexName("sweep"), ipc::pipeBaseName("sweep"));
+    ipc::CWindowRequestHandler handler([] { return GetDesktopWindow(); }, [] {});
+    channel.setRequestHandler(&handler);
+    expect(channel.startServer() == 0, "no instance");
+    Row raise ROW(bringRuningAppToTop, 0, library->bringRuningAppToTop("sweep") == 1);
+    sweep(raise, worker);
+}
+
 } // namespace
 
-/// Arguments: a folder, the port of the server for downloads, and the exports if not all of them.
-int wmain(int count, wchar_t** arguments) {
+/// Arguments: a folder, the port of the server for downloads, and whether to raise an instance as well, which takes
+/// minutes.
+int wmain(int, wchar_t** arguments) {
     // They stay, so that their own start and end do not count.
     for (const wchar_t* name : {L"winhttp.dll", L"shell32.dll", L"ole32.dll", L"shlwapi.dll", L"user32.dll"})
         LoadLibraryW(name);
@@ -160,25 +184,11 @@ int wmain(int count, wchar_t** arguments) {
         Worker::in(arguments[1], std::mt19937::default_seed, static_cast<unsigned>(_wtoi(arguments[2])));
     SetCurrentDirectoryW(arguments[1]); // where files go when the system does not tell a folder
     const DWORD storage = nextThreadLocalStorage();
-    unsigned exports = 0, failures = 0;
-    for (Row& row : rows) {
-        const auto isRow = [&](const wchar_t* name) {
-            return std::filesystem::path(name).string() == row.name;
-        };
-        if (count > 3 && std::none_of(arguments + 3, arguments + count, isRow))
-            continue;
-        current.row = row.name;
-        failOnce(row, UINT32_MAX, worker); // once for what is made for good
-        const long before = handles();
-        long number = 0;
-        while (problems < 50 && failOnce(row, static_cast<unsigned>(number), worker))
-            ++number;
-        const long grown = handles() - before;
-        expect(grown <= 3, "handles are left"); // of Windows' own threads
-        failures += static_cast<unsigned>(number);
-        ++exports;
-    }
+    for (Row& row : rows)
+        sweep(row, worker);
+    if (_wtoi(arguments[3]) != 0)
+        sweepInstance(worker);
     expect(nextThreadLocalStorage() == storage, "indexes of thread local storage are left");
-    std::printf("swept %u %u %zu\n", exports, failures, functions.size());
+    std::printf("swept %zu %u %zu\n", std::size(rows), failures, functions.size());
     return problems != 0;
 }

@@ -119,22 +119,20 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
 }
 
 TransferCode readBody(AsyncRequest& request, Response& response) {
-    if (response.status == kStatusNoContent || response.status == kStatusNotModified)
-        return kOk;
     std::string& body = response.body;
-    const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
-    // A body of the announced length is known to be over, which saves asking.
-    while (!announced || body.size() < *announced) {
-        const std::size_t had = body.size();
+    // Up to the read that brings nothing, also where the length is known: only then the connection may serve again.
+    for (std::size_t had = 0;; had = body.size()) {
         if (const DWORD error = request.readPart(body))
             return transferCode(error, kReceiveFailed);
         if (body.size() > kLargestBody)
             return kBodyTooLarge;
-        // A connection that ends too early looks like the end of the body.
         if (body.size() == had)
-            return announced ? kPartialBody : kOk;
+            break;
     }
-    return kOk;
+    // A connection that ends too early looks like the end of the body otherwise.
+    const bool hasBody = response.status != kStatusNoContent && response.status != kStatusNotModified;
+    const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
+    return hasBody && announced && body.size() < *announced ? kPartialBody : kOk;
 }
 
 bool isRedirect(std::int32_t status) {

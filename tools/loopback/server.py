@@ -102,6 +102,7 @@ class Server(ThreadingHTTPServer):
     """
 
     daemon_threads = True
+    request_queue_size = 256  # clients come in crowds, and one too many would be refused
 
     def __init__(self, answer, pem=None, proxy_authorization=None):
         super().__init__(("127.0.0.1", 0), _Handler)

@@ -25,7 +25,7 @@ std::size_t codePageToUtf16(std::string_view narrow, unsigned codePage, std::wst
     return wide.size();
 }
 
-std::wstring decimal(int number) {
+std::wstring decimal(long long number) {
     const std::string digits = std::to_string(number);
     return std::wstring(digits.begin(), digits.end());
 }

@@ -14,6 +14,6 @@ namespace text {
 std::size_t codePageToUtf16(std::string_view narrow, unsigned codePage, std::wstring& wide);
 
 /// \brief A number in decimal digits.
-std::wstring decimal(int number);
+std::wstring decimal(long long number);
 
 } // namespace text

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 ZELSYS_SEAM(L"kernel32.dll", WriteFile)
-ZELSYS_SEAM_PLAIN(L"msvcrt.dll", fread)
+ZELSYS_SEAM(L"msvcrt.dll", fread)
 
 namespace {
 

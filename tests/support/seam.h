@@ -62,26 +62,17 @@ inline void restoreSeams() {
 
 } // namespace testing_support
 
-#define ZELSYS_SEAM_TYPE(dll, function)                                                                      \
+/// Replaces a function of a DLL. Callers reach it by its slot `__imp_NAME` if its header declares it as imported, or
+/// as NAME otherwise: import libraries define both in one object, so both are defined here.
+#define ZELSYS_SEAM(dll, function)                                                                           \
     struct function##Name {                                                                                  \
         static constexpr const wchar_t* kDll = dll;                                                          \
         static constexpr const char* kName = #function;                                                      \
     };                                                                                                       \
     using function##Seam = testing_support::Seam<function##Name, decltype(function)>;                        \
     [[maybe_unused]] const auto& function##Registered =                                                      \
-        testing_support::seamRestorers().emplace_back(&function##Seam::restore);
-
-/// For functions that their header does not declare as imported: the product refers to the function itself.
-#define ZELSYS_SEAM_PLAIN(dll, function)                                                                     \
-    ZELSYS_SEAM_TYPE(dll, function)                                                                          \
-    extern "C" {                                                                                             \
-    decltype(&function) function##Target = &function##Seam::call;                                            \
-    }                                                                                                        \
-    asm(".text\n.globl " #function "\n" #function ": jmp *" #function "Target(%rip)\n");
-
-/// For functions that their header declares as imported from a DLL.
-#define ZELSYS_SEAM(dll, function)                                                                           \
-    ZELSYS_SEAM_TYPE(dll, function)                                                                          \
+        testing_support::seamRestorers().emplace_back(&function##Seam::restore);                             \
     extern "C" {                                                                                             \
     decltype(&function) __imp_##function = &function##Seam::call;                                            \
-    }
+    }                                                                                                        \
+    asm(".text\n.globl " #function "\n" #function ": jmp *__imp_" #function "(%rip)\n");

@@ -13,7 +13,7 @@
 
 #include <winhttp.h>
 
-ZELSYS_SEAM_PLAIN(L"winhttp.dll", WinHttpSendRequest)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpSendRequest)
 
 namespace {
 

@@ -9,8 +9,8 @@
 ZELSYS_SEAM(L"kernel32.dll", GetModuleHandleW)
 ZELSYS_SEAM(L"kernel32.dll", OpenProcess)
 ZELSYS_SEAM(L"advapi32.dll", RegQueryValueExW)
-ZELSYS_SEAM_PLAIN(L"kernel32.dll", CreateToolhelp32Snapshot)
-ZELSYS_SEAM_PLAIN(L"kernel32.dll", Process32NextW)
+ZELSYS_SEAM(L"kernel32.dll", CreateToolhelp32Snapshot)
+ZELSYS_SEAM(L"kernel32.dll", Process32NextW)
 
 static win32::TOsVersion told;
 static LONG versionResult;

@@ -52,6 +52,19 @@ class Project(unittest.TestCase):
         self.assertEqual(len(exports), 35)
         self.assertLess(dll.stat().st_size, 350_000)
 
+    def test_slots_of_delayed_imports_can_be_written(self):
+        """A linker may put what belongs to imports into read-only memory, where the first call would crash."""
+        dll = ROOT / "build/bin/zelsyshelper.dll"
+        source = (ROOT / "modules/zelsyshelper/src/delayed_imports.cpp").read_text()
+        names = re.findall(r'^ZELSYS_DELAYED\(L"\w+\.dll", (\w+),', source, re.M)
+        dump = [subprocess.run([f"x86_64-w64-mingw32-{tool}", *arguments], capture_output=True, text=True, check=True).stdout
+                for tool, *arguments in (("nm", f"{dll}.debug"), ("objdump", "-h", dll))]
+        slots = {name: int(address, 16) for address, name in re.findall(r"^(\w+) \w __imp_(\w+)$", dump[0], re.M)}
+        writable = [range(int(start, 16), int(start, 16) + int(size, 16)) for size, start, flags in
+                    re.findall(r"^ +\d+ \S+ +(\w+)  (\w+) .*\n +(.*)$", dump[1], re.M) if "READONLY" not in flags]
+        self.assertGreater(len(names), 40)
+        self.assertEqual([name for name in names if not any(slots[name] in section for section in writable)], [])
+
     def test_reference_is_current(self):
         subprocess.run([sys.executable, ROOT / "tools/docs/exports.py", "--check"], check=True)
 

@@ -65,6 +65,12 @@ class Project(unittest.TestCase):
         self.assertGreater(len(names), 40)
         self.assertEqual([name for name in names if not any(slots[name] in section for section in writable)], [])
 
+    def test_every_entry_of_the_top_level_is_explained(self):
+        files = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.split("\n")
+        named = set(re.findall(r"`([^`]+?)/?`", (ROOT / "docs/architecture.md").read_text()))
+        entries = {file.split("/")[0] for file in files if file}
+        self.assertEqual({entry for entry in entries if not any(name.split("/")[0] == entry for name in named)}, set())
+
     def test_reference_is_current(self):
         subprocess.run([sys.executable, ROOT / "tools/docs/exports.py", "--check"], check=True)
 

@@ -10,15 +10,16 @@ packages=(
     g++
     g++-mingw-w64-x86-64-posix
     git
+    gnutls-bin # its library is what Wine uses for TLS
     googletest
     libclang-rt-dev
-    libgnutls30
     liblnk-utils
     libsimpleini-dev
     llvm
     ninja-build
     openssl
     python3
+    wine # without it a prefix of Wine 10 has no services
     wine64
     xvfb
 )

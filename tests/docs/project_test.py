@@ -46,7 +46,8 @@ class Project(unittest.TestCase):
         dll = ROOT / "build/bin/zelsyshelper.dll"
         dump = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", dll], capture_output=True, text=True, check=True).stdout
         self.assertEqual(re.findall(r"DLL Name: (.*)", dump), ["KERNEL32.dll", "msvcrt.dll"])
-        exports = set(re.findall(r"^\s*\[\s*\d+\](?:.*\])? (\w+)$", dump.split("[Ordinal/Name Pointer] Table")[1], re.M))
+        table = subprocess.run(["llvm-readobj", "--coff-exports", dll], capture_output=True, text=True, check=True).stdout
+        exports = set(re.findall(r"^ +Name: (\w+)$", table, re.M))
         header = (ROOT / "include/zelsyshelper.h").read_text()
         self.assertEqual(exports, set(re.findall(r"^ZELSYSHELPER_API \w+ (\w+)\(", header, re.M)))
         self.assertEqual(len(exports), 35)

@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# Runs both commands of the README on bare Debian systems, some 20 minutes each, and prints one table:
+#   scripts/releases.sh [RELEASE...]      default: bookworm trixie
+# A system is created by debootstrap in a temporary folder, from the mirror that this system's apt uses, and holds a
+# clone of the last commit. It is removed afterwards; its output stays in build/releases/RELEASE.log.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+if [ "$(id -u)" -ne 0 ]; then
+    echo "releases.sh: run this as root: debootstrap, chroot and mount need it" >&2
+    exit 1
+fi
+releases=("$@")
+[ $# -gt 0 ] || releases=(bookworm trixie)
+
+apt-get update -qq
+command -v debootstrap >/dev/null || apt-get install -y -qq --no-install-recommends debootstrap >/dev/null
+mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
+    "Codename: $(. /etc/os-release && echo "$VERSION_CODENAME")" | head -n 1)
+[ -n "$mirror" ] || { echo "releases.sh: apt knows no mirror of this Debian release" >&2; exit 1; }
+
+folder=$(mktemp -d)
+running=
+stop() {
+    # The namespace ends with its first process: all others in it, and its mounts.
+    [ -z "$running" ] || { kill -KILL "$running" && wait "$running"; } 2>/dev/null || true
+    rm -rf --one-file-system "$folder"
+}
+trap stop EXIT
+trap 'exit 130' INT TERM
+
+# Runs in namespaces of its own, since Wine leaves processes behind, and no mount may outlive an interruption.
+run_release() {
+    set -euo pipefail
+    local root=$1 release=$2 mirror=$3 result=$4
+    debootstrap --variant=minbase "$release" "$root" "$mirror"
+    mount -t proc proc "$root/proc"
+    mount --rbind /sys "$root/sys"
+    mount --rbind /dev "$root/dev"
+    cp /etc/resolv.conf /etc/hosts "$root/etc/"
+    apt-config dump | grep '^Acquire::' >"$root/etc/apt/apt.conf.d/99outside" || true
+    git clone --quiet --no-hardlinks . "$root/root/zelsyshelper"
+
+    inside() { chroot "$root" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin TERM=dumb "$@"; }
+    outcome() { inside "/root/zelsyshelper/scripts/$1.sh" </dev/null && echo passed >&3 || echo FAILED >&3; }
+    local demo tests compiler wine
+    demo=$(outcome demo 3>&1 >&2)
+    tests=$(outcome test 3>&1 >&2)
+    compiler=$(inside x86_64-w64-mingw32-g++-posix -dumpfullversion) || compiler=none
+    wine=$(inside dpkg-query -W -f '${Version}' wine64) || wine=none
+    printf '| %s | GCC %s | %s | %s | %s | %d |\n' "$release" "$compiler" "$wine" "$demo" "$tests" \
+        $((SECONDS / 60)) >"$result"
+    [ "$demo $tests" = "passed passed" ]
+}
+export -f run_release
+
+mkdir -p build/releases
+failed=0
+for release in "${releases[@]}"; do
+    log=build/releases/$release.log
+    echo "releases.sh: $release, see $log" >&2
+    unshare --mount --pid --fork --kill-child bash -c 'run_release "$@"' - \
+        "$folder/$release" "$release" "$mirror" "$folder/$release.row" >"$log" 2>&1 </dev/null &
+    running=$!
+    wait "$running" || failed=1
+    running=
+    rm -rf --one-file-system "${folder:?}/$release"
+done
+
+printf '| release | compiler | Wine | demo | tests | minutes |\n| --- | --- | --- | --- | --- | --- |\n'
+for release in "${releases[@]}"; do
+    cat "$folder/$release.row" 2>/dev/null || echo "| $release | - | - | not run | not run | - |"
+done
+exit $failed

@@ -14,29 +14,32 @@
 #if defined(__GLIBCXX__)
 namespace {
 
-/// For exceptions when the heap has no memory: most of them tell just that.
-constexpr std::size_t kReserved = 16, kReservedSize = 512;
-alignas(16) unsigned char reserve[kReserved][kReservedSize];
-std::atomic<bool> isTaken[kReserved];
+/// Blocks of static memory for when the heap has none: most exceptions report just that. Any thread.
+template <std::size_t kSize, std::size_t kCount>
+class Reserve {
+public:
+    /// \return Null if all blocks are taken.
+    void* take() {
+        for (std::size_t i = 0; i < kCount; ++i)
+            if (!isTaken_[i].exchange(true))
+                return blocks_[i];
+        return nullptr;
+    }
 
-void* allocate(std::size_t size) {
-    void* memory = std::malloc(size);
-    for (std::size_t i = 0; memory == nullptr && size <= kReservedSize && i < kReserved; ++i)
-        if (!isTaken[i].exchange(true))
-            memory = reserve[i];
-    if (memory == nullptr)
-        std::terminate();
-    return std::memset(memory, 0, size);
-}
+    /// \return False if the block is not one of these.
+    bool giveBack(const void* block) {
+        for (std::size_t i = 0; i < kCount; ++i)
+            if (block == blocks_[i]) {
+                isTaken_[i] = false;
+                return true;
+            }
+        return false;
+    }
 
-void release(void* memory) {
-    for (std::size_t i = 0; i < kReserved; ++i)
-        if (memory == reserve[i]) {
-            isTaken[i] = false;
-            return;
-        }
-    std::free(memory);
-}
+private:
+    alignas(16) unsigned char blocks_[kCount][kSize] = {};
+    std::atomic<bool> isTaken_[kCount] = {};
+};
 
 /// The exceptions of a thread, as the C++ ABI lays them out.
 struct Globals {
@@ -44,30 +47,68 @@ struct Globals {
     unsigned uncaught;
 };
 
+constexpr std::size_t kLargestException = 512;
+Reserve<kLargestException, 64> exceptions;
+Reserve<sizeof(Globals), 256> records; ///< Of their own: a thread keeps its record until it ends.
+
+template <class Blocks>
+void* allocate(std::size_t size, Blocks& blocks, std::size_t largest) {
+    void* memory = std::malloc(size);
+    if (memory == nullptr && size <= largest)
+        memory = blocks.take();
+    if (memory == nullptr)
+        std::terminate();
+    return std::memset(memory, 0, size);
+}
+
+template <class Blocks>
+void release(void* memory, Blocks& blocks) {
+    if (!blocks.giveBack(memory))
+        std::free(memory);
+}
+
+void releaseRecord(void* record) {
+    if (record != nullptr)
+        release(record, records);
+}
+
+/// A slot of storage per thread. Fiber local storage calls back when a thread or the library ends. Where the process has
+/// used up its few slots, thread local storage takes its place: DllMain then releases the record of a thread that ends.
 class PerThread {
 public:
     PerThread()
-        : index_(FlsAlloc([](void* globals) {
-              if (globals != nullptr)
-                  release(globals);
-          })) {}
-    ~PerThread() { FlsFree(index_); }
+        : fiberIndex_(FlsAlloc(releaseRecord)),
+          threadIndex_(fiberIndex_ == FLS_OUT_OF_INDEXES ? TlsAlloc() : TLS_OUT_OF_INDEXES) {}
+    ~PerThread() {
+        if (fiberIndex_ != FLS_OUT_OF_INDEXES)
+            FlsFree(fiberIndex_);
+        else
+            TlsFree(threadIndex_);
+    }
+
+    bool isUsable() const { return fiberIndex_ != FLS_OUT_OF_INDEXES || threadIndex_ != TLS_OUT_OF_INDEXES; }
 
     Globals* get() const {
-        auto* globals = static_cast<Globals*>(FlsGetValue(index_));
-        if (globals == nullptr) {
-            globals = static_cast<Globals*>(allocate(sizeof(Globals)));
-            if (!FlsSetValue(index_, globals))
+        const bool isFiber = fiberIndex_ != FLS_OUT_OF_INDEXES;
+        void* record = isFiber ? FlsGetValue(fiberIndex_) : TlsGetValue(threadIndex_);
+        if (record == nullptr) {
+            record = allocate(sizeof(Globals), records, sizeof(Globals));
+            if (!(isFiber ? FlsSetValue(fiberIndex_, record) : TlsSetValue(threadIndex_, record)))
                 std::terminate();
         }
-        return globals;
+        return static_cast<Globals*>(record);
+    }
+
+    void onThreadEnd() const {
+        if (fiberIndex_ == FLS_OUT_OF_INDEXES && threadIndex_ != TLS_OUT_OF_INDEXES)
+            releaseRecord(TlsGetValue(threadIndex_));
     }
 
 private:
-    DWORD index_;
+    DWORD fiberIndex_, threadIndex_;
 };
 
-/// Before all other objects there, and after them.
+/// Constructed before and destroyed after all other static objects.
 [[gnu::init_priority(101)]] const PerThread perThread;
 
 /// For objects that are made at their first use: one lock for all, as making them is rare.
@@ -92,16 +133,16 @@ extern "C" {
 constexpr std::size_t kHeader = 256;
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {
-    return static_cast<char*>(allocate(kHeader + size)) + kHeader;
+    return static_cast<char*>(allocate(kHeader + size, exceptions, kLargestException)) + kHeader;
 }
 void __cxa_free_exception(void* exception) noexcept {
-    release(static_cast<char*>(exception) - kHeader);
+    release(static_cast<char*>(exception) - kHeader, exceptions);
 }
 void* __cxa_allocate_dependent_exception() noexcept {
-    return allocate(kHeader);
+    return allocate(kHeader, exceptions, kLargestException);
 }
 void __cxa_free_dependent_exception(void* exception) noexcept {
-    release(exception);
+    release(exception, exceptions);
 }
 
 Globals* __cxa_get_globals() noexcept {
@@ -129,6 +170,13 @@ void __cxa_guard_abort(long long* object) {
 }
 
 } // extern "C"
+
+/// Refuses the load where exceptions could not work: the first one would end the process.
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+    if (reason == DLL_THREAD_DETACH)
+        perThread.onThreadEnd();
+    return perThread.isUsable();
+}
 
 /// Prints the name of the exception otherwise: nobody would see it, and it brings 50 KB of code for that.
 void __gnu_cxx::__verbose_terminate_handler() {

@@ -1,0 +1,68 @@
+#include <atomic>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+namespace {
+
+std::atomic<bool> isMemoryLeft = true;
+
+DWORD WINAPI noFiberSlot(PFLS_CALLBACK_FUNCTION) {
+    return FLS_OUT_OF_INDEXES;
+}
+
+void* mallocWhileMemoryIsLeft(std::size_t size) {
+    static void* const real =
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), "malloc"));
+    return isMemoryLeft ? reinterpret_cast<void* (*)(std::size_t)>(real)(size) : nullptr;
+}
+
+} // namespace
+
+// This program links the runtime's parts of the library. They use these from their construction on.
+extern "C" {
+decltype(&FlsAlloc) __imp_FlsAlloc = &noFiberSlot;
+void* (*__imp_malloc)(std::size_t) = &mallocWhileMemoryIsLeft;
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved);
+}
+asm(".text\n.globl malloc\nmalloc: jmp *__imp_malloc(%rip)\n");
+
+namespace {
+
+TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFiberSlots) {
+    constexpr int kThreads = 60;
+    const auto waitUntil = [](const auto& condition) {
+        while (!condition())
+            Sleep(1);
+    };
+    // Again and again, since a thread that ends must give back what it has taken.
+    for (int round = 0; round < 6; ++round) {
+        std::atomic<int> caught = 0;
+        std::atomic<bool> isOver = false;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kThreads; ++i)
+            threads.emplace_back([&] {
+                waitUntil([] { return !isMemoryLeft; });
+                try {
+                    throw std::bad_alloc();
+                } catch (const std::bad_alloc&) {
+                    ++caught;
+                }
+                waitUntil([&] { return isOver.load(); });
+                DllMain(nullptr, DLL_THREAD_DETACH, nullptr); // as the system does for a DLL
+            });
+        isMemoryLeft = false;
+        waitUntil([&] { return caught == kThreads; });
+        isMemoryLeft = true;
+        isOver = true;
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+    EXPECT_TRUE(DllMain(nullptr, DLL_PROCESS_ATTACH, nullptr));
+}
+
+} // namespace

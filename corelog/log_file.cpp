@@ -1,43 +1,45 @@
 #include "corelog/log_file.h"
 
+#include "win32/file_access.h"
+#include "win32/file_lock.h"
+
+#include <atomic>
+#include <memory>
+
 namespace CoreLog {
 namespace {
 
-constexpr ULONGLONG kLockTime = 2000; // milliseconds
+constexpr DWORD kLockTime = 2000;      // milliseconds
+constexpr std::size_t kPiece = 65'536; // bytes
 
-/// Holds a one-byte lock far behind the end of the file, where it keeps nobody from reading. It is asked for
-/// again and again for a while only: a process that never lets go of it must not bring all others to a halt.
-class FileLock {
-public:
-    explicit FileLock(HANDLE file) : file_(file) {
-        const ULONGLONG begin = GetTickCount64();
-        while (!(held_ = tryLock()) && GetTickCount64() - begin < kLockTime)
-            Sleep(1);
-    }
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
-    ~FileLock() {
-        OVERLAPPED place = lockPlace();
-        if (held_)
-            UnlockFileEx(file_, 0, 1, 0, &place);
-    }
-    explicit operator bool() const { return held_; }
+/// Set once a process has kept the lock for \ref kLockTime: until it can be acquired again, no line waits for it.
+std::atomic<bool> isLockStuck;
 
-private:
-    bool tryLock() const {
-        OVERLAPPED place = lockPlace();
-        return LockFileEx(file_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) !=
-               FALSE;
+/// Copies the end of the file, at most \ref kLargestLog bytes that begin with a whole line: a log that something else has
+/// filled with gigabytes must not keep every process waiting.
+bool copyEnd(HANDLE file, std::uint64_t size, const std::wstring& path) {
+    const win32::KernelHandle copy(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                               CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!copy)
+        return false;
+    std::string piece(kPiece, '\0');
+    const std::uint64_t begin = size > kLargestLog ? size - kLargestLog : 0;
+    std::size_t got = 0;
+    for (std::uint64_t from = begin, to = 0; from < size; from += got) {
+        if (!win32::readAt(file, from, piece.data(), piece.size(), got) || got == 0)
+            return false;
+        std::string_view bytes(piece.data(), got);
+        if (from == begin && begin != 0)
+            bytes.remove_prefix(bytes.find('\n') + 1);
+        if (!win32::writeAt(copy.get(), to, bytes))
+            return false;
+        to += bytes.size();
     }
+    return true;
+}
 
-    static OVERLAPPED lockPlace() {
-        OVERLAPPED place{};
-        place.OffsetHigh = 0x7FFFFFFF;
-        return place;
-    }
-
-    HANDLE file_;
-    bool held_ = false;
+struct Unlock {
+    void operator()(HANDLE file) const { win32::unlockFile(file); }
 };
 
 } // namespace
@@ -53,25 +55,32 @@ bool LogFile::open() {
 void LogFile::append(std::string_view bytes) {
     if (!open())
         return;
-    const FileLock lock(file_.get());
-    LARGE_INTEGER size;
-    if (!lock || !GetFileSizeEx(file_.get(), &size))
+    const win32::LockState lock =
+        win32::lockFile(file_.get(), win32::LockKind::exclusive, isLockStuck ? 0 : kLockTime);
+    isLockStuck = lock == win32::LockState::busy;
+    if (isLockStuck) {
+        win32::writeAt(file_.get(), win32::kEndOfFile, bytes);
         return;
-    const std::int64_t newSize = size.QuadPart + static_cast<std::int64_t>(bytes.size());
-    if (size.QuadPart > 0 && newSize > kLargestLog && handOver(newSize > 2 * kLargestLog))
-        size.QuadPart = 0;
-    OVERLAPPED end{};
-    end.Offset = size.LowPart;
-    end.OffsetHigh = static_cast<DWORD>(size.HighPart);
-    DWORD written = 0;
-    WriteFile(file_.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, &end);
+    }
+    const std::unique_ptr<void, Unlock> unlock(lock == win32::LockState::held ? file_.get() : nullptr);
+    appendLocked(bytes);
 }
 
-/// \return Whether the file was emptied: without a copy only when that `must` be.
-bool LogFile::handOver(bool must) const {
-    if (!CopyFileW(path_.c_str(), (path_ + L".1").c_str(), FALSE) && !must)
-        return false;
-    return SetFilePointerEx(file_.get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN) && SetEndOfFile(file_.get());
+void LogFile::appendLocked(std::string_view bytes) const {
+    LARGE_INTEGER found;
+    if (!GetFileSizeEx(file_.get(), &found))
+        return;
+    auto size = static_cast<std::uint64_t>(found.QuadPart);
+    const std::uint64_t newSize = size + bytes.size();
+    if (size > 0 && newSize > kLargestLog && handOver(size, newSize > 2 * kLargestLog))
+        size = 0;
+    if (!win32::writeAt(file_.get(), size, bytes))
+        win32::setFileSize(file_.get(), size); // the next line must not continue a torn one
+}
+
+/// \return Whether the file was emptied: without a copy only if that `must` be.
+bool LogFile::handOver(std::uint64_t size, bool must) const {
+    return (copyEnd(file_.get(), size, path_ + L".1") || must) && win32::setFileSize(file_.get(), 0);
 }
 
 } // namespace CoreLog

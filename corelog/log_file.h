@@ -9,29 +9,32 @@
 
 namespace CoreLog {
 
-inline constexpr std::int64_t kLargestLog = 5'242'880; // bytes
+inline constexpr std::uint64_t kLargestLog = 5'242'880; // bytes
 
 /// \brief A bounded text file that several processes append to.
 ///
-/// Before it would grow beyond \ref kLargestLog it is copied to the same name with ".1" added, replacing the
-/// older copy, and emptied. While that older copy is in somebody's use, the file may grow to twice that size;
-/// then it is emptied all the same. It is emptied rather than renamed, so that every process's open handle
-/// stays on the current file. A lock on the file, which the system drops when its holder dies, covers both
-/// the appending and the hand-over.
+/// Before it would grow beyond \ref kLargestLog its end is copied to the same name with ".1" added, which replaces the
+/// older copy, and the file is emptied. While another process holds that older copy open, the file may grow to twice the
+/// limit; then it is emptied without a copy. It is emptied rather than renamed, so that the open handles of all processes
+/// stay on the current file. An advisory lock covers both appending and hand-over; the system drops it when its holder
+/// dies.
 class LogFile {
 public:
-    /// Does nothing yet: most pieces of work log no line, and opening a file is the dearest part of it.
+    /// Does not open the file: most operations log nothing, and opening is the expensive part.
     explicit LogFile(std::wstring path) : path_(std::move(path)) {}
 
-    /// \brief Appends the bytes in one piece. The first call opens the file, which is made when missing; its
+    /// \brief Appends the bytes whole or not at all. The first call opens the file and creates it when missing; its
     /// folder must exist.
     ///
-    /// They are dropped when the file cannot be opened, or somebody else keeps the lock for seconds.
+    /// A file system without byte locks is used without the lock. A holder that keeps the lock for 2 s costs a process
+    /// that time once: until the lock is free again, lines are appended without it, and another process may overwrite
+    /// them. Nothing is reported when the file cannot be opened or the disk is full.
     void append(std::string_view bytes);
 
 private:
     bool open();
-    bool handOver(bool must) const;
+    void appendLocked(std::string_view bytes) const;
+    bool handOver(std::uint64_t size, bool must) const;
 
     std::wstring path_;
     win32::KernelHandle file_;

@@ -12,8 +12,8 @@ void setSettingsName(std::string_view name);
 
 /// \brief Writes lines to the suite's log file. Obtained from `createLogger` for one piece of work.
 ///
-/// Threads and processes may log to one file at the same time, each with a logger of its own. No line is torn, and none is lost unless
-/// another process keeps the file locked for seconds.
+/// Threads and processes may log to one file at the same time, each with a logger of its own. No line is torn, and none is
+/// lost unless the disk is full or another process keeps the file locked for seconds.
 class ILogger {
 public:
     /// Gives the logger back; it must not be used any more.

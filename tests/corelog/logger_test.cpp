@@ -2,6 +2,7 @@
 #include "corelog/log_message.h"
 #include "support/files.h"
 #include "support/seam.h"
+#include "win32/file_lock.h"
 #include "win32/known_folders.h"
 
 #include <process.h>
@@ -15,6 +16,8 @@
 #include <gtest/gtest.h>
 
 ZELSYS_SEAM(L"kernel32.dll", CreateDirectoryW)
+ZELSYS_SEAM(L"kernel32.dll", LockFileEx)
+ZELSYS_SEAM(L"kernel32.dll", WriteFile)
 
 namespace {
 
@@ -119,6 +122,56 @@ TEST(LogFile, NoLineIsTornOrLostWhenProcessesAndThreadsShareTheFileAcrossAHandOv
     ASSERT_EQ(next.size(), 3u);
     for (const auto& [writer, count] : next)
         EXPECT_EQ(count, kLinesPerWriter) << writer;
+}
+
+TEST(LogFile, FullDiskTakesALineWholeOrNotAtAll) {
+    const testing_support::TemporaryFolder folder;
+    CoreLog::LogFile file(folder / L"full.log");
+    file.append("before\n");
+    WriteFileSeam::restore();
+    WriteFileSeam::fake = [](HANDLE handle, LPCVOID bytes, DWORD, LPDWORD written, LPOVERLAPPED place) {
+        SetLastError(ERROR_DISK_FULL);
+        return WriteFileSeam::calls == 1 && WriteFileSeam::real(handle, bytes, 3, written, place);
+    };
+    file.append("torn\n");
+    testing_support::restoreSeams();
+    file.append("after\n");
+    EXPECT_EQ(readBytes(folder / L"full.log"), "before\nafter\n");
+}
+
+TEST(LogFile, LockThatCannotBeHadCostsItsTimeOnce) {
+    const testing_support::TemporaryFolder folder;
+    const std::wstring path = folder / L"stuck.log";
+    writeBytes(path, "");
+    win32::KernelHandle handle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                           nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_EQ(win32::lockFile(handle.get(), win32::LockKind::exclusive, 0), win32::LockState::held);
+    const auto attempts = [&](const char* line) {
+        LockFileExSeam::restore();
+        CoreLog::LogFile(path).append(line);
+        return LockFileExSeam::count();
+    };
+    EXPECT_GT(attempts("1\n"), 100);
+    EXPECT_EQ(attempts("2\n"), 1);
+    win32::unlockFile(handle.get());
+    EXPECT_EQ(attempts("3\n"), 1);
+    win32::lockFile(handle.get(), win32::LockKind::exclusive, 0);
+    EXPECT_GT(attempts("4\n"), 100) << "it was free in between";
+    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED);
+    CoreLog::LogFile(path).append("5\n");
+    EXPECT_EQ(LockFileExSeam::count(), 1) << "a file system without locks";
+    EXPECT_EQ(readBytes(path), "1\n2\n3\n4\n5\n");
+    testing_support::restoreSeams();
+}
+
+TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
+    const testing_support::TemporaryFolder folder;
+    const std::wstring path = folder / L"huge.log";
+    const std::string end = "whole line\n" + std::string(CoreLog::kLargestLog - 20, 'x') + "\n";
+    writeBytes(path, std::string(3 * CoreLog::kLargestLog, 'y') + '\n' + end);
+    CoreLog::LogFile(path).append("new\n");
+    EXPECT_EQ(readBytes(path), "new\n");
+    EXPECT_TRUE(readBytes(path + L".1") == end);
 }
 
 } // namespace

@@ -7,10 +7,8 @@
 namespace fs {
 namespace {
 
-int readContents(const std::wstring& path, std::string& contents) {
-    if (!fileExists(path))
-        return kStatusNoFile;
-    return readFile(path, contents) == 0 ? 0 : kStatusFileFailed;
+int loadStatus(int readStatus) {
+    return readStatus == 0 || readStatus == kStatusNoFile ? readStatus : kStatusFileFailed;
 }
 
 } // namespace
@@ -38,12 +36,12 @@ int CConfig::save(bool& wasRead) {
         return 0;
     }
 
-    // The merge is made beside the map in memory, so that running out of memory here loses no change.
+    // The merge happens beside the map in memory, so that running out of memory here loses no change.
     ConfigValues merged;
     std::string contents;
-    wasRead = readContents(filePath, contents) == 0;
-    if (wasRead)
-        parseConfig(contents, merged);
+    SharedFile file(filePath);
+    wasRead = file.read(contents);
+    parseConfig(contents, merged);
     for (const auto& key : changedKeys) {
         if (const auto changed = values.find(key); changed != values.end())
             merged.insert_or_assign(key, changed->second);
@@ -52,7 +50,7 @@ int CConfig::save(bool& wasRead) {
     }
     values = std::move(merged);
 
-    const int status = writeFile(filePath, serialiseConfig(values));
+    const int status = file.replace(serialiseConfig(values), contents, FileForm::plain);
     if (status == 0) {
         modified = false;
         changedKeys.clear();
@@ -70,7 +68,7 @@ int CConfig::reload() {
 
 int CConfig::read(bool dropMemory) {
     std::string contents;
-    if (const int status = readContents(pathCopy(), contents))
+    if (const int status = loadStatus(readFile(pathCopy(), FileForm::plain, contents)))
         return status;
 
     const std::lock_guard guard(lock);
@@ -110,11 +108,9 @@ std::wstring CConfig::pathCopy() const {
 }
 
 int readValue(const std::wstring& path, std::string_view key, std::optional<std::string>& value) {
-    if (!fileExists(path))
-        return kStatusNoFile;
     ConfigSearch search(key);
-    if (readPieces(path, [&](std::string_view piece) { search.take(piece); }) != 0)
-        return kStatusFileFailed;
+    if (const int status = loadStatus(readPieces(path, [&](std::string_view piece) { search.take(piece); })))
+        return status;
     value = search.finish();
     return 0;
 }

@@ -16,9 +16,7 @@ inline constexpr int kStatusNoKey = 100000; ///< the key is not in the file
 /// \brief A flat key/value configuration file: read whole, held in memory, written whole.
 ///
 /// Keys and values are plain bytes, UTF-8 by convention. The file is shared between processes only through
-/// `save`, which reads it again and applies nothing but the keys that this instance changed. The file is
-/// emptied and written in place: a save at the same moment as another one can find it empty, and all other
-/// keys are lost then.
+/// `save`, which reads it again and applies only the keys that this instance changed, under an advisory lock.
 ///
 /// Safe to share between threads. Failures of the file are told by status numbers, never thrown. There is no
 /// virtual destructor: an instance lives and dies by its static type.
@@ -34,9 +32,10 @@ public:
 
     /// \brief Applies the changed keys to what the file holds now and writes it.
     ///
-    /// Without changes the disk is not touched. A file that cannot be read counts as empty, so its other keys
-    /// are lost. When the writing fails, the changes are kept for a later `save`.
-    /// \return 0, 100002 without a path, 100004 when the file cannot be written.
+    /// Without changes the disk is not touched. A file that can be opened but not read counts as empty, so its
+    /// other keys are lost. If the file cannot be opened or written, it stays as it was, and the changes are kept for
+    /// a later `save`. Waits up to 2 s for another process that saves the same file.
+    /// \return 0, 100002 without a path, 100004 if the file cannot be opened or written.
     virtual int save();
 
     /// \brief As `save`, which tells moreover whether there was a file that could be read.

@@ -4,36 +4,47 @@
 #include "fs/file_io.h"
 #include "sys/data_buff.h"
 
+#include <cerrno>
 #include <utility>
 
 namespace fs {
+namespace {
+
+void parseEnciphered(std::string contents, ConfigValues& values) {
+    sys::DataBuff buffer(std::move(contents));
+    decipher(buffer.data(), buffer.size());
+    parseConfig(std::move(buffer).text(), values);
+}
+
+} // namespace
 
 int FxConfig::save() {
     const std::lock_guard guard(lock);
     if (filePath.empty())
         return kStatusNoFile;
+    std::string old;
+    SharedFile file(filePath);
+    if (file.read(old) && isUnread)
+        parseEnciphered(old, values);
     sys::DataBuff buffer(serialiseConfig(values));
     encipher(buffer.data(), buffer.size());
-    const int status = writeFile(filePath, std::move(buffer).text());
+    const int status = file.replace(std::move(buffer).text(), old, FileForm::enciphered);
     if (status == 0) {
         modified = false;
         changedKeys.clear();
+        isUnread = false;
     }
     return status;
 }
 
 int FxConfig::load() {
-    const std::wstring path = pathCopy();
-    if (!fileExists(path))
-        return kStatusNoFile;
     std::string contents;
-    if (const int status = readFile(path, contents))
-        return status;
-    sys::DataBuff buffer(std::move(contents));
-    decipher(buffer.data(), buffer.size());
-
+    const int status = readFile(pathCopy(), FileForm::enciphered, contents);
     const std::lock_guard guard(lock);
-    parseConfig(std::move(buffer).text(), values);
+    isUnread = status == EBUSY;
+    if (status != 0)
+        return status;
+    parseEnciphered(std::move(contents), values);
     modified = false;
     return 0;
 }

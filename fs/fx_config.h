@@ -10,16 +10,16 @@ namespace fs {
 /// \brief A configuration file that is enciphered as a whole, so that users do not edit it by hand: the store
 /// of named on/off switches, "1" and "0".
 ///
-/// Always written whole from memory: there is no merge with what the file holds by then, so two processes
-/// that change one file at the same moment can lose a change. `reload` is the plain one and must not be used
-/// here.
+/// Always written whole from memory, without a merge: of two processes that change one file at the same moment, one can
+/// undo the change of the other. Do not call `reload`: it is inherited and does not decipher.
 class FxConfig : public CConfig {
 public:
     using Defaults = std::map<std::string, bool>;
 
     using CConfig::CConfig;
 
-    /// \brief Enciphers what is in memory and writes it, whether or not anything was changed.
+    /// \brief Enciphers what is in memory and writes it, whether or not anything was changed. If another process kept
+    /// the file from being opened at the last `load`, what it holds is loaded first.
     /// \return 0, 100002 without a path, 100004 when the file cannot be written.
     int save() override;
 
@@ -44,6 +44,8 @@ public:
 
 private:
     Defaults defaults;
+    bool isUnread =
+        false; ///< Another process held the file at the last `load`: `save` must not drop what it holds.
 };
 
 } // namespace fs

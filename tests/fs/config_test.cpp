@@ -4,13 +4,20 @@
 #include "fs/fx_config.h"
 #include "support/files.h"
 #include "support/seam.h"
+#include "win32/file_lock.h"
+#include "win32/owner.h"
 
 #include <process.h>
 
+#include <thread>
+
 #include <gtest/gtest.h>
 
+ZELSYS_SEAM(L"kernel32.dll", GetFileAttributesW)
+ZELSYS_SEAM(L"kernel32.dll", LockFileEx)
+ZELSYS_SEAM(L"kernel32.dll", ReadFile)
+ZELSYS_SEAM(L"kernel32.dll", SetFileInformationByHandle)
 ZELSYS_SEAM(L"kernel32.dll", WriteFile)
-ZELSYS_SEAM(L"msvcrt.dll", fread)
 
 namespace {
 
@@ -90,43 +97,117 @@ TEST_F(Config, PathsWithoutAFile) {
     EXPECT_EQ(config.load(), 100004) << "with one more attribute it counts as a file that cannot be read";
 }
 
-TEST_F(Config, FailuresKeepTheChanges) {
+/// Keeps a file from being opened.
+win32::KernelHandle hold(const std::wstring& path) {
+    return win32::KernelHandle(
+        CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
+TEST_F(Config, FileThatAnotherProcessHoldsForAMoment) {
     writeBytes(path, "a=1\n");
     fs::CConfig config(path);
     config.setValue("b", "2");
-    const HANDLE holder = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    auto holder = hold(path);
     EXPECT_EQ(config.load(), 100004);
     EXPECT_EQ(config.save(), 100004);
-    CloseHandle(holder);
-    EXPECT_EQ(readBytes(path), "a=1\n");
-
-    WriteFileSeam::fake = [](HANDLE file, LPCVOID bytes, DWORD, LPDWORD written, LPOVERLAPPED place) {
-        if (WriteFileSeam::calls == 1)
-            return WriteFileSeam::real(file, bytes, 1, written, place); // short, then the disk is full
-        SetLastError(ERROR_DISK_FULL);
-        return FALSE;
-    };
-    EXPECT_EQ(config.save(), 100004);
-    EXPECT_EQ(WriteFileSeam::calls, 2);
-    EXPECT_TRUE(config.isModified());
-    WriteFileSeam::restore();
-    writeBytes(path, "c=3\n");
+    std::thread release([&] {
+        Sleep(60);
+        holder.reset();
+    });
     EXPECT_EQ(config.save(), 0);
-    EXPECT_EQ(readBytes(path), "b=2\nc=3\n");
+    release.join();
+    EXPECT_EQ(readBytes(path), "a=1\nb=2\n");
+
+    // So does a query that has no answer; then whether the file can be opened decides.
+    for (const long error : {ERROR_NETWORK_BUSY, ERROR_FILE_NOT_FOUND}) {
+        GetFileAttributesWSeam::restore();
+        GetFileAttributesWSeam::fake = [=](LPCWSTR) {
+            SetLastError(static_cast<DWORD>(error));
+            return INVALID_FILE_ATTRIBUTES;
+        };
+        EXPECT_EQ(config.reload(), error == ERROR_NETWORK_BUSY ? 0 : 100002);
+        EXPECT_EQ(GetFileAttributesWSeam::count() > 1, error == ERROR_NETWORK_BUSY);
+    }
+}
+
+TEST_F(Config, NoReaderSeesAnEmptyFileOrThePartsOfTwo) {
+    const auto expectWhole = [&] {
+        fs::ConfigValues seen;
+        fs::parseConfig(readBytes(path), seen);
+        EXPECT_EQ(seen["z"], "1");
+        EXPECT_TRUE(seen["a"].empty() || seen["a"] == "old" || seen["a"] == "longer") << seen["a"];
+        EXPECT_LE(seen.size(), 2u);
+    };
+    WriteFileSeam::fake = [&](HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED place) {
+        const BOOL result = WriteFileSeam::real(file, bytes, size, written, place);
+        expectWhole();
+        return result;
+    };
+    SetFileInformationByHandleSeam::fake = [&](HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID data,
+                                               DWORD size) {
+        expectWhole();
+        return SetFileInformationByHandleSeam::real(file, kind, data, size);
+    };
+    testing_support::writeBytes(path, "a=old\nz=1\n");
+    fs::CConfig config(path);
+    for (const std::string value : {"longer", ""}) {
+        config.setValue("a", value);
+        EXPECT_EQ(config.save(), 0);
+        EXPECT_EQ(readBytes(path), (value.empty() ? "" : "a=longer\n") + std::string("z=1\n"));
+    }
+    EXPECT_EQ(SetFileInformationByHandleSeam::count(), 1);
+}
+
+TEST_F(Config, FullDiskLeavesTheFileAsItWas) {
+    fs::CConfig plain(path);
+    plain.setValue("a", "longer");
+    fs::FxConfig enciphered(path);
+    enciphered.setSwitch("new", true);
+    for (fs::CConfig* config : {&plain, static_cast<fs::CConfig*>(&enciphered)})
+        for (const std::string old : {"a=1\n", "a=123456\n", "a=1\nb=123456\n"}) {
+            writeBytes(path, old);
+            // One byte finds room, then the disk is full; what was there can be written again.
+            WriteFileSeam::fake = [](HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
+                                     LPOVERLAPPED place) {
+                SetLastError(ERROR_DISK_FULL);
+                return WriteFileSeam::calls != 2 &&
+                       WriteFileSeam::real(file, bytes, WriteFileSeam::calls == 1 ? 1 : size, written, place);
+            };
+            EXPECT_EQ(config->save(), 100004);
+            WriteFileSeam::restore();
+            EXPECT_EQ(readBytes(path), old);
+            EXPECT_TRUE(config->isModified());
+        }
+    EXPECT_EQ(plain.save(), 0) << "the change was kept";
+    EXPECT_EQ(readBytes(path), "a=longer\nb=123456\n");
+}
+
+TEST_F(Config, LockIsBestEffort) {
+    fs::CConfig config(path);
+    const auto save = [&] {
+        config.setValue("a", "1");
+        return config.save();
+    };
+    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(save(), 0);
+    EXPECT_EQ(LockFileExSeam::count(), 1) << "a file system without locks";
+    LockFileExSeam::restore();
+    const win32::KernelHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                               nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_EQ(win32::lockFile(file.get(), win32::LockKind::shared, 0), win32::LockState::held);
+    EXPECT_EQ(save(), 0);
+    EXPECT_GT(LockFileExSeam::count(), 100) << "it was asked for again and again";
+    EXPECT_EQ(config.load(), 0) << "readers share it";
 }
 
 TEST_F(Config, ReadThatFailsHalfWay) {
     writeBytes(path, "a=1\n");
     fs::CConfig config(path);
     config.setValue("b", "2");
-    freadSeam::fake = [](void* out, size_t size, size_t, FILE* stream) {
-        const size_t got = freadSeam::real(out, size, 2, stream);
-        stream->_flag |= _IOERR;
-        return got;
-    };
+    ReadFileSeam::failWith(ERROR_CRC);
     EXPECT_EQ(config.load(), 100004);
     EXPECT_EQ(config.save(), 0) << "a save goes on with its own keys";
-    EXPECT_EQ(freadSeam::calls, 2);
+    EXPECT_GT(ReadFileSeam::count(), 0);
     EXPECT_EQ(readBytes(path), "b=2\n");
 }
 
@@ -156,6 +237,14 @@ TEST_F(Config, SwitchesAreWrittenWholeAndEnciphered) {
     EXPECT_TRUE(other.isModified()) << "the missing default";
     EXPECT_EQ(other.save(), 0);
     EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\n");
+
+    auto holder = hold(path);
+    other.setFilePath(path);
+    EXPECT_NE(other.load(), 0);
+    holder.reset();
+    other.setSwitch("d", true);
+    EXPECT_EQ(other.save(), 0);
+    EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "what could not be read is not dropped";
 
     store.defaultsPending = true;
     store.loadWithDefaults();

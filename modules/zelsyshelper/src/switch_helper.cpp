@@ -1,15 +1,19 @@
 #include "zelsyshelper.h"
 
+#include "fs/file_io.h"
 #include "fs/fx_config.h"
 #include "modules/zelsyshelper/src/export_frame.h"
+#include "sys/mutex.h"
 #include "ui/common/stat/app_data_path.h"
 #include "win32/known_folders.h"
-#include "win32/owner.h"
+
+#include <mutex>
 
 namespace {
 
-/// The one store of enableFx(). Its steps do not hold the lock from one to the next: calls for different
-/// files at the same moment can mix up their switches.
+/// Held for a whole call: the store is one for all switch files, and its steps would mix those of several calls.
+sys::Mutex switchMutex;
+
 fs::FxConfig& switchStore() {
     static fs::FxConfig instance;
     return instance;
@@ -31,6 +35,7 @@ void enableFx(const wchar_t* file, const char* switchName, uint8_t value) {
         const std::string name = frame::owned(switchName);
         const bool isOn = value != 0;
 
+        const std::lock_guard guard(switchMutex);
         fs::FxConfig& store = switchStore();
         store.setDefaults({{name, isOn}});
         store.setFilePath(path);
@@ -43,9 +48,9 @@ void enableFx(const wchar_t* file, const char* switchName, uint8_t value) {
 
 void clearFx(const wchar_t* file) {
     frame::run(0, [=] {
-        const win32::KernelHandle emptied(CreateFileW(switchFilePath(frame::owned(file)).c_str(),
-                                                      GENERIC_WRITE, 0, nullptr, TRUNCATE_EXISTING,
-                                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+        const std::wstring path = switchFilePath(frame::owned(file));
+        const std::lock_guard guard(switchMutex);
+        fs::emptyFile(path);
         return 0;
     });
 }

@@ -128,7 +128,7 @@ void benchWrite() {
                                                   bench::writeWhole(sample.bare, bytes);
                                        }},
                     .alternatives = alternatives,
-                    .goal = {.mostToLimit = 1.2, .mostToAlternative = 1}});
+                    .goal = {.mostToLimit = 0.75, .mostToAlternative = 1}});
 }
 
 } // namespace

@@ -248,10 +248,11 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  * Sets one value. The file is made when it is missing, not its folder.
  *
  * The file is read again and written whole: keys in ascending order, lines that are no key=value are dropped.
- * It is emptied and written in place: two calls for one file at the very same moment, also from different
- * processes, can lose one of the two changes or even all other keys, and can leave the rest of a longer line
- * as a key of its own. A process that ends between emptying and writing leaves an empty file. If the file
- * exists but cannot be read, its other keys are lost. A hidden file can be read but not written.
+ * Calls for one file at the same moment, also from different processes, take turns and keep one another's
+ * changes. Only a process that holds its turn for 2 seconds can lose the change of another. Readers see the old
+ * or the new contents, and so does the next start of a process that ended during the call. A full disk leaves
+ * the file as it was. A file that another program holds open is tried again for 250 ms and then left as it is.
+ * If the file can be opened but not read, its other keys are lost.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 when the file could be read before the change, else 0. This does not tell whether the change was
@@ -302,8 +303,9 @@ ZELSYSHELPER_API uint64_t readProperty(const wchar_t* file, const char* key, wch
  * Sets one value; an empty one removes the key from the file. The file is made when it is missing, not its
  * folder.
  *
- * A plain file is written as by setValueInPropertyFile(). An enciphered one that cannot be read loses its
- * other keys, and two calls for it at the same moment can lose one of the two changes or all other keys.
+ * A plain file is written as by setValueInPropertyFile(). An enciphered one that can be opened but not read loses
+ * its other keys; of two calls for it at the same moment, one can undo the change of the other. A process that
+ * ends while it removes a key from an enciphered file can leave a file that cannot be read.
  *
  * \return 0, ZELSYSHELPER_NO_FILE for an empty path, ZELSYSHELPER_FILE_FAILED when the file cannot be written
  *         (32-bit unsigned).
@@ -331,8 +333,7 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
 /**
  * Sets one switch. The file is made when it is missing; whether it could be written is not told.
  *
- * Calls for different files at the same moment can write a switch into the wrong one of them, and two
- * processes that change one file at the same moment can lose a switch: make these calls one at a time.
+ * Any thread. Two processes that change one file at the same moment can lose the change of one of them.
  *
  * \param file       The file's name, without folder and ending. Nothing happens when it is empty.
  * \param switchName The switch. A line break or "=" in it does not survive.
@@ -341,7 +342,8 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
 ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint8_t value);
 
 /**
- * Empties a switch file. A missing one stays missing; one that another program has open stays as it is.
+ * Empties a switch file. A missing one stays missing; one that another program holds open for longer than 250 ms
+ * stays as it is.
  *
  * \param file The file's name, as for enableFx().
  */

@@ -114,49 +114,60 @@ def sweep(folder, pem):
         row("sweep: exports, calls that failed, different functions", ", ".join(swept.groups()))
 
 
-def is_whole(value):
-    number = value.split(b".")[0]
-    return number.isdigit() and value == b"%s.%s.%s" % (number, b"x" * (int(number) * 7 % 90), number)
+def value_of(number):
+    return b"%d.%s.%d" % (number, b"x" * (number * 7 % 90), number)
 
 
-def watch(path, is_over, seen, halves):
-    """Looks at the file as it stands until the writers have ended. Reading is not atomic under Linux: half a value
-    counts as written only where two looks in a row find it."""
-    before, file = [], os.open(path, os.O_RDONLY)
+def values(contents):
+    """The keys of a property file, in the order of the file; zeros at its end do not count."""
+    lines = contents.rstrip(b"\0").split(b"\n")
+    return {key: value for key, _, value in (line.partition(b"=") for line in lines[:-1] + lines[-1:] * bool(lines[-1]))}
+
+
+OTHERS = {b"other%02d" % i: b"v" * (60 + i) for i in range(25)}  # with the keys of the test, less than a page
+
+
+def contents_of(keys):
+    return b"".join(b"%s=%s\n" % item for item in sorted(keys.items()))
+
+
+def is_sound(keys, own):
+    return {key: value for key, value in keys.items() if key not in own} == OTHERS and all(
+        value == value_of(int(value.split(b".")[0])) for key, value in keys.items() if key in own)
+
+
+def watch(path, is_over, seen, broken_states):
+    """Looks at the file until the writers have ended. Reading is not atomic under Linux: a state counts only where two
+    looks in a row find it."""
+    before, file = b"", os.open(path, os.O_RDONLY)
     while not is_over():
-        lines = os.pread(file, 65536, 0).split(b"\n")
-        pairs = [line.partition(b"=")[::2] for line in lines if b"=" in line]
-        half = any(key in KEYS and not is_whole(value) for key, value in pairs)
+        now = os.pread(file, 65536, 0)
         seen["looks"] += 1
-        seen["empty"] += lines == [b""]
-        seen["rest of an older line"] += len(pairs) + 1 < len(lines) or not {key for key, _ in pairs} <= KEYS
-        seen["half a value"] += half
-        if half and lines == before:
-            halves.add(tuple(lines))
-        before = lines
+        if now == before and not is_sound(values(now), KEYS):
+            broken_states.add(now)
+        before = now
     os.close(file)
 
 
 def eight_processes(folder, _pem):
-    path, seen, totals, halves = folder / "eight.cfg", Counter(), Counter(), set()
-    path.touch()
+    path, seen, totals, broken_states = folder / "eight.cfg", Counter(), Counter(), set()
+    path.write_bytes(contents_of(OTHERS | {key: value_of(0) for key in KEYS}))
     writers = [start("set", prefix.windows_path(path), f"k{i}", SETS, stdin=subprocess.PIPE) for i in range(8)]
     for writer in writers:  # all are there: now they begin
         writer.stdin.close()
-    watcher = threading.Thread(target=watch, args=(path, lambda: all(w.poll() is not None for w in writers), seen, halves))
+    watcher = threading.Thread(target=watch, args=(path, lambda: all(w.poll() is not None for w in writers), seen,
+                                                   broken_states))
     watcher.start()
     for writer in writers:
         numbers = re.findall(r"set (\d+) (\d+) (\d+)", writer.stdout.read())
         promise(writer.wait() == 0 and len(numbers) == 1, "a writer did not end well")
         totals.update(dict(zip(("lost", "absent", "half"), map(int, numbers[0]))))
     watcher.join()
-    promise(len(halves) < 2 and totals["half"] < 2, f"half a value: {totals}, {seen}, {halves}")
-    row("8 processes: updates; lost before the process's next", f"{8 * SETS}; {totals['lost']}")
-    row("8 processes: other keys read: absent, half a value", f"{totals['absent']}, {totals['half']}")
-    row("8 processes: looks at the file from outside", counts(seen))
-    row("8 processes: half a value that stayed", str(len(halves)))
-    succeed("property", "set", prefix.windows_path(path), "after", "1")
-    promise(b"after=1\n" in path.read_bytes(), "the file is of no use afterwards")
+    promise(not totals.total() and not broken_states, f"{totals}, {broken_states}")
+    promise(path.read_bytes() == contents_of(OTHERS | {key: value_of(SETS) for key in KEYS}), "the last updates are lost")
+    row("8 processes: updates; lost", f"{8 * SETS}; {totals['lost']}")
+    row("8 processes: keys of others absent, values torn", f"{totals['absent']}, {totals['half']}")
+    row("8 processes: looks at the file from outside; broken states", f"{seen['looks']}; {len(broken_states)}")
 
 
 # What the statistics host does with a post, in percent, and what the library must then log.
@@ -237,16 +248,15 @@ def chaotic_events(_folder, pem):
 
 def kill_save(folder, _pem):
     path, states = folder / "save.cfg", Counter()
-    others = b"".join(b"other%04d=%s\n" % (i, b"v" * 100) for i in range(500))
     for _ in range(KILLS):
-        path.write_bytes(others)
+        path.write_bytes(contents_of(OTHERS))
         killed(0.05, "set", prefix.windows_path(path), "k1", 0)
         left = path.read_bytes()
-        rest = left[left.find(b"other"):] if b"other" in left else b""
-        states["whole" if rest == others else "cut" if left else "empty"] += 1
-        promise(others.startswith(rest), f"after the end of save: {left[:200]}")
-        succeed("property", "set", prefix.windows_path(path), "after", "1")
-        promise(path.read_bytes().startswith(b"after=1\n"), "the next start did not write")
+        sound = is_sound(values(left), {b"k1"})
+        states["zeros at the end" if left.endswith(b"\0") else "whole" if sound else "broken"] += 1
+        promise(sound, f"after the end of save: {left}")
+        succeed("property", "set", prefix.windows_path(path), "k1", value_of(1).decode())
+        promise(path.read_bytes() == contents_of(OTHERS | {b"k1": value_of(1)}), "the next start did not write")
     row("kill in save: the file afterwards", counts(states))
 
 
@@ -256,13 +266,12 @@ def kill_switches(_folder, _pem):
     for _ in range(KILLS):
         path.unlink(missing_ok=True)
         killed(0.05, "switches", "soak-kill")
-        size = path.stat().st_size
-        states["whole" if size == whole else "cut" if size else "empty"] += 1
-        reads = prefix.host("property", "check", prefix.windows_path(path), "49", "--enciphered").returncode == 0
-        promise(size not in (0, whole) or reads == (size == whole), f"{size} bytes, but the last switch is {reads}")
         succeed("switch", "on", "soak-kill", "after")
-        reads = prefix.host("property", "check", prefix.windows_path(path), "after", "--enciphered").returncode == 0
-        promise(reads and path.stat().st_size >= size, f"the next start left {path.stat().st_size} of {size} bytes")
+        reads = [prefix.host("property", "check", prefix.windows_path(path), name, "--enciphered").returncode == 0
+                 for name in ("0", "49", "after")]
+        sound = all(reads) and path.stat().st_size == whole + len("after=1\n")
+        states["whole" if sound else "broken"] += 1
+        promise(sound, f"the next start left {path.stat().st_size} of {whole} bytes and finds {reads}")
     path.unlink()
     row("kill in enableFx: the file afterwards", counts(states))
 

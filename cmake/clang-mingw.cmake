@@ -1,4 +1,4 @@
-# The same target by clang, as a second opinion: it uses the headers and libraries of the MinGW-w64 above.
+# The same target by clang and LLD, as a second opinion: they use the headers and libraries of the MinGW-w64 above.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake)
 
 set(CMAKE_C_COMPILER clang)
@@ -8,7 +8,9 @@ set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 
 file(GLOB gcc /usr/lib/gcc/x86_64-w64-mingw32/*-posix)
 set(CMAKE_CXX_FLAGS_INIT "-isystem ${gcc}/include/c++ -isystem ${gcc}/include/c++/x86_64-w64-mingw32")
-# GCC names the runtime's thread library by itself, behind the C++ library that needs it.
 foreach(kind EXE SHARED)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -L${gcc} -Wl,--whole-archive -lpthread -Wl,--no-whole-archive")
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -fuse-ld=lld -L${gcc}")
 endforeach()
+# GCC names the runtime's thread library by itself, after the C++ library that needs it.
+set(CMAKE_CXX_STANDARD_LIBRARIES "-lstdc++ -lpthread -lkernel32 -luser32 -lshell32 -lole32 -luuid -ladvapi32"
+    CACHE STRING "")

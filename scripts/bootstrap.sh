@@ -15,6 +15,7 @@ packages=(
     libclang-rt-dev
     liblnk-utils
     libsimpleini-dev
+    lld
     llvm
     ninja-build
     openssl

@@ -17,7 +17,6 @@ struct AsyncRequest::State {
     win32::KernelHandle closed{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     DWORD error = 0;
     DWORD count = 0;
-    std::wstring headers;
     std::string sent;
     std::string received;
 };
@@ -48,16 +47,14 @@ AsyncRequest::~AsyncRequest() {
     }
 }
 
-DWORD AsyncRequest::send(const std::wstring& headers, const std::string& body) {
+DWORD AsyncRequest::send(const std::string& body) {
     State& state = *state_;
-    state.headers = headers;
     state.sent = body;
     return wait([&] {
         const auto size = static_cast<DWORD>(state.sent.size());
-        return WinHttpSendRequest(
-            get(), headers.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : state.headers.c_str(),
-            static_cast<DWORD>(state.headers.size()), size != 0 ? state.sent.data() : WINHTTP_NO_REQUEST_DATA,
-            size, size, context_);
+        return WinHttpSendRequest(get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0,
+                                  size != 0 ? state.sent.data() : WINHTTP_NO_REQUEST_DATA, size, size,
+                                  context_);
     });
 }
 

@@ -14,8 +14,8 @@ namespace xferlib {
 /// synchronous call for ever. Here a step that is not over by the deadline is left to itself: the request is
 /// closed, and what the step may still touch lives on until WinHTTP lets go of it.
 ///
-/// The steps return 0 or a Windows error number, ERROR_WINHTTP_TIMEOUT after the deadline; after a failure no
-/// further step is allowed.
+/// The steps return 0 or a Windows error number, ERROR_WINHTTP_TIMEOUT after the deadline. After
+/// ERROR_WINHTTP_RESEND_REQUEST the request may be sent again; after any other failure no further step is allowed.
 class AsyncRequest {
 public:
     /// \param request A request that was just opened; may be null, `isValid` tells.
@@ -29,8 +29,8 @@ public:
     /// For calls that do not wait: options, headers of the reply.
     HINTERNET get() const { return request_.get(); }
 
-    /// \param headers Whole header lines, each ended by CR LF; may be empty.
-    DWORD send(const std::wstring& headers, const std::string& body);
+    /// Sends the request with this body; may be repeated, for example with credentials.
+    DWORD send(const std::string& body);
     DWORD receiveResponse();
 
     /// \brief Appends the next part of the reply's body to `body`; appends nothing at its end.

@@ -12,7 +12,7 @@ namespace {
 using win32::WinHttpHandle;
 
 constexpr std::int32_t kStatusNoContent = 204, kStatusNotModified = 304, kStatusProxyAuthentication = 407;
-constexpr int kMostSends = 3; // the first one, one with credentials, one that WinHTTP itself asks for
+constexpr int kMostSends = 32; // far above the legs of any handshake: only stops one that never ends
 
 struct Address {
     std::wstring host;
@@ -38,6 +38,12 @@ TransferCode crack(const std::wstring& url, Address& address) {
     address.port = parts.nPort;
     address.secure = parts.nScheme == INTERNET_SCHEME_HTTPS;
     return kOk;
+}
+
+bool addHeaders(HINTERNET request, const std::wstring& lines) {
+    // Headers of WinHttpSendRequest stay with the request: one that is sent twice would carry them twice.
+    return lines.empty() || WinHttpAddRequestHeaders(request, lines.c_str(), static_cast<DWORD>(lines.size()),
+                                                     WINHTTP_ADDREQ_FLAG_ADD | WINHTTP_ADDREQ_FLAG_REPLACE);
 }
 
 bool setOption(HINTERNET request, DWORD option, DWORD value) {
@@ -95,14 +101,15 @@ bool answerProxy(HINTERNET request, const Hop& hop) {
 
 /// Sends until a reply other than a call for credentials stands in the request.
 TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& response) {
-    static const std::wstring kNoHeaders;
     static const std::string kNoBody;
     bool answered = hop.proxyUser.empty();
     for (int sends = 0; sends < kMostSends; ++sends) {
-        if (const DWORD error = request.send(hop.headers != nullptr ? *hop.headers : kNoHeaders,
-                                             hop.body != nullptr ? *hop.body : kNoBody))
+        // Either step asks for another send when WinHTTP has begun a handshake, as with a proxy that wants NTLM.
+        DWORD error = request.send(hop.body != nullptr ? *hop.body : kNoBody);
+        if (error != 0 && error != ERROR_WINHTTP_RESEND_REQUEST)
             return transferCode(error, kSendFailed);
-        const DWORD error = request.receiveResponse();
+        if (error == 0)
+            error = request.receiveResponse();
         if (error == ERROR_WINHTTP_RESEND_REQUEST)
             continue;
         if (error != 0)
@@ -153,7 +160,8 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
                                                           WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
                                                           address.secure ? WINHTTP_FLAG_SECURE : 0)),
                          deadline);
-    if (!request.isValid() || !configure(request.get(), hop, deadline))
+    if (!request.isValid() || !configure(request.get(), hop, deadline) ||
+        (hop.headers != nullptr && !addHeaders(request.get(), *hop.headers)))
         return transferCode(GetLastError(), kInitFailed);
     if (const auto code = sendAndReceive(request, hop, reply.response))
         return code;

@@ -10,6 +10,7 @@
 #include <winhttp.h>
 
 ZELSYS_SEAM(L"winhttp.dll", WinHttpSendRequest)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpAddRequestHeaders)
 
 namespace {
 
@@ -103,6 +104,23 @@ TEST(Xferlib, ServersThatTakeTooLong) {
         request.timeoutSeconds = 1;
         EXPECT_EQ(xferlib::fetch(request).code, 28) << path;
     }
+}
+
+TEST(Xferlib, SendsAgainForAsLongAsWinHttpAsksForIt) {
+    const Request request{.url = url("/echo"), .headers = {"Content-Type: text/x-test"}};
+    int refusals = 0;
+    WinHttpSendRequestSeam::fake = [&](HINTERNET handle, const wchar_t* headers, auto... rest) {
+        EXPECT_EQ(headers, nullptr) << "a second send would add them a second time";
+        SetLastError(ERROR_WINHTTP_RESEND_REQUEST);
+        return refusals-- > 0 ? FALSE : WinHttpSendRequestSeam::real(handle, headers, rest...);
+    };
+    refusals = 5;
+    WinHttpAddRequestHeadersSeam::calls = 0;
+    EXPECT_EQ(outcome(request), "0/200/GET 127.0.0.1:" + port("PLAIN") + " /echo text/x-test ");
+    EXPECT_EQ(WinHttpAddRequestHeadersSeam::calls, 1);
+    refusals = 1'000'000;
+    EXPECT_EQ(outcome(request), "56/0/") << "and does not hang";
+    WinHttpSendRequestSeam::restore();
 }
 
 TEST(Xferlib, AttemptsAreForFailingExchangesOnly) {

@@ -11,7 +11,7 @@ namespace {
 
 using win32::WinHttpHandle;
 
-constexpr std::int32_t kStatusNoContent = 204, kStatusNotModified = 304, kStatusProxyAuthentication = 407;
+constexpr std::int32_t kStatusNoContent = 204, kStatusNotModified = 304;
 constexpr int kMostSends = 32; // far above the legs of any handshake: only stops one that never ends
 
 struct Address {
@@ -85,24 +85,31 @@ std::wstring locationHeader(HINTERNET request) {
     return value;
 }
 
-/// After a refusal by the proxy: takes the strongest way to sign in that it offers.
-bool answerProxy(HINTERNET request, const Hop& hop) {
-    DWORD supported = 0, first = 0, target = 0;
-    if (!WinHttpQueryAuthSchemes(request, &supported, &first, &target) || target != WINHTTP_AUTH_TARGET_PROXY)
-        return false;
-    constexpr DWORD kSchemes[] = {WINHTTP_AUTH_SCHEME_NEGOTIATE, WINHTTP_AUTH_SCHEME_NTLM,
-                                  WINHTTP_AUTH_SCHEME_DIGEST, WINHTTP_AUTH_SCHEME_BASIC};
-    for (const DWORD scheme : kSchemes)
-        if ((supported & scheme) != 0)
-            return WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_PROXY, scheme, hop.proxyUser.c_str(),
-                                         hop.proxyPassword.c_str(), nullptr) != FALSE;
-    return false;
+TransferCode readToEnd(AsyncRequest& request, std::string& body) {
+    // Ends with a read of 0 bytes even if the length is known: WinHTTP reuses the connection only then.
+    for (std::size_t had = 0;; had = body.size()) {
+        if (const DWORD error = request.readPart(body))
+            return transferCode(error, kReceiveFailed);
+        if (body.size() > kLargestBody)
+            return kBodyTooLarge;
+        if (body.size() == had)
+            return kOk;
+    }
+}
+
+/// Prepares a request that the proxy has answered with 407 for its next send.
+TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
+    // The page that comes with a final 407 is the proxy's: as a reply it would pass for the host's.
+    if (!proxy.answerRefusal(request.get()))
+        return kReceiveFailed;
+    // Schemes that sign in a connection, such as NTLM, need the next send on the same one.
+    std::string page;
+    return readToEnd(request, page);
 }
 
 /// Sends until a reply other than a call for credentials stands in the request.
 TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& response) {
     static const std::string kNoBody;
-    bool answered = hop.proxyUser.empty();
     for (int sends = 0; sends < kMostSends; ++sends) {
         // Either step asks for another send when WinHTTP has begun a handshake, as with a proxy that wants NTLM.
         DWORD error = request.send(hop.body != nullptr ? *hop.body : kNoBody);
@@ -118,28 +125,21 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
         if (!status)
             return kReceiveFailed;
         response.status = static_cast<std::int32_t>(*status);
-        if (response.status != kStatusProxyAuthentication || answered || !answerProxy(request.get(), hop))
+        if (response.status != kStatusProxyAuthentication)
             return kOk;
-        answered = true;
+        if (const auto code = signIn(request, *hop.proxy))
+            return code;
     }
     return kReceiveFailed;
 }
 
 TransferCode readBody(AsyncRequest& request, Response& response) {
-    std::string& body = response.body;
-    // Up to the read that brings nothing, also where the length is known: only then the connection may serve again.
-    for (std::size_t had = 0;; had = body.size()) {
-        if (const DWORD error = request.readPart(body))
-            return transferCode(error, kReceiveFailed);
-        if (body.size() > kLargestBody)
-            return kBodyTooLarge;
-        if (body.size() == had)
-            break;
-    }
+    if (const auto code = readToEnd(request, response.body))
+        return code;
     // A connection that ends too early looks like the end of the body otherwise.
     const bool hasBody = response.status != kStatusNoContent && response.status != kStatusNotModified;
     const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
-    return hasBody && announced && body.size() < *announced ? kPartialBody : kOk;
+    return hasBody && announced && response.body.size() < *announced ? kPartialBody : kOk;
 }
 
 bool isRedirect(std::int32_t status) {
@@ -163,6 +163,7 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
     if (!request.isValid() || !configure(request.get(), hop, deadline) ||
         (hop.headers != nullptr && !addHeaders(request.get(), *hop.headers)))
         return transferCode(GetLastError(), kInitFailed);
+    hop.proxy->beginRequest();
     if (const auto code = sendAndReceive(request, hop, reply.response))
         return code;
     if (isRedirect(reply.response.status))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "xferlib/deadline.h"
+#include "xferlib/proxy_sign_in.h"
 #include "xferlib/session.h"
 #include "xferlib/xferlib.h"
 
@@ -8,15 +9,17 @@
 
 namespace xferlib {
 
+/// A 407 comes from the proxy, never from the host: as the last reply it is a failure (56).
+inline constexpr std::int32_t kStatusProxyAuthentication = 407;
+
 /// One request to one address: what is left of a Request when proxy and redirects are taken out of it.
 struct Hop {
     std::wstring url{};
     bool post = false;
     const std::string* body = nullptr;     ///< Null: no body.
     const std::wstring* headers = nullptr; ///< Whole header lines, each ended by CR LF.
-    std::wstring proxyUser{};
-    std::wstring proxyPassword{};
-    int connectTimeout = 0; ///< Milliseconds.
+    ProxySignIn* proxy = nullptr;          ///< Not owned, not null.
+    int connectTimeout = 0;                ///< Milliseconds.
 };
 
 /// The reply to a hop.

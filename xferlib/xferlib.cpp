@@ -64,7 +64,8 @@ TransferCode follow(const HopReply& reply, Hop& hop) {
     return kOk;
 }
 
-Response attempt(const Request& request, const std::wstring& headers, const Deadline& deadline) {
+Response attempt(const Request& request, const std::wstring& headers, ProxySignIn& proxy,
+                 const Deadline& deadline) {
     Response failed;
     if (!request.proxyHost.empty() && (request.proxyPort < 1 || request.proxyPort > kHighestPort)) {
         failed.code = kProxyNotResolved;
@@ -80,8 +81,7 @@ Response attempt(const Request& request, const std::wstring& headers, const Dead
             .post = request.post,
             .body = request.post ? &request.body : nullptr,
             .headers = &headers,
-            .proxyUser = text::utf8ToUtf16(request.proxyUser),
-            .proxyPassword = text::utf8ToUtf16(request.proxyPassword),
+            .proxy = &proxy,
             .connectTimeout = request.connectTimeoutSeconds > 0 ? milliseconds(request.connectTimeoutSeconds)
                                                                 : deadline.remaining()};
     for (std::int32_t redirects = 0;; ++redirects) {
@@ -104,10 +104,12 @@ Response fetch(const Request& request) {
     const Deadline deadline(
         milliseconds(request.timeoutSeconds > 0 ? request.timeoutSeconds : kDefaultTimeoutSeconds));
     const std::wstring headers = headerLines(request);
+    ProxySignIn proxy(proxyAddress(request), text::utf8ToUtf16(request.proxyUser),
+                      text::utf8ToUtf16(request.proxyPassword));
     Response response;
     for (std::int32_t attempts = 0; attempts == 0 || attempts < request.attempts; ++attempts) {
-        response = attempt(request, headers, deadline);
-        if (response.code == kOk || deadline.isOver())
+        response = attempt(request, headers, proxy, deadline);
+        if (response.code == kOk || response.status == kStatusProxyAuthentication || deadline.isOver())
             break;
     }
     // With a proxy, its name is the only one that is looked up here.

@@ -32,6 +32,7 @@ RAW = {  # pieces that are sent as they are, half a second apart, before the con
     "trickle": [OK + b"Content-Length: 20\r\n\r\n"] + [b"x"] * 20,
 }
 flaky_requests = 0
+guarded = None
 
 
 def write_slowly(handler, pieces):
@@ -68,6 +69,10 @@ def answer(request, handler):
         return Reply(body=request.headers["User-Agent"].encode())
     if what == "late":
         time.sleep(1)
+    if what == "tries":  # the schemes by which clients have signed in to the guarded proxy since the last look
+        tries = " ".join(given.split()[0] for given in guarded.authorizations)
+        guarded.authorizations.clear()
+        return Reply(body=tries.encode())
     if what == "flaky":
         flaky_requests += 1
         return Reply(close_without_answer=flaky_requests == 1)
@@ -80,9 +85,11 @@ def main(program):
         authority = Authority(Path(folder) / "trusted")
         prefix.trust(authority)
         secret = "Basic " + base64.b64encode("user:pass:word".encode()).decode()
+        global guarded
+        guarded = Server(answer, proxy_authorization=secret)
         servers = {
             "PLAIN": Server(answer, authority.issue("secure.example")),
-            "GUARDED": Server(answer, proxy_authorization=secret),
+            "GUARDED": guarded,
             "UNTRUSTED": Server(answer, Authority(Path(folder) / "other", "Another Authority").issue("secure.example")),
             "EXPIRED": Server(answer, authority.issue("secure.example", days=0)),
             "SELFSIGNED": Server(answer, Authority(Path(folder) / "self", "secure.example").pem()),

@@ -11,6 +11,7 @@
 
 ZELSYS_SEAM(L"winhttp.dll", WinHttpSendRequest)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpAddRequestHeaders)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpReadData)
 
 namespace {
 
@@ -134,14 +135,27 @@ TEST(Xferlib, AttemptsAreForFailingExchangesOnly) {
     EXPECT_EQ(WinHttpSendRequestSeam::calls, 1);
 }
 
-TEST(Xferlib, ProxyCredentials) {
-    Request request = throughProxy("http://some.example/echo", "GUARDED");
-    EXPECT_EQ(outcome(request), "0/407/");
+TEST(Xferlib, ProxyGetsEachSchemeOnceUntilItAcceptsOne) {
+    const auto tries = [] { return outcome(get(url("/tries"))); };
+    Request request = throughProxy("http://some.example/to/307/%2Fecho", "GUARDED");
+    request.attempts = 2;
+    EXPECT_EQ(outcome(request), "56/407/") << "its page is not the host's reply";
     request.proxyUser = "user";
     request.proxyPassword = "wrong";
-    EXPECT_EQ(outcome(request), "0/407/");
+    EXPECT_EQ(outcome(request), "56/407/");
+    EXPECT_EQ(outcome(request), "56/407/");
+    EXPECT_EQ(tries(), "0/200/Basic") << "a domain counts wrong passwords";
     request.proxyPassword = "pass:word";
-    EXPECT_TRUE(outcome(request).starts_with("0/200/GET some.example")) << outcome(request);
+    int pages = 0;
+    WinHttpReadDataSeam::calls = 0;
+    WinHttpSendRequestSeam::fake = [&pages](auto... arguments) {
+        pages += WinHttpReadDataSeam::calls.exchange(0) >= 3; // a page takes two reads, its end another
+        return WinHttpSendRequestSeam::real(arguments...);
+    };
+    EXPECT_EQ(outcome(request), "0/200/GET some.example:80 /echo None ");
+    EXPECT_EQ(pages, 4 + 1) << "each refusal is read to its end before the next send";
+    EXPECT_EQ(tries(), "0/200/Basic Basic") << "once for each request";
+    WinHttpSendRequestSeam::restore();
 }
 
 TEST(Xferlib, SecureConnections) {

@@ -80,14 +80,19 @@ class _Handler(BaseHTTPRequestHandler):
     do_POST = do_GET
 
     def _is_signed_in(self):
-        wanted = self.server.proxy_authorization
-        if wanted is None or self.headers.get("Proxy-Authorization") == wanted:
+        wanted, given = self.server.proxy_authorization, self.headers.get("Proxy-Authorization")
+        if given is not None:
+            self.server.authorizations.append(given)
+        if wanted is None or given == wanted:
             return True
         self.rfile.read(int(self.headers.get("Content-Length", 0)))
         self.send_response(407)
-        self.send_header("Proxy-Authenticate", 'Basic realm="loopback"')
-        self.send_header("Content-Length", "0")
+        for scheme in "Negotiate", "NTLM", 'Digest realm="loopback", nonce="n", qop="auth"', 'Basic realm="loopback"':
+            self.send_header("Proxy-Authenticate", scheme)
+        page = b"<html>sign in" + b" " * 100_000
+        self.send_header("Content-Length", str(len(page)))
         self.end_headers()
+        self.wfile.write(page)
         return False
 
     def log_message(self, *_):
@@ -108,7 +113,7 @@ class Server(ThreadingHTTPServer):
         super().__init__(("127.0.0.1", 0), _Handler)
         self.answer = answer
         self.proxy_authorization = proxy_authorization
-        self.requests, self.lock = [], threading.Lock()
+        self.requests, self.authorizations, self.lock = [], [], threading.Lock()
         if pem is not None:
             self.tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
             self.tls.load_cert_chain(pem)

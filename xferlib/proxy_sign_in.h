@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+#include <windows.h>
+
+#include <winhttp.h>
+
+namespace xferlib {
+
+/// Signs one transfer in to its proxy, by the strongest scheme that the proxy offers and accepts.
+///
+/// A domain counts each wrong password against the account. The transfer therefore sends its credentials once
+/// per scheme, and a scheme that the proxy has refused is not tried again for a minute by any transfer of this
+/// process with the same proxy, user and password.
+class ProxySignIn {
+public:
+    /// \param proxy "host:port".
+    /// \param user Empty: no credentials, every 407 is final.
+    ProxySignIn(std::wstring proxy, std::wstring user, std::wstring password);
+
+    /// Marks the start of a request: the scheme of the previous request was accepted.
+    void beginRequest() { current_ = 0; }
+
+    /// \brief Sets the credentials of a request that the proxy has answered with 407, for its next send.
+    ///
+    /// Call it after the status has been queried: WinHttpQueryAuthSchemes needs the parsed headers.
+    /// \return False if the proxy offers no scheme that is left to try.
+    bool answerRefusal(HINTERNET request);
+
+private:
+    std::wstring account_;
+    std::wstring user_;
+    std::wstring password_;
+    DWORD refused_ = 0; ///< WINHTTP_AUTH_SCHEME_... bits.
+    DWORD current_ = 0; ///< The scheme of the last send; 0 when it carried no credentials.
+};
+
+} // namespace xferlib

@@ -14,7 +14,7 @@ namespace xferlib {
 namespace {
 
 constexpr int kDefaultTimeoutSeconds = 15;
-constexpr std::int32_t kHighestPort = 65535;
+constexpr std::int32_t kHighestPort = 65535, kStatusSeeOther = 303;
 
 int milliseconds(std::int32_t seconds) {
     return static_cast<int>(std::min<long long>(seconds * 1000LL, INT_MAX));
@@ -55,8 +55,7 @@ TransferCode follow(const HopReply& reply, Hop& hop) {
     if (isSecure(hop.url) && !isSecure(target))
         return kUnsupportedScheme;
     hop.url = target;
-    const std::int32_t status = reply.response.status;
-    if (status == 301 || status == 302 || status == 303) {
+    if (reply.response.status == kStatusSeeOther) {
         hop.post = false;
         hop.body = nullptr;
         hop.headers = nullptr; // they describe the body

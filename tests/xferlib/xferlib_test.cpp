@@ -94,7 +94,8 @@ TEST(Xferlib, PostAndWhatRedirectsMakeOfIt) {
     const std::string origin = " 127.0.0.1:" + port("PLAIN") + " /echo ";
     EXPECT_EQ(post("/echo"), "POST" + origin + "text/x-test a=1&b");
     EXPECT_EQ(post("/to/303//echo"), "GET" + origin + "None ");
-    EXPECT_EQ(post("/to/307//echo"), "POST" + origin + "text/x-test a=1&b");
+    for (const char* path : {"/to/301//echo", "/to/302//echo", "/to/307//echo", "/to/308//echo"})
+        EXPECT_EQ(post(path), "POST" + origin + "text/x-test a=1&b") << path;
     request.body.clear();
     EXPECT_EQ(post("/echo"), "POST" + origin + "text/x-test ");
 }

@@ -70,9 +70,10 @@ std::optional<DWORD> numberHeader(HINTERNET request, DWORD header) {
     return number;
 }
 
-std::wstring locationHeader(HINTERNET request) {
+/// \return The header's value; empty if the reply has no such header.
+std::wstring textHeader(HINTERNET request, DWORD header) {
     const auto query = [&](void* out, DWORD& size) {
-        return WinHttpQueryHeaders(request, WINHTTP_QUERY_LOCATION, WINHTTP_HEADER_NAME_BY_INDEX, out, &size,
+        return WinHttpQueryHeaders(request, header, WINHTTP_HEADER_NAME_BY_INDEX, out, &size,
                                    WINHTTP_NO_HEADER_INDEX);
     };
     DWORD size = 0;
@@ -136,10 +137,12 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
 TransferCode readBody(AsyncRequest& request, Response& response) {
     if (const auto code = readToEnd(request, response.body))
         return code;
-    // A connection that ends too early looks like the end of the body otherwise.
-    const bool hasBody = response.status != kStatusNoContent && response.status != kStatusNotModified;
+    // A connection that ends too early looks like the end of the body otherwise. The chunks of a body outrank a
+    // Content-Length beside them.
+    const bool hasLength = response.status != kStatusNoContent && response.status != kStatusNotModified &&
+                           textHeader(request.get(), WINHTTP_QUERY_TRANSFER_ENCODING).empty();
     const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
-    return hasBody && announced && response.body.size() < *announced ? kPartialBody : kOk;
+    return hasLength && announced && response.body.size() < *announced ? kPartialBody : kOk;
 }
 
 bool isRedirect(std::int32_t status) {
@@ -167,7 +170,7 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
     if (const auto code = sendAndReceive(request, hop, reply.response))
         return code;
     if (isRedirect(reply.response.status))
-        reply.location = locationHeader(request.get());
+        reply.location = textHeader(request.get(), WINHTTP_QUERY_LOCATION);
     // What a redirect has to say beside its target is of no use.
     return reply.location.empty() ? readBody(request, reply.response) : kOk;
 }

@@ -26,7 +26,7 @@ RAW = {  # pieces that are sent as they are, half a second apart, before the con
     "odd": [OK + b"X: a\0b\r\nContent-Length: 2\r\n\r\nok"],
     "endless": [OK] + [b"X-Header: " + b"x" * 100_000 + b"\r\n"] * 20,
     "garbage": [b"SSH-2.0-nothing\r\n\r\n"],
-    "chunked": [OK + b"Transfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"],
+    "chunked": [OK + b"Content-Length: 99\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"],
     "silent": [b""] * 20,
     "headtrickle": [OK + b"X-Slow: "] + [b"x"] * 20,
     "trickle": [OK + b"Content-Length: 20\r\n\r\n"] + [b"x"] * 20,

@@ -3,32 +3,47 @@
 #include "sys/mutex.h"
 #include "win32/process.h"
 
+#include <atomic>
 #include <mutex>
 #include <new>
 
 namespace xferlib {
 namespace {
 
+constexpr ULONGLONG kLongestIdleTime = 30'000; // milliseconds
+
+struct KeptSession {
+    explicit KeptSession(win32::WinHttpHandle&& session) : handle(std::move(session)) {}
+
+    const win32::WinHttpHandle handle;
+    std::atomic<ULONGLONG> lastUse = 0; ///< Ticks of the system.
+};
+
 class SessionCache {
 public:
     ~SessionCache() {
         // WinHTTP may be gone already when the process ends; the system closes everything then. When the
         // library is merely unloaded, no request is open any more, and closing the session waits for nobody.
-        if (session_ && win32::isProcessEnding())
-            new (std::nothrow) Session(std::move(session_));
+        if (kept_ && win32::isProcessEnding())
+            new (std::nothrow) std::shared_ptr(std::move(kept_));
     }
 
     Session get(const std::wstring& proxy) {
         const std::lock_guard guard(mutex_);
-        if (!session_ || proxy != proxy_) {
-            session_ = make(proxy);
+        if (!kept_ || proxy != proxy_ || GetTickCount64() - kept_->lastUse > kLongestIdleTime) {
+            kept_.reset(); // first, or closing it would replace the error of a failure
+            kept_ = make(proxy);
             proxy_ = proxy;
         }
-        return session_;
+        if (!kept_)
+            return nullptr;
+        kept_->lastUse = GetTickCount64();
+        return Session(&kept_->handle,
+                       [kept = kept_](const win32::WinHttpHandle*) { kept->lastUse = GetTickCount64(); });
     }
 
 private:
-    static Session make(const std::wstring& proxy) {
+    static std::shared_ptr<KeptSession> make(const std::wstring& proxy) {
         win32::WinHttpHandle handle(
             proxy.empty() ? WinHttpOpen(kUserAgent, WINHTTP_ACCESS_TYPE_NO_PROXY, WINHTTP_NO_PROXY_NAME,
                                         WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC)
@@ -42,14 +57,14 @@ private:
             protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2;
             WinHttpSetOption(handle.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols);
         }
-        return std::make_shared<const win32::WinHttpHandle>(std::move(handle));
+        return std::make_shared<KeptSession>(std::move(handle));
     }
 
     static constexpr wchar_t kUserAgent[] = L"zelsyshelper";
 
     sys::Mutex mutex_;
     std::wstring proxy_;
-    Session session_;
+    std::shared_ptr<KeptSession> kept_;
 };
 
 } // namespace

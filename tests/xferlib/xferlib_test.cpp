@@ -12,6 +12,8 @@
 ZELSYS_SEAM(L"winhttp.dll", WinHttpSendRequest)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpAddRequestHeaders)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpReadData)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpOpen)
+ZELSYS_SEAM(L"kernel32.dll", GetTickCount64)
 
 namespace {
 
@@ -123,6 +125,22 @@ TEST(Xferlib, SendsAgainForAsLongAsWinHttpAsksForIt) {
     refusals = 1'000'000;
     EXPECT_EQ(outcome(request), "56/0/") << "and does not hang";
     WinHttpSendRequestSeam::restore();
+}
+
+TEST(Xferlib, SessionIsReusedUntilItHasBeenIdleFor30Seconds) {
+    ULONGLONG later = 0;
+    GetTickCount64Seam::fake = [&later] { return GetTickCount64Seam::real() + later; };
+    WinHttpSendRequestSeam::fake = [&later](auto... arguments) {
+        later += 10'000; // how long an exchange may take is not idle time
+        return WinHttpSendRequestSeam::real(arguments...);
+    };
+    WinHttpOpenSeam::calls = 0;
+    for (const auto& [idle, sessions] : {std::pair(100'000, 1), std::pair(25'000, 1), std::pair(31'000, 2)}) {
+        later += static_cast<ULONGLONG>(idle);
+        EXPECT_EQ(outcome(get(url("/status/200"))), "0/200/body of 200");
+        EXPECT_EQ(WinHttpOpenSeam::calls, sessions) << idle;
+    }
+    testing_support::restoreSeams();
 }
 
 TEST(Xferlib, AttemptsAreForFailingExchangesOnly) {

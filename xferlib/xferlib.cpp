@@ -20,11 +20,25 @@ int milliseconds(std::int32_t seconds) {
     return static_cast<int>(std::min<long long>(seconds * 1000LL, INT_MAX));
 }
 
-/// "host:port" for WinHTTP; empty when the request names no proxy.
+/// The host of an address that users also write as a URL: "http://proxy/" is "proxy".
+/// \return Empty if there is none.
+std::wstring proxyHost(const std::string& address) {
+    constexpr std::wstring_view kScheme = L"http://";
+    std::wstring host = text::utf8ToUtf16(address);
+    if (_wcsnicmp(host.c_str(), kScheme.data(), kScheme.size()) == 0) {
+        host.erase(0, kScheme.size());
+        host.resize(std::min(host.find(L'/'), host.size()));
+    }
+    if (host.find(L'/') != host.npos)
+        host.clear(); // a scheme that WinHTTP cannot speak with a proxy
+    return host;
+}
+
+/// "host:port" for WinHTTP; empty if the request names no proxy that can be used.
 std::wstring proxyAddress(const Request& request) {
-    if (request.proxyHost.empty())
+    const std::wstring host = proxyHost(request.proxyHost);
+    if (host.empty() || request.proxyPort < 1 || request.proxyPort > kHighestPort)
         return {};
-    const std::wstring host = text::utf8ToUtf16(request.proxyHost);
     const bool isBareIpv6 = host.find(L':') != host.npos && host.front() != L'[';
     return (isBareIpv6 ? L"[" + host + L"]" : host) + L":" + text::decimal(request.proxyPort);
 }
@@ -65,16 +79,13 @@ TransferCode follow(const HopReply& reply, Hop& hop) {
 
 Response attempt(const Request& request, const std::wstring& headers, ProxySignIn& proxy,
                  const Deadline& deadline) {
-    Response failed;
-    if (!request.proxyHost.empty() && (request.proxyPort < 1 || request.proxyPort > kHighestPort)) {
-        failed.code = kProxyNotResolved;
-        return failed;
-    }
-    const Session session = openSession(proxyAddress(request));
-    if (!session) {
-        failed.code = transferCode(GetLastError(), kInitFailed);
-        return failed;
-    }
+    const std::wstring address = proxyAddress(request);
+    // Without a name, WinHTTP would connect to a proxy on this computer, or to the host itself.
+    if (address.empty() && !request.proxyHost.empty())
+        return {.code = kProxyNotResolved};
+    const Session session = openSession(address);
+    if (!session)
+        return {.code = transferCode(GetLastError(), kInitFailed)};
 
     Hop hop{.url = text::utf8ToUtf16(request.url),
             .post = request.post,

@@ -11,7 +11,7 @@ struct Request {
     std::string url{};                  ///< Absolute; a port in it is honoured.
     std::string body{};                 ///< Sent as it stands with a POST.
     std::vector<std::string> headers{}; ///< One header line each, without a line end.
-    std::string proxyHost{};            ///< Empty: no proxy.
+    std::string proxyHost{};            ///< Name or address, also after "http://"; empty: no proxy.
     std::int32_t proxyPort = 80;
     std::string proxyUser{}; ///< Empty: the proxy wants no credentials.
     std::string proxyPassword{};

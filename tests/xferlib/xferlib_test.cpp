@@ -84,7 +84,17 @@ TEST(Xferlib, Addresses) {
         request.proxyPort = bad;
         EXPECT_EQ(outcome(request), "5/0/") << bad;
     }
-    EXPECT_EQ(outcome(throughProxy("http://some.example:81/echo")), "0/200/GET some.example:81 /echo None ");
+    for (const char* host : {"127.0.0.1", "http://127.0.0.1", "HTTP://127.0.0.1/"}) {
+        request = throughProxy("http://some.example:81/echo");
+        request.proxyHost = host;
+        EXPECT_EQ(outcome(request), "0/200/GET some.example:81 /echo None ") << host;
+    }
+    for (const char* host : {"127.0.0.1\xFF", "http://", "socks://127.0.0.1"}) {
+        WinHttpSendRequestSeam::calls = 0;
+        request.proxyHost = host;
+        EXPECT_EQ(outcome(request), "5/0/") << std::string(host).size();
+        EXPECT_EQ(WinHttpSendRequestSeam::calls, 0) << "nothing may reach this computer instead";
+    }
 }
 
 TEST(Xferlib, PostAndWhatRedirectsMakeOfIt) {

@@ -43,7 +43,8 @@ extern "C" {
  *
  * Works on the calling thread and blocks until the exchange is over: up to 16 seconds, twice that when the
  * host answers with an error and is asked again, and up to 16 seconds more while the country is not known.
- * Do not call it from a thread that serves a window.
+ * Do not call it from a thread that serves a window. While the process is ending, as in the destructor of a
+ * static object of a DLL, it returns at once and sends nothing.
  *
  * \param eventName    What happened.
  * \param source       Where in the application it happened.

@@ -122,6 +122,11 @@ class Events(unittest.TestCase):
         self.assertEqual([r["country_id"] for r in self.records()], ["AT"])
         self.assertEqual(len(self.server.requests), 1)
 
+    def test_nothing_is_sent_or_waited_for_while_the_process_ends(self):
+        result = prefix.run(prefix.BIN / "exports_test.exe", "--gtest_filter=Events.AtProcessEnd")
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertEqual([record["event_type"] for record in self.records()], ["before"])
+
     def test_without_arguments_and_without_a_log(self):
         prefix.LOG.mkdir()  # a log file that cannot be opened
         self.addCleanup(prefix.LOG.rmdir)

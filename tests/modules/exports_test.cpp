@@ -195,6 +195,11 @@ TEST(Events, FourThreads) {
         thread.join();
 }
 
+TEST(Events, AtProcessEnd) {
+    sendAppEvent("before", "", "", "", "", "", "", "", "", ""); // WinHTTP's threads are there, and then gone
+    EXPECT_NE(LoadLibraryW(testing_support::besideThisProgram(L"sends_at_end.dll").c_str()), nullptr);
+}
+
 // The script of the shell tests runs this one, where a drive "Y:" holds nothing but the source: should a path
 // slip through, nothing of value is lost.
 

@@ -1,0 +1,19 @@
+// A DLL that sends an event from the destructor of a static object: at process exit all other threads, WinHTTP's
+// included, have been ended by then.
+
+#include "zelsyshelper.h"
+
+#include <windows.h>
+
+namespace {
+
+const struct SendsAtEnd {
+    ~SendsAtEnd() {
+        const ULONGLONG begin = GetTickCount64();
+        sendAppEvent("at the end", "", "", "", "", "", "", "", "", "");
+        if (GetTickCount64() - begin > 5000)
+            TerminateProcess(GetCurrentProcess(), 1);
+    }
+} sendsAtEnd;
+
+} // namespace

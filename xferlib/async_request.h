@@ -15,7 +15,8 @@ namespace xferlib {
 /// closed, and what the step may still touch lives on until WinHTTP lets go of it.
 ///
 /// The steps return 0 or a Windows error number, ERROR_WINHTTP_TIMEOUT after the deadline. After
-/// ERROR_WINHTTP_RESEND_REQUEST the request may be sent again; after any other failure no further step is allowed.
+/// ERROR_WINHTTP_RESEND_REQUEST the request may be sent again; after any other failure no further step is
+/// allowed.
 class AsyncRequest {
 public:
     /// \param request A request that was just opened; may be null, `isValid` tells.

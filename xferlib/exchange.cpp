@@ -112,7 +112,7 @@ TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
 TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& response) {
     static const std::string kNoBody;
     for (int sends = 0; sends < kMostSends; ++sends) {
-        // Either step asks for another send when WinHTTP has begun a handshake, as with a proxy that wants NTLM.
+        // Either step can ask for another send while a handshake is under way, as with NTLM.
         DWORD error = request.send(hop.body != nullptr ? *hop.body : kNoBody);
         if (error != 0 && error != ERROR_WINHTTP_RESEND_REQUEST)
             return transferCode(error, kSendFailed);
@@ -137,8 +137,7 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
 TransferCode readBody(AsyncRequest& request, Response& response) {
     if (const auto code = readToEnd(request, response.body))
         return code;
-    // A connection that ends too early looks like the end of the body otherwise. The chunks of a body outrank a
-    // Content-Length beside them.
+    // A connection that breaks looks like the end of the body otherwise. Chunks outrank a Content-Length.
     const bool hasLength = response.status != kStatusNoContent && response.status != kStatusNotModified &&
                            textHeader(request.get(), WINHTTP_QUERY_TRANSFER_ENCODING).empty();
     const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);

@@ -11,8 +11,8 @@ namespace xferlib {
 /// Signs one transfer in to its proxy, by the strongest scheme that the proxy offers and accepts.
 ///
 /// A domain counts each wrong password against the account. The transfer therefore sends its credentials once
-/// per scheme, and a scheme that the proxy has refused is not tried again for a minute by any transfer of this
-/// process with the same proxy, user and password.
+/// per scheme. For a minute no transfer of this process repeats a refused scheme with the same proxy, user
+/// and password.
 class ProxySignIn {
 public:
     /// \param proxy "host:port".

@@ -38,12 +38,13 @@ std::int32_t init();
 
 /// \brief Makes one request and waits for its reply, on the calling thread.
 ///
-/// A proxy gets the credentials by each scheme that it offers, the strongest first, until it accepts one; no
-/// scheme is tried twice. Without a way in the transfer fails with code 56.
+/// The proxy gets the credentials by each scheme that it offers, the strongest first, until it accepts one.
+/// No scheme is tried twice. A transfer that the proxy keeps refusing fails with code 56.
 ///
 /// Server certificates are verified. Redirects are followed, but never from https to http. After 303 a POST
-/// continues as GET; other redirects keep its method and body. Connections are kept for the next request that goes the same way. May be called
-/// from several threads at the same time. Blocks for at most about the time-out.
+/// continues as GET; other redirects keep its method and body. Connections are kept for the next request that
+/// goes the same way. May be called from several threads at the same time. Blocks for at most about the
+/// time-out.
 Response fetch(const Request& request);
 
 } // namespace xferlib

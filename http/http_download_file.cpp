@@ -33,16 +33,16 @@ void makeFolder(const std::wstring& folder) {
         SHCreateDirectory(nullptr, folder.c_str()); // a failure shows when the file cannot be made
 }
 
+/// A job that does not run counts as ready and done: its events are signalled.
 win32::KernelHandle makeEvent() {
-    return win32::KernelHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    SetEvent(event.get());
+    return event;
 }
 
 } // namespace
 
 CHttpDownloadFile::CHttpDownloadFile() : ready_(makeEvent()), done_(makeEvent()) {
-    // A job that never ran counts as ready and done.
-    SetEvent(ready_.get());
-    SetEvent(done_.get());
     thread_.setFunction(this);
 }
 
@@ -69,9 +69,10 @@ std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::o
     transfer_.clearProgress();
     stopping_.set(false);
 
-    if (!ready_) // there may be resources for it now
-        ready_ = makeEvent();
-    if (!ready_)
+    for (auto* event : {&ready_, &done_})
+        if (!*event) // there may be resources for it now
+            *event = makeEvent();
+    if (!ready_ || !done_)
         return refuse(ERROR_INVALID_ENVIRONMENT, kJobStageReady);
     if (!ResetEvent(ready_.get()))
         return refuse(GetLastError(), kJobStageReady);
@@ -89,9 +90,10 @@ bool CHttpDownloadFile::stop() {
     const DWORD begin = GetTickCount();
     DWORD over = WAIT_TIMEOUT;
     while (over == WAIT_TIMEOUT && GetTickCount() - begin < kStopTime) {
-        // A request that is just about to begin forgets that it was cancelled, hence more than once.
-        probe_.askToCancel();
-        transfer_.askToCancel();
+        const bool isPatient = GetTickCount() - begin < CHttpRequest::kCancelGrace;
+        for (CHttpRequest* request :
+             {&probe_, &transfer_}) // one that begins clears the flag, hence more than once
+            isPatient ? request->askToCancel() : request->forceCancel();
         over = WaitForSingleObject(done_.get(), kCancelInterval);
     }
     if (over == WAIT_TIMEOUT)

@@ -16,7 +16,7 @@ enum JobStage : std::uint32_t {
     kJobStageNone = 0,
     kJobStageRunning = 10, ///< Start refused: one is running already.
     kJobStageNoUrl = 20,   ///< Start refused: no URL.
-    kJobStageReady = 40,   ///< The ready event is missing, or cannot be reset.
+    kJobStageReady = 40,   ///< An event is missing, or the ready event cannot be reset.
     kJobStageThread = 50,  ///< The worker could not be started, or ran out of memory.
     kJobStageLength = 60,  ///< The server does not tell a length.
     kJobStageFile = 70,    ///< The file cannot be made.
@@ -59,6 +59,8 @@ public:
                         const std::wstring& targetFolder);
 
     /// \brief Cancels the download and waits for its worker, at most 15 seconds.
+    ///
+    /// A worker that receives data ends by itself. One that waits for a silent server has its handles closed.
     /// \return Whether the worker is done; until then the object must not be destroyed.
     bool stop();
 

@@ -60,16 +60,19 @@ void CHttpRequest::Execute(TResult& result, const std::wstring& url, const std::
     finish();
 }
 
-void CHttpRequest::askToCancel() {
-    cancelled_.set(true);
-    closeHandles(); // wakes a call of WinHTTP that blocks the exchange
+void CHttpRequest::forceCancel() {
+    askToCancel();
+    closeHandles();
 }
 
 std::uint32_t CHttpRequest::Cancel() {
-    do {
-        // An exchange that is just about to begin forgets that it was cancelled, hence more than once.
-        askToCancel();
-    } while (WaitForSingleObject(idle_.get(), kCancelInterval) == WAIT_TIMEOUT);
+    askToCancel();
+    DWORD idle = WaitForSingleObject(idle_.get(), kCancelGrace);
+    while (idle == WAIT_TIMEOUT) {
+        // An exchange that is just about to begin clears the flag, hence more than once.
+        forceCancel();
+        idle = WaitForSingleObject(idle_.get(), kCancelInterval);
+    }
     return SetEvent(idle_.get()) ? 0 : GetLastError();
 }
 

@@ -43,6 +43,9 @@ public:
         std::int64_t downloaded = 0;
     };
 
+    /// How long an exchange that receives data gets to notice the cancel flag between two chunks.
+    static constexpr std::uint32_t kCancelGrace = 100; // milliseconds
+
     /// Milliseconds.
     struct TTimeouts {
         int resolve = 120000;
@@ -73,8 +76,16 @@ public:
     /// \brief Forgets the figures of the last exchange. Not to be called while one runs.
     void clearProgress();
 
-    /// \brief As `Cancel`, but does not wait; to be repeated until the exchange is over.
-    void askToCancel();
+    /// \brief Sets the cancel flag, which ends the exchange after its current call of WinHTTP. Does not wait.
+    ///
+    /// To be repeated until the exchange is over, since an exchange that begins clears the flag.
+    void askToCancel() { cancelled_.set(true); }
+
+    /// \brief As `askToCancel`, and closes the handles, which ends a blocking call of WinHTTP.
+    ///
+    /// Windows does not guarantee that a synchronous call survives this: only for an exchange that has had
+    /// `kCancelGrace` to notice the flag.
+    void forceCancel();
 
     bool isBusy() const { return busy_.get(); }
     _TDownloadError error() const { return error_.get(); }

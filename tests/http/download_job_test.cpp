@@ -8,6 +8,10 @@
 #include <gtest/gtest.h>
 
 ZELSYS_SEAM(L"kernel32.dll", ResetEvent)
+ZELSYS_SEAM(L"kernel32.dll", CreateEventW)
+ZELSYS_SEAM(L"kernel32.dll", GetTickCount)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpReadData)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpCloseHandle)
 
 namespace {
 
@@ -17,15 +21,18 @@ protected:
 
     std::uint32_t start(const wchar_t* path) {
         const auto port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")));
-        return job.Start({.host = "127.0.0.1", .port = port}, std::wstring(L"http://some.example") + path,
-                         folder / L"");
+        return job->Start({.host = "127.0.0.1", .port = port}, std::wstring(L"http://some.example") + path,
+                          folder / L"");
     }
 
     testing_support::TemporaryFolder folder;
-    http::CHttpDownloadFile job;
+    std::optional<http::CHttpDownloadFile> job{std::in_place};
 };
 
 TEST_F(Job, StopReachesARequestThatIsJustAboutToBegin) {
+    CreateEventWSeam::failWith(ERROR_NOT_ENOUGH_MEMORY);
+    job.emplace(); // its start creates the events
+    CreateEventWSeam::restore();
     // The worker resets its requests' events at their beginning: long enough for a first cancel to be
     // forgotten.
     std::atomic<int> resets = 0;
@@ -38,24 +45,43 @@ TEST_F(Job, StopReachesARequestThatIsJustAboutToBegin) {
     EXPECT_EQ(start(L"/trickle/t"), 0u);
     for (int i = 0; i < 1000 && resets < 2; ++i)
         Sleep(5);
-    EXPECT_TRUE(job.stop());
+    EXPECT_TRUE(job->stop());
     EXPECT_LT(testing_support::readBytes(folder / L"t").size(), 20u) << "not the whole transfer";
+}
+
+TEST_F(Job, StopLeavesTheHandlesToAWorkerThatReceivesData) {
+    WinHttpReadDataSeam::fake = [](auto... arguments) {
+        Sleep(5);
+        return WinHttpReadDataSeam::real(arguments...);
+    };
+    std::atomic<int> closed = 0;
+    WinHttpCloseHandleSeam::fake = [&, stopper = GetCurrentThreadId()](HINTERNET handle) {
+        closed += GetCurrentThreadId() == stopper;
+        return WinHttpCloseHandleSeam::real(handle);
+    };
+    EXPECT_EQ(start(L"/file/30000000/f"), 0u);
+    while (job->progress() == 0)
+        Sleep(5);
+    GetTickCountSeam::fake = [] { return 1000ul; }; // the time for the worker to notice never passes
+    EXPECT_TRUE(job->stop());
+    EXPECT_LT(testing_support::readBytes(folder / L"f").size(), 30'000'000u);
+    EXPECT_EQ(closed, 0) << "a call of WinHTTP may be using them";
 }
 
 TEST_F(Job, StartRightAfterTheEndIsNoSecondStart) {
     for (int i = 0; i < 100; ++i) {
         ASSERT_EQ(start(L"/file/7/f"), 0u);
-        while (!job.result().completed)
+        while (!job->result().completed)
             SwitchToThread();
-        ASSERT_EQ(job.result().errorStage, 0u) << i;
+        ASSERT_EQ(job->result().errorStage, 0u) << i;
     }
 }
 
 TEST_F(Job, WorkerThatCannotBeStarted) {
     ResetEventSeam::failWith(ERROR_INVALID_HANDLE);
     EXPECT_EQ(start(L"/file/7/f"), 6u);
-    EXPECT_EQ(job.result().errorStage, 40u);
-    EXPECT_FALSE(job.result().started);
+    EXPECT_EQ(job->result().errorStage, 40u);
+    EXPECT_FALSE(job->result().started);
 }
 
 } // namespace

@@ -119,7 +119,7 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
     50u /**< The worker could not be started (87, 170, 10), or lacked memory (8). */
 #define ZELSYSHELPER_STAGE_NO_LENGTH                                                                         \
     60u                             /**< The server does not tell a length: such files are not downloaded. */
-#define ZELSYSHELPER_STAGE_FILE 70u /**< The file could not be made; the error is Windows' own. */
+#define ZELSYSHELPER_STAGE_FILE 70u /**< The file could not be made: Windows' error; 123 for a device's name. */
 /* The steps of the HTTP exchange. */
 #define ZELSYSHELPER_STAGE_URL 14102u          /**< The URL cannot be understood. */
 #define ZELSYSHELPER_STAGE_HOST 14103u         /**< The URL has no host name. */

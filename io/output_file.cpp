@@ -24,6 +24,9 @@ std::uint32_t COStreamFile::open(const std::wstring& path) {
                                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         return ::GetLastError();
+    // Names such as NUL or COM1 open a device in any folder, and what is written there is lost.
+    if (GetFileType(file.get()) != FILE_TYPE_DISK)
+        return ERROR_INVALID_NAME;
     file_.set(std::move(file));
     return 0;
 }

@@ -117,9 +117,8 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
 #define ZELSYSHELPER_STAGE_READY 40u   /**< The worker's event is missing or could not be reset. */
 #define ZELSYSHELPER_STAGE_THREAD                                                                            \
     50u /**< The worker could not be started (87, 170, 10), or lacked memory (8). */
-#define ZELSYSHELPER_STAGE_NO_LENGTH                                                                         \
-    60u                             /**< The server does not tell a length: such files are not downloaded. */
-#define ZELSYSHELPER_STAGE_FILE 70u /**< The file could not be made: Windows' error; 123 for a device's name. */
+#define ZELSYSHELPER_STAGE_NO_LENGTH 60u /**< No length, or the length 0, is announced: not downloaded. */
+#define ZELSYSHELPER_STAGE_FILE 70u /**< The file could not be made; error 123 also for a device's name. */
 /* The steps of the HTTP exchange. */
 #define ZELSYSHELPER_STAGE_URL 14102u          /**< The URL cannot be understood. */
 #define ZELSYSHELPER_STAGE_HOST 14103u         /**< The URL has no host name. */
@@ -150,6 +149,10 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
  * off, backslashes lead to other folders. Check URLs that come from outside. What is there under that name is
  * overwritten; a download that fails leaves the part that came.
  *
+ * Set a deadline of your own, and call stopDownloadFile() when it has passed. A connection that times out is
+ * attempted 17 times of two minutes each, so an unreachable host can take 34 minutes. Compare a hash of the
+ * file: a file that is replaced on the server during the download is not noticed.
+ *
  * \param proxyHost,proxyPort The proxy; none when the host is empty and the port 0.
  * \param proxyUser,proxyPassword The proxy's credentials; the user empty for none.
  * \param url          An http or https URL. A port in it is ignored: https goes to 443, http to 80.
@@ -164,8 +167,8 @@ ZELSYSHELPER_API uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t p
                                             const wchar_t* url, const wchar_t* targetFolder);
 
 /**
- * Cancels the download and forgets it; without one it does nothing. Blocks until the download's worker is
- * done, normally for milliseconds, for up to 30 seconds when disk or network do not let go of it.
+ * Cancels the download and forgets it; without one it does nothing. Blocks until the download's worker has
+ * ended: for milliseconds while data arrives, for up to 30 seconds if the server is silent or the disk hangs.
  */
 ZELSYSHELPER_API void stopDownloadFile(void);
 
@@ -189,8 +192,8 @@ ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
  *
  * \param errorCode  Receives a Windows error number; 0 is possible together with a stage that is not 0.
  * \param errorStage Receives the step that failed, 0 for none.
- * \param httpStatus Receives the reply's status. It is not judged: an error page with a length is downloaded
- *                   like any file, so look at it.
+ * \param httpStatus Receives the reply's status, 0 after a failed exchange. The status is not judged: an
+ *                   error page with a length is downloaded like any file, so check it.
  */
 ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage,
                                                 uint32_t* httpStatus);

@@ -14,8 +14,8 @@ namespace io {
 class COStreamFile final : public COStreamBase<char> {
 public:
     /// \brief Makes the file, or empties the one that is there.
-    /// \return 0; 87 for an empty path; 123 for the name of a device; 183 when this stream is open already; else
-    /// the system's error.
+    /// \return 0; 87 for an empty path; 123 for the name of a device; 183 when this stream is open already;
+    /// else the system's error.
     std::uint32_t open(const std::wstring& path);
 
     /// \brief Appends to the file.

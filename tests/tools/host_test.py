@@ -2,6 +2,8 @@
 
 import json
 import sys
+import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -32,6 +34,25 @@ class Host(unittest.TestCase):
         self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
         self.assertEqual(self.json("nonsense")["exitCode"], 2)
         self.assertEqual(self.json("--dll", "none.dll", "os-version")["exitCode"], 3)
+
+    def test_failed_downloads_in_words_and_without_a_full_bar(self):
+        replies = {"/missing": Reply(404), "/page": Reply(404, b"page"),
+                   "/circle": Reply(302, headers={"Location": "/circle"})}
+
+        def answer(request, _handler):
+            time.sleep(3 if request.path == "/late" else 0)
+            return replies.get(request.path, Reply(body=b"file"))
+        server = Server(answer)
+        self.addCleanup(server.close)
+        folder = prefix.windows_path(self.enterContext(tempfile.TemporaryDirectory()))
+        for path, words in (("/file", ""), ("/missing", "answered with HTTP status 404 (stage 60)"),
+                            ("/page", "404; what was downloaded is its error page"),
+                            ("/circle", "redirects in a circle"), ("/late", "not finished after 1 s")):
+            with self.subTest(path):
+                result = prefix.host("download", "http://some.example" + path, "--folder", folder, "--proxy",
+                                     f"127.0.0.1:{server.port}", "--timeout", "1" if path == "/late" else "30")
+                self.assertIn(words, result.stderr)
+                self.assertEqual((result.returncode == 0, "#" in result.stdout), (words == "",) * 2, result)
 
     def test_doctor_sees_the_proxy_and_hides_its_password(self):
         server = Server(lambda request, handler: Reply(), None)

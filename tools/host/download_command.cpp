@@ -25,7 +25,7 @@ constexpr StageText kStageTexts[] = {
     {ZELSYSHELPER_STAGE_NO_URL, L"no URL was given"},
     {ZELSYSHELPER_STAGE_READY, L"the download's event could not be reset"},
     {ZELSYSHELPER_STAGE_THREAD, L"the download's thread could not be started"},
-    {ZELSYSHELPER_STAGE_NO_LENGTH, L"the server does not tell the file's length"},
+    {ZELSYSHELPER_STAGE_NO_LENGTH, L"the server announces no length, or the length 0"},
     {ZELSYSHELPER_STAGE_FILE,
      L"the file cannot be made; check the folder, and the name behind the URL's last \"/\""},
     {ZELSYSHELPER_STAGE_URL, L"the URL cannot be understood"},
@@ -59,7 +59,18 @@ BOOL WINAPI onControl(DWORD) {
 struct Options {
     std::wstring url, folder, proxyHost, proxyUser, proxyPassword;
     std::uint32_t proxyPort = 0;
+    std::uint32_t timeout = 0; // seconds; 0 for none
 };
+
+/// What getDownloadFileErrors() returns.
+struct Outcome {
+    std::uint32_t error = 0, stage = 0, status = 0;
+
+    explicit Outcome(const Library& library) { library.getDownloadFileErrors(&error, &stage, &status); }
+    bool isGood() const { return error == 0 && stage == 0 && status < kFirstErrorStatus; }
+};
+
+enum class End { kReached, kInterrupted, kTimedOut };
 
 /// \return Empty when all is well, otherwise what is wrong with the arguments.
 std::wstring parse(const Arguments& arguments, Options& options) {
@@ -83,6 +94,11 @@ std::wstring parse(const Arguments& arguments, Options& options) {
                 return L"--proxy wants HOST:PORT";
             options.proxyHost = value.substr(0, colon);
             options.proxyPort = static_cast<std::uint32_t>(port);
+        } else if (argument == L"--timeout") {
+            const int seconds = _wtoi(value.c_str());
+            if (seconds < 1)
+                return L"--timeout requires a number of seconds";
+            options.timeout = static_cast<std::uint32_t>(seconds);
         } else if (argument == L"--proxy-user") {
             options.proxyUser = value;
         } else if (argument == L"--proxy-password") {
@@ -124,45 +140,47 @@ void showProgress(std::uint32_t percent, std::uint32_t seconds, std::int64_t byt
     printPart(line + L"   ");
 }
 
-/// Polls until the end, or until the user has had enough.
-/// \return Whether the end was reached.
-bool follow(const Library& library, const std::wstring& path) {
+/// Polls until the download ends, the user interrupts it or its time is over.
+End follow(const Library& library, const Options& options) {
     const bool isTerminal = _isatty(_fileno(stdout)) != 0;
-    std::uint8_t isRunning = 0;
-    do {
-        Sleep(isRunning != 0 ? kPollInterval : 0);
-        library.isDownloadFileStarted(&isRunning);
+    const std::wstring path = outputPath(options);
+    for (bool isFirst = true;; isFirst = false) {
+        Sleep(isFirst ? 0 : kPollInterval);
+        std::uint8_t isRunning = 0;
         std::uint32_t percent = 0, seconds = 0;
+        library.isDownloadFileStarted(&isRunning);
         library.getDownloadFileProgress(&percent);
         library.getDownloadElapsedTimeInSeconds(&seconds);
-        if (isTerminal || isRunning == 0)
+        // The progress of a download that has failed is 100 as well.
+        const bool isShown = isRunning != 0 ? isTerminal : Outcome(library).isGood();
+        if (isShown)
             showProgress(percent, seconds, fileSize(path));
-    } while (isRunning != 0 && !interrupted);
-    printPart(L"\n");
-    std::uint8_t isCompleted = 0;
-    library.isDownloadFileCompleted(&isCompleted);
-    return isCompleted != 0 || !interrupted;
+        const bool isTimedOut = options.timeout != 0 && seconds >= options.timeout;
+        if (isRunning != 0 && !interrupted && !isTimedOut)
+            continue;
+        if (isTerminal || isShown)
+            printPart(L"\n");
+        return isRunning == 0 ? End::kReached : interrupted ? End::kInterrupted : End::kTimedOut;
+    }
 }
 
-int report(const Library& library) {
-    std::uint32_t error = 0, stage = 0, status = 0;
-    library.getDownloadFileErrors(&error, &stage, &status);
-    field("errorNumber", error);
-    field("stage", stage);
-    field("httpStatus", status);
-    if (stage != 0 || error != 0) {
-        const auto* row = std::ranges::find(kStageTexts, stage, &StageText::stage);
-        const std::wstring text = row != std::end(kStageTexts) ? row->text : L"the download failed";
-        complain(text + L" (stage " + std::to_wstring(stage) + L", HTTP status " + std::to_wstring(status) +
-                 L"). Error " + describeError(error));
+int report(const Outcome& outcome) {
+    field("errorNumber", outcome.error);
+    field("stage", outcome.stage);
+    field("httpStatus", outcome.status);
+    if (outcome.isGood())
+        return kDone;
+    const std::wstring stage = L"stage " + std::to_wstring(outcome.stage);
+    if (outcome.status >= kFirstErrorStatus) {
+        complain(L"the server answered with HTTP status " + std::to_wstring(outcome.status) +
+                 (outcome.stage == 0 ? L"; what was downloaded is its error page" : L" (" + stage + L")"));
         return kFailed;
     }
-    if (status >= kFirstErrorStatus) {
-        complain(L"the server answered with HTTP status " + std::to_wstring(status) +
-                 L"; what was downloaded is its error page");
-        return kFailed;
-    }
-    return kDone;
+    const auto* row = std::ranges::find(kStageTexts, outcome.stage, &StageText::stage);
+    const std::wstring text = row != std::end(kStageTexts) ? row->text : L"the download failed";
+    complain(text + L" (" + stage + L", HTTP status " + std::to_wstring(outcome.status) + L"). Error " +
+             describeError(outcome.error));
+    return kFailed;
 }
 
 int run(const Library& library, const Arguments& arguments) {
@@ -175,12 +193,14 @@ int run(const Library& library, const Arguments& arguments) {
         library.startDownloadFile(options.proxyHost.c_str(), options.proxyPort, options.proxyUser.c_str(),
                                   options.proxyPassword.c_str(), options.url.c_str(), options.folder.c_str());
     field("file", outputPath(options));
-    const bool isOver = error != 0 || follow(library, outputPath(options));
+    const End end = error != 0 ? End::kReached : follow(library, options);
     int code = kFailed;
-    if (isOver)
-        code = report(library);
+    if (end == End::kReached)
+        code = report(Outcome(library));
     else
-        complain(L"stopped; the part that came is left in the file");
+        complain((end == End::kTimedOut ? L"not finished after " + std::to_wstring(options.timeout) + L" s"
+                                        : std::wstring(L"interrupted")) +
+                 L"; the part that arrived is left in the file");
     library.stopDownloadFile();
     return code;
 }
@@ -189,9 +209,13 @@ int run(const Library& library, const Arguments& arguments) {
 
 const Command kDownloadCommand{
     L"download",
-    L"download URL [--folder FOLDER] [--proxy HOST:PORT] [--proxy-user USER --proxy-password PASSWORD]\n"
-    L"    Downloads a file and shows how far it is; Ctrl+C stops it. The file goes to the folder, or to the\n"
-    L"    suite's settings folder, under the name behind the URL's last \"/\". A port in the URL is ignored.",
+    L"download URL [--folder FOLDER] [--timeout SECONDS] [--proxy HOST:PORT]\n"
+    L"         [--proxy-user USER --proxy-password PASSWORD]\n"
+    L"    Downloads a file and shows its progress; Ctrl+C and the time-out stop it. The file goes to the "
+    L"folder,\n"
+    L"    or to the suite's settings folder, under the name after the URL's last \"/\". A port in the URL "
+    L"is\n"
+    L"    ignored.",
     run,
 };
 

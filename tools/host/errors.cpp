@@ -41,6 +41,11 @@ constexpr ErrorText kErrors[] = {
     HOST_ERROR(ERROR_WINHTTP_CANNOT_CONNECT, L"check that the server or the proxy runs, and the firewall"),
     HOST_ERROR(ERROR_WINHTTP_CONNECTION_ERROR, L"the connection broke; try again"),
     HOST_ERROR(ERROR_WINHTTP_INVALID_SERVER_RESPONSE, L"what answers there is no web server"),
+    HOST_ERROR(ERROR_WINHTTP_REDIRECT_FAILED,
+               L"the server redirects in a circle, or from https to http; check the URL"),
+    HOST_ERROR(
+        ERROR_WINHTTP_SECURE_CHANNEL_ERROR,
+        L"no secure connection; check that Windows is up to date, the clock, and proxies that read https"),
     HOST_ERROR(ERROR_WINHTTP_SECURE_FAILURE, L"the server's certificate is not trusted; check the clock"),
 };
 

@@ -56,7 +56,7 @@ class Host(unittest.TestCase):
 
     def test_doctor_sees_the_proxy_and_hides_its_password(self):
         server = Server(lambda request, handler: Reply(), None)
-        prefix.set_proxy(server.port)
+        prefix.set_proxy(server.port, ProxyAddress="http://127.0.0.1")
         self.addCleanup(prefix.COMMON_CONFIG.unlink)
         found = self.json("doctor")
         self.assertIn(f"127.0.0.1:{server.port} answers", found["proxy"])

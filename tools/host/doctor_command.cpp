@@ -81,6 +81,15 @@ struct Proxy {
     std::wstring host, port;
 };
 
+/// The host in a proxy's address, which may be written as "http://host/".
+std::wstring proxyHost(const std::wstring& address) {
+    constexpr std::wstring_view kScheme = L"http://";
+    if (_wcsnicmp(address.c_str(), kScheme.data(), kScheme.size()) != 0)
+        return address;
+    const std::wstring host = address.substr(kScheme.size());
+    return host.substr(0, host.find(L'/'));
+}
+
 Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Report& report) {
     const std::wstring path = settings + L"\\common.cfg";
     wchar_t value[256];
@@ -104,7 +113,7 @@ Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Re
         return {};
     }
     const auto port = static_cast<std::int32_t>(library.getIntFromPropertyFile(path.c_str(), "ProxyPort"));
-    Proxy proxy{read("ProxyAddress"), std::to_wstring(port != ZELSYSHELPER_NO_INT ? port : 80)};
+    Proxy proxy{proxyHost(read("ProxyAddress")), std::to_wstring(port != ZELSYSHELPER_NO_INT ? port : 80)};
     if (proxy.host.empty()) {
         report.bad("common.cfg", L"asks for a proxy and names none; set ProxyAddress, or ProxyType to 0");
         return {};

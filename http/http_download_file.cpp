@@ -91,8 +91,8 @@ bool CHttpDownloadFile::stop() {
     DWORD over = WAIT_TIMEOUT;
     while (over == WAIT_TIMEOUT && GetTickCount() - begin < kStopTime) {
         const bool isPatient = GetTickCount() - begin < CHttpRequest::kCancelGrace;
-        for (CHttpRequest* request :
-             {&probe_, &transfer_}) // one that begins clears the flag, hence more than once
+        // A request that begins clears the flag, hence more than once.
+        for (CHttpRequest* request : {&probe_, &transfer_})
             isPatient ? request->askToCancel() : request->forceCancel();
         over = WaitForSingleObject(done_.get(), kCancelInterval);
     }

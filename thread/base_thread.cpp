@@ -13,7 +13,7 @@ win32::KernelHandle makeEvent() {
 
 } // namespace
 
-BaseThread::BaseThread(std::uint32_t id) : id_(id), started_(makeEvent()), finished_(makeEvent()) {
+BaseThread::BaseThread(std::uint32_t id) : id_(id) {
 }
 
 BaseThread::~BaseThread() {
@@ -26,7 +26,7 @@ std::uint32_t BaseThread::Start() {
     if (function_ == nullptr)
         return ERROR_INVALID_PARAMETER;
     for (auto* event : {&started_, &finished_})
-        if (!*event) // there may be resources for it now
+        if (!*event) // not in the constructor: most launchers of clients never start a thread
             *event = makeEvent();
     if (!started_ || !finished_)
         return ERROR_BAD_ENVIRONMENT;

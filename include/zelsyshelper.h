@@ -617,8 +617,8 @@ ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
  * Brings the running instance of an application to the front. An application calls this at its start, and
  * exits when the result is 1.
  *
- * Takes milliseconds where no instance runs, normally less than half a second where one does. Where that
- * refuses to answer, some six seconds; where it hangs and keeps the connection, as long as it does.
+ * Normally takes milliseconds. Blocks for up to 16 seconds: 6 while the running instance handles another
+ * client, and 5 for each of two requests that it does not answer.
  *
  * \param appName The application's name, the same in all its instances.
  * \return 1 when another instance has answered, else 0 (signed 32-bit).

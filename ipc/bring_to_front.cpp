@@ -8,8 +8,7 @@
 namespace ipc {
 namespace {
 
-constexpr int kConnectAttempts = 40;
-constexpr DWORD kConnectPause = 50; // milliseconds
+constexpr DWORD kLongestConnect = 6000; // milliseconds; the listener drops a silent client after 5 seconds
 
 } // namespace
 
@@ -17,16 +16,14 @@ bool bringRunningToFront(const std::string& application) {
     CInterprocessCommunicationWin channel(instanceMutexName(application), pipeBaseName(application));
     if (channel.isFirstInstance())
         return false;
-    // The pipe serves one client at a time, and a third start at the same moment must not take the first
-    // instance for gone. Without a connection the request fails.
-    for (int attempt = 1; channel.connectToServer() == ERROR_PIPE_BUSY && attempt < kConnectAttempts;
-         ++attempt)
-        Sleep(kConnectPause);
+    // Another start at the same moment, or a silent client, must not make the running instance appear absent.
+    // Without a connection the request fails.
+    channel.connectToServer(kLongestConnect);
     channel.sendRequest(kGetWindowRequest);
     const std::string reply = channel.lastReply();
     if (reply.empty())
         return false;
-    // Any answer counts, also one that is no window: it shows that an instance is there.
+    // Any reply counts, even one that is not a window handle: it proves that an instance is running.
     SetForegroundWindow(static_cast<HWND>(LongToHandle(std::atoi(reply.c_str()))));
     channel.sendRequest(kShowRequest);
     return true;

@@ -11,10 +11,9 @@ inline constexpr char kShowRequest[] = "/show";
 
 /// \brief Brings the running instance of an application to the front.
 ///
-/// Blocks for some milliseconds where no instance runs, normally for less than half a second where one does.
-/// Where it refuses to answer, some six seconds; where it keeps the connection and says nothing, as long as
-/// it does.
-/// \return Whether another instance has answered with a window handle.
+/// Normally takes milliseconds. Blocks for up to 16 seconds: 6 while the pipe is busy with another client, and 5
+/// for each of two requests to an instance that does not answer.
+/// \return True if another instance answered the request for its window handle.
 bool bringRunningToFront(const std::string& application);
 
 } // namespace ipc

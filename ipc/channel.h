@@ -6,71 +6,87 @@
 #include "win32/owner.h"
 
 #include <cstdint>
+#include <initializer_list>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace ipc {
 
-/// \brief Marks a running instance of an application, and lets a later one talk to the first.
+/// \brief Marks a running instance of an application and connects later instances with the first one.
 ///
-/// A named mutex marks the instance for as long as the object lives. The first instance serves a named pipe,
-/// on a thread of the channel; a later one connects to it and sends short requests. One client is served at a
-/// time.
+/// A named mutex marks the instance for the lifetime of the object. The first instance serves a named pipe on
+/// a thread of the channel; a later instance connects to it and sends short requests. The listener serves one
+/// client at a time.
 ///
-/// All operations return 0 or a Windows error number and belong to one thread at a time.
+/// Mutex and pipe exist once per machine, not once per user session. The pipe has a null DACL: any process of
+/// this machine can connect, whatever its user, and so can users of other machines whom the Server service
+/// authenticates. Another process can also serve the pipe's name and answer in place of the application.
+///
+/// Operations return 0 or a Windows error number. One thread at a time may call them. None of them blocks
+/// indefinitely, except on a request handler that does not return.
 class CInterprocessCommunicationWin : private win32::CThreadFunction {
 public:
     /// \brief Claims the mutex.
-    /// \param mutexName,pipeBaseName Empty for the names of this library itself.
+    /// \param mutexName Mutex name, \ref instanceMutexName. Empty: the name of this library.
+    /// \param pipeBaseName Pipe name without path, \ref ipc::pipeBaseName. Empty: the name of this library.
     CInterprocessCommunicationWin(const std::wstring& mutexName, const std::wstring& pipeBaseName);
     CInterprocessCommunicationWin(const CInterprocessCommunicationWin&) = delete;
     CInterprocessCommunicationWin& operator=(const CInterprocessCommunicationWin&) = delete;
 
-    /// Stops, and gives the mutex back.
+    /// \brief Calls `stop` and closes the mutex.
     ~CInterprocessCommunicationWin() override;
 
-    /// \brief Whether this object made the mutex, so that no other instance was there.
+    /// \brief Returns true if this object created the mutex, that is if no other instance was running.
     bool isFirstInstance() const { return isFirstInstance_; }
 
-    /// \brief Sets who answers requests; null for nobody. Not owned. To be called before `startServer`.
+    /// \brief Sets the object that answers requests; null for none. Not owned. Call it before `startServer`.
     void setRequestHandler(IRequestHandler* handler) { handler_ = handler; }
 
-    /// \brief Makes the pipe, open to every user of the machine, and starts to serve it.
+    /// \brief Creates the pipe and returns once the listener waits for a client.
     ///
-    /// A client that connects in the instant before the listener is ready ends it; the pipe is closed then.
-    /// \return 170, and nothing has changed, while the channel serves already.
+    /// A client that connects between CreateNamedPipeW and ConnectNamedPipe ends the listener.
+    /// \return `ERROR_BUSY` (170), without any change, if the channel already serves; `ERROR_PIPE_BUSY` (231)
+    ///         or `ERROR_ACCESS_DENIED` (5) if another process owns the pipe's name.
     std::uint32_t startServer();
 
-    /// \brief Opens the client end of the pipe.
-    /// \return 170, and nothing has changed, while the channel serves.
-    std::uint32_t connectToServer();
+    /// \brief Opens the client end of the pipe, by the name of this computer.
+    /// \param patience Milliseconds to wait while the server handles another client.
+    /// \return `ERROR_BUSY` (170), without any change, if the channel serves; `ERROR_PIPE_BUSY` (231) if the
+    ///         server still handles another client; `ERROR_FILE_NOT_FOUND` (2) without a server.
+    std::uint32_t connectToServer(DWORD patience = 0);
 
-    /// \brief Sends a request and waits for the reply. Up to seven attempts, 300 ms apart.
+    /// \brief Sends a request and waits for the reply, up to five seconds.
     ///
-    /// On the first instance there is nobody to talk to; nothing is sent then. An attempt lasts for as long
-    /// as the other side keeps the connection open without an answer.
-    /// \return 0; 10 without a connection; 111 for a payload of more than 65,526 bytes; else the last error.
+    /// Makes up to seven attempts with pauses of 300 ms. Sends nothing on the first instance. After a time-out
+    /// the channel is no longer connected.
+    /// \return 0; 10 without a connection; `ERROR_BUFFER_OVERFLOW` (111) for more than 65,526 bytes;
+    ///         `ERROR_SEM_TIMEOUT` (121) if the server keeps the connection open without a reply; otherwise the
+    ///         error of the last attempt.
     std::uint32_t sendRequest(const std::string& payload);
 
-    /// \brief The reply to the last request that was sent.
+    /// \brief Returns the reply to the last request that was sent.
     std::string lastReply() const { return lastReply_; }
 
-    /// \brief Ends serving, once the request handler has returned, and closes the pipe. May be repeated; the
-    /// channel can be started again afterwards. Called by the request handler, it only asks the listener to
-    /// end.
+    /// \brief Stops the listener, waits until the request handler has returned, and closes the pipe.
+    ///
+    /// Idempotent. The channel can be started again afterwards. When the request handler calls it, it only asks
+    /// the listener to end.
     void stop();
 
 private:
     void Run(std::uint32_t id) override;
 
-    void prepare();
-    std::uint32_t openClientEnd();
-    std::uint32_t transact(std::size_t length, DWORD& received);
+    std::uint32_t prepare(std::initializer_list<win32::KernelHandle*> events);
+    std::uint32_t createServerEnd();
+    std::uint32_t openClientEnd(ULONGLONG deadline);
+    std::uint32_t openPath(const std::wstring& path, ULONGLONG deadline);
+    std::uint32_t transact(ULONGLONG deadline, DWORD& received);
+    std::uint32_t waitForIo(DWORD timeOut, DWORD& count);
+    std::uint32_t listen();
     bool serveClient();
-    bool waitForIo(DWORD& count);
+    std::uint32_t read(DWORD timeOut, DWORD& count);
     void answer(std::string_view message);
-    void waitUntilFetched();
 
     const std::wstring& mutexName();
     const std::wstring& pipeBaseName();
@@ -79,8 +95,8 @@ private:
     sys::CSafeDataHolder<bool> stopping_;
     win32::KernelHandle mutex_;
     win32::KernelHandle pipe_;
-    std::vector<char> sendBuffer_;
-    std::vector<char> receiveBuffer_;
+    std::string sendBuffer_;
+    std::unique_ptr<char[]> receiveBuffer_; ///< \ref kLargestMessage bytes.
     win32::KernelHandle stopEvent_;
     win32::KernelHandle ioEvent_;
     win32::KernelHandle listeningEvent_; ///< Set once the listener waits for a client, or has ended.

@@ -6,43 +6,61 @@ namespace ipc {
 namespace {
 
 constexpr int kAttempts = 7;
-constexpr DWORD kAttemptPause = 300;     // milliseconds
-constexpr DWORD kConnectTimeOut = 15000; // milliseconds
+constexpr DWORD kAttemptPause = 300;        // milliseconds
+constexpr DWORD kConnectTimeOut = 15000;    // milliseconds
+constexpr ULONGLONG kLongestRequest = 5000; // milliseconds
 constexpr std::uint32_t kNoPipe = 10;
 
-/// The client's way to the pipe leads over the name of this computer.
-std::wstring clientPath(const std::wstring& baseName) {
-    wchar_t computer[MAX_COMPUTERNAME_LENGTH + 1] = {};
+std::wstring computerName() {
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
     DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
-    GetComputerNameW(computer, &size);
-    return std::wstring(L"\\\\") + computer + L"\\pipe\\" + baseName;
+    GetComputerNameW(name, &size);
+    return name;
 }
 
 bool hasHungUp(std::uint32_t error) {
     return error == ERROR_PIPE_NOT_CONNECTED || error == ERROR_BROKEN_PIPE;
 }
 
-} // namespace
-
-std::uint32_t CInterprocessCommunicationWin::connectToServer() {
-    if (listener_.isRunning())
-        return ERROR_BUSY;
-    prepare();
-    // The bare name is no pipe, so this fails at once and the pipe is opened.
-    if (WaitNamedPipeW(pipeBaseName().c_str(), kConnectTimeOut))
-        return GetLastError();
-    return openClientEnd();
+/// Milliseconds until a tick count; 0 when it has passed.
+DWORD remaining(ULONGLONG deadline) {
+    const ULONGLONG now = GetTickCount64();
+    return now < deadline ? static_cast<DWORD>(deadline - now) : 0;
 }
 
-std::uint32_t CInterprocessCommunicationWin::openClientEnd() {
-    pipe_.reset();
-    win32::KernelHandle pipe(CreateFileW(clientPath(pipeBaseName()).c_str(), GENERIC_READ | GENERIC_WRITE,
-                                         FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                         FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!pipe)
+} // namespace
+
+std::uint32_t CInterprocessCommunicationWin::connectToServer(DWORD patience) {
+    if (listener_.isRunning())
+        return ERROR_BUSY;
+    if (const std::uint32_t error = prepare({&stopEvent_, &ioEvent_}))
+        return error;
+    // The bare name is not a pipe path: the call fails at once and the pipe is opened.
+    if (WaitNamedPipeW(pipeBaseName().c_str(), kConnectTimeOut))
         return GetLastError();
-    pipe_ = std::move(pipe);
-    return 0;
+    return openClientEnd(GetTickCount64() + patience);
+}
+
+/// Replaces the client end by a new connection.
+/// \param deadline Tick count up to which the call waits for a server that handles another client.
+std::uint32_t CInterprocessCommunicationWin::openClientEnd(ULONGLONG deadline) {
+    pipe_.reset();
+    return openPath(L"\\\\" + computerName() + L"\\pipe\\" + pipeBaseName(), deadline);
+}
+
+std::uint32_t CInterprocessCommunicationWin::openPath(const std::wstring& path, ULONGLONG deadline) {
+    for (;;) {
+        pipe_.reset(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED, nullptr));
+        if (pipe_)
+            return 0;
+        const DWORD error = GetLastError();
+        // A time-out of 0 would select the server's default of 15 seconds.
+        const DWORD time = remaining(deadline);
+        if (error != ERROR_PIPE_BUSY || time == 0 || !WaitNamedPipeW(path.c_str(), time))
+            return error;
+    }
 }
 
 std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payload) {
@@ -53,43 +71,47 @@ std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payl
     lastReply_.clear();
     if (!fitsMessage(payload))
         return ERROR_BUFFER_OVERFLOW;
-    const std::size_t length = writeMessage(GetCurrentProcessId(), payload, sendBuffer_.data());
+    sendBuffer_.resize(kHeaderSize + payload.size());
+    writeMessage(GetCurrentProcessId(), payload, sendBuffer_.data());
+    const ULONGLONG deadline = GetTickCount64() + kLongestRequest;
 
     std::uint32_t error = 0;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    for (int i = 0; i < kAttempts; ++i) {
         if (stopping_.get())
             return error;
-        // The server hangs up after each reply, so a second request needs a new connection.
-        if (hasHungUp(error) || !pipe_)
-            error = openClientEnd();
         DWORD received = 0;
+        // The server disconnects after each reply, so the next request needs a new connection.
+        if (hasHungUp(error) || !pipe_)
+            error = openClientEnd(deadline);
         if (pipe_)
-            error = transact(length, received);
+            error = transact(deadline, received);
         if (error == 0) {
-            lastReply_ = payloadOf({receiveBuffer_.data(), received});
+            lastReply_ = payloadOf({receiveBuffer_.get(), received});
             return 0;
         }
-        if (WaitForSingleObject(stopEvent_.get(), kAttemptPause) == WAIT_OBJECT_0)
+        if (error == ERROR_SEM_TIMEOUT) {
+            pipe_.reset(); // a late reply would be mistaken for that to the next request
+            return error;
+        }
+        if (remaining(deadline) == 0 || WaitForSingleObject(stopEvent_.get(), kAttemptPause) == WAIT_OBJECT_0)
             return error;
     }
     return error;
 }
 
 /// Sends the message in the send buffer and receives the reply.
-std::uint32_t CInterprocessCommunicationWin::transact(std::size_t length, DWORD& received) {
-    const auto call = [&]() -> std::uint32_t {
-        return TransactNamedPipe(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(length),
-                                 receiveBuffer_.data(), static_cast<DWORD>(receiveBuffer_.size()), &received,
-                                 nullptr)
-                   ? 0
-                   : GetLastError();
-    };
-    const std::uint32_t error = call();
-    if (error != ERROR_BAD_PIPE)
-        return error;
-    // A fresh handle reads bytes, which the system refuses for transactions.
+std::uint32_t CInterprocessCommunicationWin::transact(ULONGLONG deadline, DWORD& received) {
+    // A new handle is in byte read mode, in which TransactNamedPipe fails with ERROR_BAD_PIPE.
     DWORD mode = PIPE_READMODE_MESSAGE;
-    return SetNamedPipeHandleState(pipe_.get(), &mode, nullptr, nullptr) ? call() : GetLastError();
+    if (!SetNamedPipeHandleState(pipe_.get(), &mode, nullptr, nullptr))
+        return GetLastError();
+    if (!TransactNamedPipe(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()),
+                           receiveBuffer_.get(), kLargestMessage, nullptr, &overlapped_)) {
+        const DWORD error = GetLastError();
+        if (error != ERROR_IO_PENDING)
+            return error;
+    }
+    return waitForIo(remaining(deadline), received);
 }
 
 } // namespace ipc

@@ -5,86 +5,74 @@
 namespace ipc {
 namespace {
 
-/// Milliseconds for a client to fetch its reply: disconnecting drops what it has not read by then.
-constexpr DWORD kReplyGrace = 200;
-constexpr DWORD kGraceStep = 5;
+constexpr DWORD kLongestSilence = 5000; // milliseconds for a client to send its request
+constexpr DWORD kReplyGrace = 200;      // milliseconds for a client to read the reply
 
 } // namespace
 
 void CInterprocessCommunicationWin::Run(std::uint32_t) {
-    bool goesOn = true;
-    while (goesOn && !stopping_.get()) {
-        // Only a wait for a client is no end. One that is there already ends the listener too.
-        if (!ConnectNamedPipe(pipe_.get(), &overlapped_) && GetLastError() != ERROR_IO_PENDING)
-            break;
-        SetEvent(listeningEvent_.get());
-        goesOn = serveClient();
-        DisconnectNamedPipe(pipe_.get());
-    }
-    pipe_.reset(); // clients of a pipe that nobody serves would wait for ever
+    bool isListening = !stopping_.get() && listen() == 0;
     SetEvent(listeningEvent_.get());
+    while (isListening) {
+        const bool isServing = serveClient();
+        DisconnectNamedPipe(pipe_.get());
+        isListening = isServing && !stopping_.get() && listen() == 0;
+    }
+    pipe_.reset(); // clients would wait for a server that does not listen
+}
+
+/// Starts to wait for a client.
+/// \return 0, or the error that ends the listener: `ERROR_PIPE_CONNECTED` if a client has connected before
+///         this call, `ERROR_NO_DATA` if it has closed its end again.
+std::uint32_t CInterprocessCommunicationWin::listen() {
+    if (ConnectNamedPipe(pipe_.get(), &overlapped_))
+        return 0;
+    const DWORD error = GetLastError();
+    return error == ERROR_IO_PENDING ? 0 : error;
 }
 
 /// Waits for a client and answers its request.
-/// \return False when the channel is to stop.
+/// \return False if the channel stops.
 bool CInterprocessCommunicationWin::serveClient() {
     DWORD count = 0;
-    if (!waitForIo(count))
+    if (waitForIo(INFINITE, count) == ERROR_OPERATION_ABORTED)
         return false;
-    const auto size = static_cast<DWORD>(receiveBuffer_.size());
-    if (!ReadFile(pipe_.get(), receiveBuffer_.data(), size, nullptr, &overlapped_)) {
-        const DWORD error = GetLastError();
-        if (error != ERROR_IO_PENDING && error != ERROR_MORE_DATA)
-            return true;
-    }
-    if (!waitForIo(count))
-        return false;
-    // Of a longer message, what fits the buffer is taken.
+    // The pipe has one instance: a silent client would keep all others out.
+    const std::uint32_t error = read(kLongestSilence, count);
+    // A message larger than the buffer is cut.
     if (count >= kHeaderSize && handler_ != nullptr)
-        answer({receiveBuffer_.data(), count});
-    return true;
+        answer({receiveBuffer_.get(), count});
+    return error != ERROR_OPERATION_ABORTED;
 }
 
-/// Waits for the end of the operation that was begun.
-/// \param[out] count The bytes that it has moved; 0 when it failed.
-/// \return False when the channel is to stop; the operation is over then, too.
-bool CInterprocessCommunicationWin::waitForIo(DWORD& count) {
-    const HANDLE events[] = {stopEvent_.get(), ioEvent_.get()};
-    const bool isOver = WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0 + 1;
-    if (!isOver)
-        CancelIoEx(pipe_.get(), &overlapped_);
-    // An operation that was cancelled is waited for, since it may use the buffer until it has ended.
+/// Reads one message into the receive buffer. Errors: see `waitForIo`.
+std::uint32_t CInterprocessCommunicationWin::read(DWORD timeOut, DWORD& count) {
     count = 0;
-    if (!GetOverlappedResult(pipe_.get(), &overlapped_, &count, !isOver) && GetLastError() != ERROR_MORE_DATA)
-        count = 0;
-    return isOver;
+    if (!ReadFile(pipe_.get(), receiveBuffer_.get(), kLargestMessage, nullptr, &overlapped_)) {
+        const DWORD error = GetLastError();
+        if (error != ERROR_IO_PENDING && error != ERROR_MORE_DATA)
+            return error;
+    }
+    return waitForIo(timeOut, count);
 }
 
 void CInterprocessCommunicationWin::answer(std::string_view message) {
-    std::string reply;
     try {
         handler_->onRequest(senderOf(message), std::string(payloadOf(message)));
-        reply = handler_->reply;
-    } catch (...) {
-        // The handler's failure leaves the request without an answer, not the application without a listener.
-        return;
-    }
-    if (reply.empty() || !fitsMessage(reply))
-        return;
-    const std::size_t length = writeMessage(GetCurrentProcessId(), reply, sendBuffer_.data());
-    DWORD written = 0;
-    WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(length), &written, nullptr);
-    waitUntilFetched();
-}
-
-/// Gives the client time to fetch its reply: until it hangs up, asks for more, or the time is over.
-void CInterprocessCommunicationWin::waitUntilFetched() {
-    for (DWORD waited = 0; waited < kReplyGrace; waited += kGraceStep) {
-        DWORD asked = 0;
-        if (!PeekNamedPipe(pipe_.get(), nullptr, 0, nullptr, &asked, nullptr) || asked != 0 ||
-            WaitForSingleObject(stopEvent_.get(), kGraceStep) != WAIT_TIMEOUT)
+        const std::string& reply = handler_->reply;
+        if (reply.empty() || !fitsMessage(reply))
             return;
+        sendBuffer_.resize(kHeaderSize + reply.size());
+        writeMessage(GetCurrentProcessId(), reply, sendBuffer_.data());
+    } catch (...) {
+        // A handler that throws leaves the request without an answer, not the application without a listener.
+        return;
     }
+    DWORD count = 0;
+    WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()), &count, nullptr);
+    // DisconnectNamedPipe discards what the client has not read. The read ends when the client closes its end
+    // or sends its next request, which needs a new connection.
+    read(kReplyGrace, count);
 }
 
 } // namespace ipc

@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+ZELSYS_SEAM(L"kernel32.dll", WaitForMultipleObjects)
 ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
 ZELSYS_SEAM(L"user32.dll", SetForegroundWindow)
 
@@ -28,6 +29,13 @@ const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-cha
 [[maybe_unused]] const LSTATUS kComputerNameIsSet = RegSetKeyValueW(
     HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Control\\ComputerName\\ActiveComputerName",
     L"ComputerName", REG_SZ, L".", 4);
+
+/// Waits for I/O time out fifty times as fast.
+void shortenTimeOuts() {
+    WaitForMultipleObjectsSeam::fake = [](DWORD count, const HANDLE* objects, BOOL all, DWORD time) {
+        return WaitForMultipleObjectsSeam::real(count, objects, all, time == INFINITE ? time : time / 50);
+    };
+}
 
 /// Answers with the payload, or what a test says.
 struct Echo : ipc::IRequestHandler {
@@ -43,6 +51,17 @@ struct Echo : ipc::IRequestHandler {
     std::function<void()> onEach;
 };
 
+/// Waits while the listener is busy with the client before.
+win32::KernelHandle rawClient(const std::wstring& name = kPipe) {
+    win32::KernelHandle pipe;
+    for (int tries = 0; tries < 100'000 && !pipe; ++tries) {
+        pipe.reset(CreateFileW((L"\\\\.\\pipe\\" + name).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                               OPEN_EXISTING, 0, nullptr));
+        SwitchToThread();
+    }
+    return pipe;
+}
+
 class Channel : public testing::Test {
 protected:
     Channel() {
@@ -50,32 +69,17 @@ protected:
         EXPECT_TRUE(server.isFirstInstance());
         EXPECT_EQ(server.startServer(), 0u);
     }
-    ~Channel() override { server.stop(); }
-
-    static void connect(CInterprocessCommunicationWin& client) {
-        std::uint32_t error = client.connectToServer();
-        for (int i = 0; i < 500 && error == ERROR_PIPE_BUSY; ++i, error = client.connectToServer())
-            Sleep(10); // the listener has yet to hang up on another
-        EXPECT_EQ(error, 0u);
+    ~Channel() override {
+        server.stop();
+        testing_support::restoreSeams();
     }
 
     static std::string ask(const std::string& payload) {
         CInterprocessCommunicationWin client(kMutex, kPipe);
         EXPECT_FALSE(client.isFirstInstance());
-        connect(client);
+        EXPECT_EQ(client.connectToServer(5000), 0u); // waits while the listener handles another client
         const std::uint32_t error = client.sendRequest(payload);
         return std::to_string(error) + " " + client.lastReply();
-    }
-
-    /// Waits while the listener is busy with the client before.
-    static win32::KernelHandle rawClient() {
-        win32::KernelHandle pipe;
-        for (int tries = 0; tries < 100'000 && !pipe; ++tries) {
-            pipe.reset(CreateFileW((L"\\\\.\\pipe\\" + kPipe).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
-                                   nullptr, OPEN_EXISTING, 0, nullptr));
-            SwitchToThread();
-        }
-        return pipe;
     }
 
     Echo echo;
@@ -94,8 +98,8 @@ TEST_F(Channel, ClientsOneAfterTheOther) {
 
     CInterprocessCommunicationWin client(kMutex, kPipe);
     EXPECT_EQ(client.sendRequest("x"), 10u) << "not connected";
-    connect(client);
-    for (const char* text : {"one", "two", "three"}) { // the server hangs up after each
+    EXPECT_EQ(client.connectToServer(5000), 0u);
+    for (const char* text : {"one", "two", "three"}) { // the server disconnects after each
         EXPECT_EQ(client.sendRequest(text), 0u);
         EXPECT_EQ(client.lastReply(), text);
     }
@@ -129,7 +133,20 @@ TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
     EXPECT_EQ(server.startServer(), 0u);
     EXPECT_EQ(ask("x"), "233 ");
     EXPECT_EQ(echo.requests, 14);
-    WaitForSingleObjectSeam::restore();
+}
+
+TEST_F(Channel, SilentPeers) {
+    shortenTimeOuts();
+    const auto silent = rawClient();
+    EXPECT_EQ(ask("x"), "0 x") << "a silent client is dropped";
+    server.stop();
+    const win32::KernelHandle mute(CreateNamedPipeW((L"\\\\.\\pipe\\" + kPipe).c_str(), PIPE_ACCESS_DUPLEX,
+                                                    PIPE_TYPE_MESSAGE, 1, 100, 100, 0, nullptr));
+    EXPECT_EQ(server.startServer(), 231u) << "the name is taken";
+    CInterprocessCommunicationWin client(kMutex, kPipe);
+    EXPECT_EQ(client.connectToServer(5000), 0u);
+    EXPECT_EQ(client.sendRequest("x"), 121u);
+    EXPECT_EQ(client.sendRequest("x"), 10u) << "a late reply is not awaited";
 }
 
 TEST_F(Channel, HostileClientsDoNotEndIt) {
@@ -201,11 +218,15 @@ TEST(BringToFront, AsksTheRunningInstance) {
     EXPECT_TRUE(ipc::bringRunningToFront(name));
     other.join();
     EXPECT_EQ(shown, 3);
+    shortenTimeOuts();
+    const auto silent = rawClient(ipc::pipeBaseName(name));
+    EXPECT_TRUE(ipc::bringRunningToFront(name)) << "waits until the silent client is dropped";
+    EXPECT_EQ(shown, 4);
     // And once more from a second process, through the library.
     const std::wstring host = testing_support::besideThisProgram(L"zelsyshelper-host.exe");
     EXPECT_EQ(_wspawnl(_P_WAIT, host.c_str(), L"host", L"raise", L"\"Zelsys test app\"", nullptr), 0);
-    EXPECT_EQ(shown, 4);
-    SetForegroundWindowSeam::restore();
+    EXPECT_EQ(shown, 5);
+    testing_support::restoreSeams();
 }
 
 } // namespace

@@ -64,6 +64,7 @@ void CInterprocessCommunicationWin::stop() {
         return; // the listener still needs the pipe and the buffers to get out
     listener_.waitFinished();
     pipe_.reset();
+    isConnected_ = false;
     sendBuffer_ = {};
     receiveBuffer_.reset();
 }

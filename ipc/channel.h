@@ -58,8 +58,9 @@ public:
 
     /// \brief Sends a request and waits for the reply, up to five seconds.
     ///
-    /// Makes up to seven attempts with pauses of 300 ms. Sends nothing on the first instance. After a time-out
-    /// the channel is no longer connected.
+    /// Makes up to seven attempts with pauses of 300 ms. Each connection carries one request: the next one
+    /// reconnects without a pause. Sends nothing on the first instance. After a time-out the channel is no
+    /// longer connected.
     /// \return 0; 10 without a connection; `ERROR_BUFFER_OVERFLOW` (111) for more than 65,526 bytes;
     ///         `ERROR_SEM_TIMEOUT` (121) if the server keeps the connection open without a reply; otherwise the
     ///         error of the last attempt.
@@ -81,6 +82,7 @@ private:
     std::uint32_t createServerEnd();
     std::uint32_t openClientEnd(ULONGLONG deadline);
     std::uint32_t openPath(const std::wstring& path, ULONGLONG deadline);
+    std::uint32_t attempt(ULONGLONG deadline, DWORD& received);
     std::uint32_t transact(ULONGLONG deadline, DWORD& received);
     std::uint32_t waitForIo(DWORD timeOut, DWORD& count);
     std::uint32_t listen();
@@ -105,6 +107,7 @@ private:
     std::wstring mutexName_;
     std::wstring pipeBaseName_;
     IRequestHandler* handler_ = nullptr;
+    bool isConnected_ = false; ///< `connectToServer` has succeeded; requests may reconnect.
     std::string lastReply_;
 };
 

@@ -18,10 +18,6 @@ std::wstring computerName() {
     return name;
 }
 
-bool hasHungUp(std::uint32_t error) {
-    return error == ERROR_PIPE_NOT_CONNECTED || error == ERROR_BROKEN_PIPE;
-}
-
 /// Milliseconds until a tick count; 0 when it has passed.
 DWORD remaining(ULONGLONG deadline) {
     const ULONGLONG now = GetTickCount64();
@@ -38,7 +34,9 @@ std::uint32_t CInterprocessCommunicationWin::connectToServer(DWORD patience) {
     // The bare name is not a pipe path: the call fails at once and the pipe is opened.
     if (WaitNamedPipeW(pipeBaseName().c_str(), kConnectTimeOut))
         return GetLastError();
-    return openClientEnd(GetTickCount64() + patience);
+    const std::uint32_t error = openClientEnd(GetTickCount64() + patience);
+    isConnected_ = error == 0;
+    return error;
 }
 
 /// Replaces the client end by a new connection.
@@ -66,7 +64,7 @@ std::uint32_t CInterprocessCommunicationWin::openPath(const std::wstring& path, 
 std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payload) {
     if (isFirstInstance_)
         return 0;
-    if (!pipe_)
+    if (!isConnected_)
         return kNoPipe;
     lastReply_.clear();
     if (!fitsMessage(payload))
@@ -80,26 +78,31 @@ std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payl
         if (stopping_.get())
             return error;
         DWORD received = 0;
-        // The server disconnects after each reply, so the next request needs a new connection.
-        if (hasHungUp(error) || !pipe_)
-            error = openClientEnd(deadline);
-        if (pipe_)
-            error = transact(deadline, received);
+        error = attempt(deadline, received);
         if (error == 0) {
             lastReply_ = payloadOf({receiveBuffer_.get(), received});
             return 0;
         }
-        if (error == ERROR_SEM_TIMEOUT) {
-            pipe_.reset(); // a late reply would be mistaken for that to the next request
-            return error;
-        }
-        if (remaining(deadline) == 0 || WaitForSingleObject(stopEvent_.get(), kAttemptPause) == WAIT_OBJECT_0)
+        isConnected_ = error != ERROR_SEM_TIMEOUT;
+        if (!isConnected_ || remaining(deadline) == 0 ||
+            WaitForSingleObject(stopEvent_.get(), kAttemptPause) == WAIT_OBJECT_0)
             return error;
     }
     return error;
 }
 
 /// Sends the message in the send buffer and receives the reply.
+std::uint32_t CInterprocessCommunicationWin::attempt(ULONGLONG deadline, DWORD& received) {
+    if (!pipe_)
+        if (const std::uint32_t error = openClientEnd(deadline))
+            return error;
+    const std::uint32_t error = transact(deadline, received);
+    // A connection carries one request, since the server disconnects after its reply. Closed at once, it lets
+    // the server wait for the next client, and a late reply cannot be mistaken for that to the next request.
+    pipe_.reset();
+    return error;
+}
+
 std::uint32_t CInterprocessCommunicationWin::transact(ULONGLONG deadline, DWORD& received) {
     // A new handle is in byte read mode, in which TransactNamedPipe fails with ERROR_BAD_PIPE.
     DWORD mode = PIPE_READMODE_MESSAGE;

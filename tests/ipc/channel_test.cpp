@@ -99,6 +99,10 @@ TEST_F(Channel, ClientsOneAfterTheOther) {
     CInterprocessCommunicationWin client(kMutex, kPipe);
     EXPECT_EQ(client.sendRequest("x"), 10u) << "not connected";
     EXPECT_EQ(client.connectToServer(5000), 0u);
+    WaitForSingleObjectSeam::fake = [](HANDLE object, DWORD time) {
+        EXPECT_NE(time, 300u) << "a reconnection is not paused for";
+        return WaitForSingleObjectSeam::real(object, time);
+    };
     for (const char* text : {"one", "two", "three"}) { // the server disconnects after each
         EXPECT_EQ(client.sendRequest(text), 0u);
         EXPECT_EQ(client.lastReply(), text);

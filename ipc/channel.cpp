@@ -41,7 +41,9 @@ std::uint32_t CInterprocessCommunicationWin::startServer() {
         return error;
     }
     WaitForSingleObject(listeningEvent_.get(), INFINITE);
-    return 0;
+    if (listenError_ != 0)
+        listener_.waitFinished();
+    return listenError_;
 }
 
 std::uint32_t CInterprocessCommunicationWin::createServerEnd() {

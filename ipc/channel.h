@@ -45,9 +45,10 @@ public:
 
     /// \brief Creates the pipe and returns once the listener waits for a client.
     ///
-    /// A client that connects between CreateNamedPipeW and ConnectNamedPipe ends the listener.
+    /// Disconnects a client that has connected between CreateNamedPipeW and ConnectNamedPipe.
     /// \return `ERROR_BUSY` (170), without any change, if the channel already serves; `ERROR_PIPE_BUSY` (231)
-    ///         or `ERROR_ACCESS_DENIED` (5) if another process owns the pipe's name.
+    ///         or `ERROR_ACCESS_DENIED` (5) if another process owns the pipe's name; the error with which the
+    ///         listener has ended.
     std::uint32_t startServer();
 
     /// \brief Opens the client end of the pipe, by the name of this computer.
@@ -101,7 +102,8 @@ private:
     std::unique_ptr<char[]> receiveBuffer_; ///< \ref kLargestMessage bytes.
     win32::KernelHandle stopEvent_;
     win32::KernelHandle ioEvent_;
-    win32::KernelHandle listeningEvent_; ///< Set once the listener waits for a client, or has ended.
+    win32::KernelHandle listeningEvent_; ///< Set once `listenError_` is known.
+    std::uint32_t listenError_ = 0;      ///< Result of the listener's first ConnectNamedPipe.
     OVERLAPPED overlapped_{};
     win32::CBaseThread<100> listener_;
     std::wstring mutexName_;

@@ -11,7 +11,8 @@ constexpr DWORD kReplyGrace = 200;      // milliseconds for a client to read the
 } // namespace
 
 void CInterprocessCommunicationWin::Run(std::uint32_t) {
-    bool isListening = !stopping_.get() && listen() == 0;
+    listenError_ = stopping_.get() ? ERROR_OPERATION_ABORTED : listen();
+    bool isListening = listenError_ == 0;
     SetEvent(listeningEvent_.get());
     while (isListening) {
         const bool isServing = serveClient();
@@ -22,13 +23,21 @@ void CInterprocessCommunicationWin::Run(std::uint32_t) {
 }
 
 /// Starts to wait for a client.
-/// \return 0, or the error that ends the listener: `ERROR_PIPE_CONNECTED` if a client has connected before
-///         this call, `ERROR_NO_DATA` if it has closed its end again.
+/// \return 0, or the error of ConnectNamedPipe, which ends the listener.
 std::uint32_t CInterprocessCommunicationWin::listen() {
-    if (ConnectNamedPipe(pipe_.get(), &overlapped_))
-        return 0;
-    const DWORD error = GetLastError();
-    return error == ERROR_IO_PENDING ? 0 : error;
+    const auto connect = [this]() -> std::uint32_t {
+        if (ConnectNamedPipe(pipe_.get(), &overlapped_))
+            return 0;
+        const DWORD error = GetLastError();
+        return error == ERROR_IO_PENDING ? 0 : error;
+    };
+    const std::uint32_t error = connect();
+    // A client has connected before the call, and perhaps closed its end again. Disconnected, the pipe accepts no
+    // client up to the next call, which therefore waits.
+    if (error != ERROR_PIPE_CONNECTED && error != ERROR_NO_DATA)
+        return error;
+    DisconnectNamedPipe(pipe_.get());
+    return connect();
 }
 
 /// Waits for a client and answers its request.

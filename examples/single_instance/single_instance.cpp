@@ -1,5 +1,6 @@
-// An application of which one instance runs at a time. The first start opens a window, which tells how often
-// it was asked to come to the front; every later one asks the first, and exits with code 1.
+// An application of which one instance runs at a time. The first start opens a window, which shows how often
+// it was asked to come to the front. Each later start asks the first instance and exits with code 1, or with
+// code 4 if the first instance does not answer.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -15,6 +16,7 @@ namespace {
 constexpr char kApplication[] = "SingleInstanceExample";
 constexpr wchar_t kTitle[] = L"Single instance example";
 constexpr UINT kShowMessage = WM_APP;
+constexpr ULONGLONG kLongestSearch = 10'000; // milliseconds
 
 int shown = 0;
 
@@ -22,7 +24,8 @@ LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM wide, LPARAM longer
     switch (message) {
     case kShowMessage:
         ++shown;
-        ShowWindow(window, SW_RESTORE);
+        if (IsIconic(window)) // SW_RESTORE would also undo a maximised window
+            ShowWindow(window, SW_RESTORE);
         InvalidateRect(window, nullptr, TRUE);
         return 0;
     case WM_PAINT: {
@@ -57,11 +60,13 @@ HWND openWindow(HINSTANCE instance) {
 
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int) {
     std::optional<ipc::CInterprocessCommunicationWin> channel;
+    const ULONGLONG end = GetTickCount64() + kLongestSearch;
     do {
         if (bringRuningAppToTop(kApplication) != 0)
-            return 1; // an instance runs already, and was asked
-        // Somebody else may have started at the same moment: only one of the two holds the mutex, and the
-        // other finds it serving a little later.
+            return 1;
+        if (GetTickCount64() > end)
+            return 4; // hung, or in a session whose user cannot reach this one
+        // Of two starts at the same moment one holds the mutex; the other finds it serving a little later.
         channel.emplace(ipc::instanceMutexName(kApplication), ipc::pipeBaseName(kApplication));
         if (!channel->isFirstInstance()) {
             channel.reset();
@@ -76,8 +81,11 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int) {
     ipc::CWindowRequestHandler handler([&] { return window.load(); },
                                        [&] { PostMessageW(window, kShowMessage, 0, 0); });
     channel->setRequestHandler(&handler);
-    if (channel->startServer() != 0)
-        return 3;
+    // Another process may own the pipe's name. Later starts then cannot raise this window, which is no reason
+    // not to run.
+    if (const std::uint32_t error = channel->startServer())
+        SetWindowTextW(window,
+                       (kTitle + (L" (not reachable: error " + std::to_wstring(error) + L")")).c_str());
 
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {

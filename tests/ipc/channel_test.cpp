@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+ZELSYS_SEAM(L"kernel32.dll", ConnectNamedPipe)
 ZELSYS_SEAM(L"kernel32.dll", WaitForMultipleObjects)
 ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
 ZELSYS_SEAM(L"user32.dll", SetForegroundWindow)
@@ -137,6 +138,28 @@ TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
     EXPECT_EQ(server.startServer(), 0u);
     EXPECT_EQ(ask("x"), "233 ");
     EXPECT_EQ(echo.requests, 14);
+}
+
+TEST_F(Channel, ClientsThatConnectBeforeTheListenerWaits) {
+    for (const bool isGone : {false, true}) {
+        server.stop();
+        win32::KernelHandle early;
+        ConnectNamedPipeSeam::calls = 0;
+        ConnectNamedPipeSeam::fake = [&](HANDLE pipe, OVERLAPPED* overlapped) {
+            if (ConnectNamedPipeSeam::calls == 1)
+                early = rawClient();
+            if (isGone)
+                early.reset();
+            return ConnectNamedPipeSeam::real(pipe, overlapped);
+        };
+        EXPECT_EQ(server.startServer(), 0u);
+        EXPECT_EQ(ask("x"), "0 x");
+    }
+    server.stop();
+    ConnectNamedPipeSeam::failWith(ERROR_NO_SYSTEM_RESOURCES);
+    EXPECT_EQ(server.startServer(), DWORD{ERROR_NO_SYSTEM_RESOURCES});
+    ConnectNamedPipeSeam::restore();
+    EXPECT_EQ(server.startServer(), 0u);
 }
 
 TEST_F(Channel, SilentPeers) {

@@ -47,7 +47,7 @@ def measure_size(results):
 def prepare_prefix(authority, port):
     prefix.trust(authority)
     prefix.set_proxy(port, Location="DE")  # a known country saves the lookup
-    # Wine knows the pipes of this computer under the name "." only.
+    # Wine opens pipes by the name "." only. With it the channel's client finds them by name, as on Windows.
     prefix.run("reg.exe", "add", r"HKLM\System\CurrentControlSet\Control\ComputerName\ActiveComputerName",
                "/v", "ComputerName", "/d", ".", "/f", check=True)
 

@@ -620,7 +620,13 @@ ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
  * Normally takes milliseconds. Blocks for up to 16 seconds: 6 while the running instance handles another
  * client, and 5 for each of two requests that it does not answer.
  *
- * \param appName The application's name, the same in all its instances.
+ * Names are machine-wide: an instance in another user's session counts, although its window cannot be raised.
+ * To run one instance per session, make the session's number part of the name. Any process of this machine,
+ * whatever its user, can connect to the pipe of an instance, and so can users of other machines whom the
+ * Server service authenticates. A process that serves the pipe's name can answer in place of the application.
+ *
+ * \param appName The application's name, the same in all its instances: up to 190 ASCII characters except the
+ *                backslash. Upper and lower case are the same. A backslash gives 0.
  * \return 1 when another instance has answered, else 0 (signed 32-bit).
  */
 ZELSYSHELPER_API int64_t bringRuningAppToTop(const char* appName);

@@ -11,8 +11,8 @@ inline constexpr char kShowRequest[] = "/show";
 
 /// \brief Brings the running instance of an application to the front.
 ///
-/// Normally takes milliseconds. Blocks for up to 16 seconds: 6 while the pipe is busy with another client, and 5
-/// for each of two requests to an instance that does not answer.
+/// Normally takes milliseconds. Blocks for up to 16 seconds: 6 while the pipe is busy with another client,
+/// and 5 for each of two requests to an instance that does not answer.
 /// \return True if another instance answered the request for its window handle.
 bool bringRunningToFront(const std::string& application);
 

@@ -51,7 +51,7 @@ public:
     ///         listener has ended.
     std::uint32_t startServer();
 
-    /// \brief Opens the client end of the pipe, by the name of this computer.
+    /// \brief Opens the client end of the pipe, by the name of this computer or else as a local pipe.
     /// \param patience Milliseconds to wait while the server handles another client.
     /// \return `ERROR_BUSY` (170), without any change, if the channel serves; `ERROR_PIPE_BUSY` (231) if the
     ///         server still handles another client; `ERROR_FILE_NOT_FOUND` (2) without a server.
@@ -63,8 +63,8 @@ public:
     /// reconnects without a pause. Sends nothing on the first instance. After a time-out the channel is no
     /// longer connected.
     /// \return 0; 10 without a connection; `ERROR_BUFFER_OVERFLOW` (111) for more than 65,526 bytes;
-    ///         `ERROR_SEM_TIMEOUT` (121) if the server keeps the connection open without a reply; otherwise the
-    ///         error of the last attempt.
+    ///         `ERROR_SEM_TIMEOUT` (121) if the server keeps the connection open without a reply; otherwise
+    ///         the error of the last attempt.
     std::uint32_t sendRequest(const std::string& payload);
 
     /// \brief Returns the reply to the last request that was sent.
@@ -72,8 +72,8 @@ public:
 
     /// \brief Stops the listener, waits until the request handler has returned, and closes the pipe.
     ///
-    /// Idempotent. The channel can be started again afterwards. When the request handler calls it, it only asks
-    /// the listener to end.
+    /// Idempotent. The channel can be started again afterwards. When the request handler calls it, it only
+    /// asks the listener to end.
     void stop();
 
 private:
@@ -109,6 +109,7 @@ private:
     std::wstring mutexName_;
     std::wstring pipeBaseName_;
     IRequestHandler* handler_ = nullptr;
+    bool isLocalOnly_ = false; ///< The path with the computer's name has failed where the local one works.
     bool isConnected_ = false; ///< `connectToServer` has succeeded; requests may reconnect.
     std::string lastReply_;
 };

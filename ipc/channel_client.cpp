@@ -43,7 +43,16 @@ std::uint32_t CInterprocessCommunicationWin::connectToServer(DWORD patience) {
 /// \param deadline Tick count up to which the call waits for a server that handles another client.
 std::uint32_t CInterprocessCommunicationWin::openClientEnd(ULONGLONG deadline) {
     pipe_.reset();
-    return openPath(L"\\\\" + computerName() + L"\\pipe\\" + pipeBaseName(), deadline);
+    const std::wstring path = L"\\pipe\\" + pipeBaseName();
+    std::uint32_t error = ERROR_BAD_NETPATH;
+    if (!isLocalOnly_)
+        error = openPath(L"\\\\" + computerName() + path, deadline);
+    // The computer's name leads through the Server service, which can be disabled.
+    if (error != 0 && error != ERROR_PIPE_BUSY) {
+        error = openPath(L"\\\\." + path, deadline);
+        isLocalOnly_ = error == 0 || error == ERROR_PIPE_BUSY;
+    }
+    return error;
 }
 
 std::uint32_t CInterprocessCommunicationWin::openPath(const std::wstring& path, ULONGLONG deadline) {

@@ -32,8 +32,8 @@ std::uint32_t CInterprocessCommunicationWin::listen() {
         return error == ERROR_IO_PENDING ? 0 : error;
     };
     const std::uint32_t error = connect();
-    // A client has connected before the call, and perhaps closed its end again. Disconnected, the pipe accepts no
-    // client up to the next call, which therefore waits.
+    // A client has connected before the call, and perhaps closed its end again. A disconnected pipe accepts
+    // no client before the next call, which therefore waits.
     if (error != ERROR_PIPE_CONNECTED && error != ERROR_NO_DATA)
         return error;
     DisconnectNamedPipe(pipe_.get());

@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 ZELSYS_SEAM(L"kernel32.dll", ConnectNamedPipe)
+ZELSYS_SEAM(L"kernel32.dll", CreateFileW)
 ZELSYS_SEAM(L"kernel32.dll", WaitForMultipleObjects)
 ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
 ZELSYS_SEAM(L"user32.dll", SetForegroundWindow)
@@ -25,11 +26,6 @@ namespace {
 using ipc::CInterprocessCommunicationWin;
 
 const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-channel-test";
-
-/// Wine knows pipes of this computer under the name "." only; the clients ask for the computer's name.
-[[maybe_unused]] const LSTATUS kComputerNameIsSet = RegSetKeyValueW(
-    HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Control\\ComputerName\\ActiveComputerName",
-    L"ComputerName", REG_SZ, L".", 4);
 
 /// Waits for I/O time out fifty times as fast.
 void shortenTimeOuts() {
@@ -174,6 +170,33 @@ TEST_F(Channel, SilentPeers) {
     EXPECT_EQ(client.connectToServer(5000), 0u);
     EXPECT_EQ(client.sendRequest("x"), 121u);
     EXPECT_EQ(client.sendRequest("x"), 10u) << "a late reply is not awaited";
+}
+
+TEST_F(Channel, ByTheNameOfTheComputerOrElseLocal) {
+    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
+    GetComputerNameW(name, &size);
+    const std::wstring byName = std::wstring(L"\\\\") + name + L"\\pipe\\", local = L"\\\\.\\pipe\\";
+    DWORD failure = 0;
+    std::vector<std::wstring> opened;
+    CreateFileWSeam::fake = [&](const wchar_t* path, auto... rest) { // Wine knows the local path only
+        opened.emplace_back(path);
+        const bool isByName = opened.back() == byName + kPipe;
+        SetLastError(failure);
+        return isByName && failure != 0
+                   ? INVALID_HANDLE_VALUE
+                   : CreateFileWSeam::real(isByName ? (local + kPipe).c_str() : path, rest...);
+    };
+    EXPECT_EQ(ask("x"), "0 x");
+    EXPECT_EQ(opened, std::vector{byName + kPipe});
+    CInterprocessCommunicationWin client(kMutex, kPipe);
+    failure = ERROR_PIPE_BUSY;
+    EXPECT_EQ(client.connectToServer(), 231u);
+    EXPECT_EQ(opened.size(), 2u) << "busy is no reason for another path";
+    failure = ERROR_BAD_NETPATH;
+    EXPECT_EQ(client.connectToServer(5000), 0u);
+    EXPECT_EQ(client.sendRequest("x") + client.sendRequest("y"), 0u);
+    EXPECT_EQ(std::count(opened.begin(), opened.end(), byName + kPipe), 3) << "and the local one is kept";
 }
 
 TEST_F(Channel, HostileClientsDoNotEndIt) {

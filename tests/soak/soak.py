@@ -351,9 +351,6 @@ def main():
         raise SystemExit("usage: scripts/soak.sh [--short] [--write | NAME...]; names: "
                          + " ".join(part.__name__ for part in parts))
     random.seed(SEED)
-    # Wine knows the pipes of this computer under the name "." only.
-    prefix.run("reg.exe", "add", r"HKLM\System\CurrentControlSet\Control\ComputerName\ActiveComputerName",
-               "/v", "ComputerName", "/d", ".", "/f", check=True)
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)
         authority = Authority(folder / "authority")

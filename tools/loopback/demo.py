@@ -119,9 +119,6 @@ def wait_until(condition, seconds=15):
 
 def single_instance():
     print("\n== One instance of an application ==")
-    # Wine knows the pipes of this computer under the name "." only.
-    prefix.run("reg.exe", "add", r"HKLM\System\CurrentControlSet\Control\ComputerName\ActiveComputerName",
-               "/v", "ComputerName", "/d", ".", "/f", check=True)
     program = prefix.BIN / "single_instance.exe"
     first = subprocess.Popen([prefix.WINE, str(program)])
     print("$ single_instance   (the first start opens a window and stays)")

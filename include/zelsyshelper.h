@@ -441,9 +441,7 @@ ZELSYSHELPER_API int64_t startService(void);
 /**
  * Stops the suite's update service and waits for up to 16 seconds, at least one.
  *
- * \return 0, also when there is none or it is still stopping after that time; otherwise a code. Two handles
- *         stay open until the process ends: delete the service with uninstallService() or from another
- *         process.
+ * \return 0, also when there is none or it is still stopping after that time; otherwise a code.
  */
 ZELSYSHELPER_API int64_t stopService(void);
 

@@ -104,18 +104,12 @@ std::int32_t stopOpened(SC_HANDLE service) {
 std::int32_t stop(const std::wstring& name) {
     if (!isPresent(name))
         return 0;
-    ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
     if (!manager)
         return kNoManager;
-    ServiceHandle service(OpenServiceW(manager.get(), name.c_str(), kStopAccess));
-    if (!service)
-        return kNoService;
-    const std::int32_t code = stopOpened(service.get());
-    // Kept for the lifetime of the process, as callers have always known it: a service that they delete next
-    // stays marked for deletion until they exit.
-    static_cast<void>(service.detach());
-    static_cast<void>(manager.detach());
-    return code;
+    // An open handle would keep a service that is deleted next in the database, marked for deletion.
+    const ServiceHandle service(OpenServiceW(manager.get(), name.c_str(), kStopAccess));
+    return service ? stopOpened(service.get()) : kNoService;
 }
 
 } // namespace service

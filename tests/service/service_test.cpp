@@ -113,8 +113,8 @@ TEST_F(FakeManager, RightsAndWhatCannotBeOpened) {
     } cases[] = {
         {service::update, L"mf003f s3 ", {"0 0 0", "-1 0 0", "-2 0 0"}},
         {service::start, L"mf003f sf01ff ", {"0 0 0", "-1 0 0", "-2 0 0"}},
-        // Two handles are left open on purpose. A service that is absent counts as stopped.
-        {stopByName, L"m5 s1 mf003f s10024 ", {"0 1000 2", "0 0 0", "0 0 0", "-1 0 0", "-2 0 0"}},
+        // A service that is absent counts as stopped.
+        {stopByName, L"m5 s1 mf003f s10024 ", {"0 1000 0", "0 0 0", "0 0 0", "-1 0 0", "-2 0 0"}},
         {service::uninstall,
          L"m5 s1 mf003f s10024 ",
          {"0 1000 0", "0 1000 0", "0 1000 0", "-1 0 0", "-2 0 0"}},
@@ -129,16 +129,16 @@ TEST_F(FakeManager, RightsAndWhatCannotBeOpened) {
 }
 
 TEST_F(FakeManager, Stop) {
-    EXPECT_EQ(run(stopByName, {{kStopping}, {kStopping}, kStopped}), "0 3000 2");
-    EXPECT_EQ(run(stopByName, {{kStopping}}), "0 16000 2") << "given up";
-    EXPECT_EQ(run(stopByName, {{kStopping}, kFailing}), "-3 2000 2");
+    EXPECT_EQ(run(stopByName, {{kStopping}, {kStopping}, kStopped}), "0 3000 0");
+    EXPECT_EQ(run(stopByName, {{kStopping}}), "0 16000 0") << "given up";
+    EXPECT_EQ(run(stopByName, {{kStopping}, kFailing}), "-3 2000 0");
     EXPECT_EQ(run(service::uninstall, {kFailing}), "0 1000 0") << "deletes all the same";
     refusal = ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
-    EXPECT_EQ(run(stopByName), "0 1000 2") << "a stop is under way";
+    EXPECT_EQ(run(stopByName), "0 1000 0") << "a stop is under way";
     refusedIn = SERVICE_START_PENDING;
-    EXPECT_EQ(run(stopByName), "-4 0 2");
+    EXPECT_EQ(run(stopByName), "-4 0 0");
     refusal = ERROR_SERVICE_NOT_ACTIVE, refusedIn = SERVICE_STOP_PENDING;
-    EXPECT_EQ(run(stopByName), "-4 0 2");
+    EXPECT_EQ(run(stopByName), "-4 0 0");
     EXPECT_EQ(run(service::uninstall), "0 0 0");
     DeleteServiceSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(run(service::uninstall), "-3 0 0");
@@ -225,6 +225,8 @@ TEST(RealManager, LifeOfTheService) {
     }
     EXPECT_EQ(code, 0);
     EXPECT_EQ(service::stop(name), -4) << "it has stopped";
+    EXPECT_EQ(service::uninstall(), 0);
+    EXPECT_EQ(service::install(program), 0) << "as an upgrading installer does";
     EXPECT_EQ(service::uninstall(), 0);
     testing_support::restoreSeams();
 }

@@ -576,9 +576,10 @@ ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* link
  * before its first subfolder as one more: such files are not copied. To copy reliably, keep all files in
  * subfolders.
  *
- * Nothing stops the work: each failure is counted and told in a line on standard output. A source that is
- * missing counts as an empty one: the destination is deleted then. Read-only files are not deleted. Paths are
- * cut at 512 characters. Give the destination as a full path with backslashes, of up to 247 characters with
+ * Nothing stops the work: each failure is counted and reported as a line on standard output. A folder that
+ * cannot be listed counts as empty, and this is no failure: if the source is missing, a file, or not readable
+ * for the caller, the destination is deleted and nothing is copied. Check the source before the call.
+ * Read-only files are not deleted. Paths are cut at 512 characters. Give the destination as a full path with backslashes, of up to 247 characters with
  * all that comes below it: subfolders of another one are not made.
  *
  * Nothing is touched, and one failure counted, where a path is blank, the destination is the root of a drive

@@ -44,12 +44,18 @@ bool isLink(const std::wstring& path) {
     return find && isLink(entry);
 }
 
-/// Goes through a folder. One that cannot be listed counts as empty.
+/// Returns the path of an entry. After the prefix "\\?\" a doubled backslash makes a name invalid.
+std::wstring joined(const std::wstring& folder, std::wstring_view name) {
+    std::wstring path = folder.substr(0, folder.find_last_not_of(L"\\/") + 1);
+    return path.append(1, L'\\').append(name);
+}
+
+/// Lists a folder. A folder that cannot be listed counts as empty.
 class Listing {
 public:
     explicit Listing(const std::wstring& folder)
         : entry_(std::make_unique<WIN32_FIND_DATAW>()),
-          find_(FindFirstFileW((folder + L"\\*").c_str(), entry_.get())) {}
+          find_(FindFirstFileW(joined(folder, L"*").c_str(), entry_.get())) {}
 
     /// Moves on to the next entry, past the folder itself and its parent.
     bool next() {
@@ -77,10 +83,10 @@ std::wstring cut(const std::wstring& path) {
 
 /// Whether cutting a child's path leads away from it: to a link that has the shorter name, or, when none of
 /// its name is left but dots and blanks, back to the folder itself or its parent, and so on without end.
-bool isCutAstray(const std::wstring& folder, const std::wstring& child) {
+bool isCutAstray(const std::wstring& child) {
     if (child.size() <= kLongestPath)
         return false;
-    const std::size_t name = std::min(folder.size() + 1, kLongestPath);
+    const std::size_t name = std::min(child.find_last_of(L'\\') + 1, kLongestPath);
     return cut(child).find_first_not_of(L". ", name) == child.npos || isLink(cut(child));
 }
 
@@ -93,13 +99,13 @@ void deleteTree(const std::wstring& given) {
     const std::wstring path = cut(given);
     Listing listing(path);
     while (listing.next()) {
-        const std::wstring child = std::wstring(path).append(1, L'\\').append(listing.name());
+        const std::wstring child = joined(path, listing.name());
         if (!listing.isFolder()) {
             if (DeleteFileW(child.c_str()) != TRUE)
                 fail(L"delete", GetLastError());
         } else if (listing.isLink()) {
             removeFolder(child); // what it shows is not part of this tree
-        } else if (isCutAstray(path, child)) {
+        } else if (isCutAstray(child)) {
             fail(L"delete", ERROR_FILENAME_EXCED_RANGE);
         } else {
             deleteTree(child);
@@ -118,8 +124,8 @@ public:
         walked_.push_back(&source);
         Listing listing(source);
         while (listing.next()) {
-            const std::wstring from = std::wstring(source).append(1, L'\\').append(listing.name());
-            const std::wstring to = std::wstring(destination).append(1, L'\\').append(listing.name());
+            const std::wstring from = joined(source, listing.name());
+            const std::wstring to = joined(destination, listing.name());
             if (!listing.isFolder()) {
                 if (CopyFileW(from.c_str(), to.c_str(), TRUE) != TRUE)
                     fail(L"copy", GetLastError());
@@ -127,7 +133,7 @@ public:
             }
             if (SHCreateDirectory(nullptr, to.c_str()) != ERROR_SUCCESS)
                 fail(L"create directory", GetLastError());
-            if (isCutAstray(source, from))
+            if (isCutAstray(from))
                 fail(L"copy", ERROR_FILENAME_EXCED_RANGE);
             else if (isEndless(from, listing.isLink()))
                 fail(L"copy", ERROR_CANT_RESOLVE_FILENAME);

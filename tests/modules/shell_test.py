@@ -54,8 +54,13 @@ class Shell(unittest.TestCase):
         self.assertEqual((self.destination / "a/b/c.txt").read_text(), "a/b/c.txt")
         self.make(self.destination, "old/deep/file", "a/b/c.txt")
         (self.source / "0.txt").unlink()
-        self.assertEqual(self.copy(), [])
-        self.assertEqual(self.names(self.destination), copied)
+        for source in (self.source, f"\\\\?\\{prefix.windows_path(self.source)}\\"):
+            self.assertEqual(self.copy(source), [])
+            self.assertEqual(self.names(self.destination), copied)
+        for source in (self.source / "z.txt", self.folder / "none"):
+            result = prefix.host("copy-dir", prefix.windows_path(source), prefix.windows_path(self.destination))
+            self.assertEqual((result.returncode, result.stdout), (1, ""))
+            self.assertEqual(self.names(self.destination), copied, "a source that is no folder deletes nothing")
 
     def test_what_cannot_be_deleted_stays_and_is_not_overwritten(self):
         self.make(self.source, "a/file", "a/other")

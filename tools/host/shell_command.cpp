@@ -161,6 +161,11 @@ int runLink(const Library& library, const Arguments& arguments) {
     return kFailed;
 }
 
+bool isFolder(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 int runCopyDir(const Library& library, const Arguments& arguments) {
     if (arguments.size() != 2)
         return wrongUsage(kCopyDirCommand, L"copy-dir wants a source and a destination");
@@ -168,6 +173,10 @@ int runCopyDir(const Library& library, const Arguments& arguments) {
     const auto full = [](const std::wstring& path) {
         return path.find_first_not_of(L" \t") == path.npos ? path : fullPath(path);
     };
+    if (const std::wstring source = full(arguments[0]); !isFolder(source)) {
+        complain(L"Source is not an existing folder: " + source + L". Nothing was deleted or copied");
+        return kFailed;
+    }
     const auto failures =
         static_cast<std::uint32_t>(library.copyDirEx(full(arguments[0]).c_str(), full(arguments[1]).c_str()));
     field("failures", failures);
@@ -208,11 +217,12 @@ const Command kLinkCommand{
 
 const Command kCopyDirCommand{
     L"copy-dir",
-    L"copy-dir SOURCE DESTINATION   Deletes the destination folder, then copies the source's tree there. A "
-    L"missing\n"
-    L"                              destination counts as a failure, and files of the source's root are "
-    L"copied\n"
-    L"                              only when a subfolder is listed before them.",
+    L"copy-dir SOURCE DESTINATION   Deletes the destination folder, then copies the tree of the source "
+    L"there,\n"
+    L"                              which must be an existing folder. A missing destination counts as a\n"
+    L"                              failure, and files of the source's root are copied only when a "
+    L"subfolder\n"
+    L"                              is listed before them.",
     runCopyDir,
 };
 

@@ -50,20 +50,25 @@ static int install(const wchar_t* product, const wchar_t* folder, const wchar_t*
 
 static int uninstall(const wchar_t* folder, const wchar_t* link)
 {
-    wchar_t temporary[MAX_PATH], empty[MAX_PATH];
+    wchar_t empty[MAX_PATH];
     uint32_t failures = 0;
     int tries;
-    int64_t code = uninstallService();
+    int64_t code;
 
-    if (code != 0)
+    /* Copying an empty folder over the product deletes it. The empty folder is created beside the product,
+     * where only those can write who can write the product: in %TEMP%, another user who knows or guesses the
+     * name creates it first and has its content installed. */
+    swprintf(empty, MAX_PATH, L"%ls.empty", folder);
+    RemoveDirectoryW(empty); /* of an interrupted removal; fails if there is anything in it */
+    if (!CreateDirectoryW(empty, NULL))
+        return failed(L"creating an empty folder", (long)GetLastError());
+
+    code = uninstallService();
+    if (code != 0) {
+        RemoveDirectoryW(empty);
         return failed(L"the service", (long)code);
+    }
     DeleteFileW(link);
-
-    /* An empty folder in the place of the product takes everything away. */
-    GetTempPathW(MAX_PATH, temporary);
-    GetTempFileNameW(temporary, L"rm", 0, empty);
-    DeleteFileW(empty);
-    CreateDirectoryW(empty, NULL);
     for (tries = 0; tries < 10; ++tries) {
         failures = (uint32_t)copyDirEx(empty, folder);
         if (failures == 0)

@@ -79,9 +79,9 @@ public:
     extern "C" std::atomic<decltype(&function)> __imp_##function;                                            \
     namespace {                                                                                              \
     struct function##Import {                                                                                \
-        static void* find() { return library.find(#function); }                                              \
+        static void* find() { return (library).find(#function); }                                            \
         static auto& slot() { return __imp_##function; }                                                     \
-        static auto failed() { return failure; }                                                             \
+        static auto failed() { return (failure); }                                                           \
     };                                                                                                       \
     }                                                                                                        \
     std::atomic<decltype(&function)> __imp_##function =                                                      \

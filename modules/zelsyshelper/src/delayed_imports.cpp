@@ -38,7 +38,7 @@ ZELSYS_DELAYED(advapi32, SetSecurityDescriptorDacl, FALSE)
 ZELSYS_DELAYED(advapi32, StartServiceW, FALSE)
 
 ZELSYS_DELAYED(ole32, CoCreateInstance, kMissing)
-ZELSYS_DELAYED(ole32, CoTaskMemFree, )
+ZELSYS_DELAYED(ole32, CoTaskMemFree, void())
 
 ZELSYS_DELAYED(shell32, ILCreateFromPathW, nullptr)
 ZELSYS_DELAYED(shell32, SHCreateDirectory, ERROR_PROC_NOT_FOUND)

@@ -120,7 +120,7 @@ enum GuardByte { kIsMade, kIsBeingMade }; // the first one is laid down by the A
 void leaveGuard(long long* object, bool isMade) {
     char* const guard = reinterpret_cast<char*>(object);
     const std::lock_guard lock(guardMutex);
-    __atomic_store_n(guard + kIsMade, char{isMade}, __ATOMIC_RELEASE);
+    __atomic_store_n(guard + kIsMade, static_cast<char>(isMade ? 1 : 0), __ATOMIC_RELEASE);
     guard[kIsBeingMade] = 0;
     WakeAllConditionVariable(&guardChanged);
 }

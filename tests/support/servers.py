@@ -13,7 +13,8 @@ import prefix  # noqa: E402
 from certificates import Authority  # noqa: E402
 from server import Reply, Server  # noqa: E402
 
-OK = b"HTTP/1.1 200 OK\r\n"
+# Announces the close: a client that reuses the connection at that very moment would get no answer.
+OK = b"HTTP/1.1 200 OK\r\nConnection: close\r\n"
 RAW = {  # pieces that are sent as they are, half a second apart, before the connection is closed
     "nolength": [b"HTTP/1.1 203 OK\r\n\r\nbody"],
     "headers": [b"HTTP/1.1 302 Found\r\nContent-Length: 2\r\nSet-Cookie: a=1\r\nLocation: /x\r\n"

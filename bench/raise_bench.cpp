@@ -79,8 +79,8 @@ bool raiseBare() {
     return pipe && transact(pipe.get(), ipc::kGetWindowRequest) && transact(pipe.get(), ipc::kShowRequest);
 }
 
-/// The whole job without the library: find out whether an instance runs, ask for its window, raise it, tell it.
-/// The channel disconnects after each reply, so this needs two connections.
+/// The whole job without the library: find out whether an instance runs, ask for its window, raise it, tell
+/// it. The channel disconnects after each reply, so this needs two connections.
 bool raiseByChannel() {
     const win32::KernelHandle mutex(
         OpenMutexW(SYNCHRONIZE, FALSE, ipc::instanceMutexName(kApplication).c_str()));

@@ -12,11 +12,12 @@ namespace {
 constexpr DWORD kLockTime = 2000;      // milliseconds
 constexpr std::size_t kPiece = 65'536; // bytes
 
-/// Set once a process has kept the lock for \ref kLockTime: until it can be acquired again, no line waits for it.
+/// Set once a process has kept the lock for \ref kLockTime: until it can be acquired again, no line waits for
+/// it.
 std::atomic<bool> isLockStuck;
 
-/// Copies the end of the file, at most \ref kLargestLog bytes that begin with a whole line: a log that something else has
-/// filled with gigabytes must not keep every process waiting.
+/// Copies the end of the file, at most \ref kLargestLog bytes that begin with a whole line: a log that
+/// something else has filled with gigabytes must not keep every process waiting.
 bool copyEnd(HANDLE file, std::uint64_t size, const std::wstring& path) {
     const win32::KernelHandle copy(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));

@@ -12,8 +12,8 @@ void setSettingsName(std::string_view name);
 
 /// \brief Writes lines to the suite's log file. Obtained from `createLogger` for one piece of work.
 ///
-/// Threads and processes may log to one file at the same time, each with a logger of its own. No line is torn, and none is
-/// lost unless the disk is full or another process keeps the file locked for seconds.
+/// Threads and processes may log to one file at the same time, each with a logger of its own. No line is
+/// torn, and none is lost unless the disk is full or another process keeps the file locked for seconds.
 class ILogger {
 public:
     /// Gives the logger back; it must not be used any more.
@@ -36,8 +36,8 @@ struct LoggerRelease {
 /// Holds a logger, or null where logging is not available.
 using LoggerSlot = std::unique_ptr<ILogger, LoggerRelease>;
 
-/// \brief Gets a logger for <roaming data>\\logs\\<settings name>.log. The folder is made when missing, the file
-/// with the first line.
+/// \brief Gets a logger for <roaming data>\\logs\\<settings name>.log. The folder is made when missing, the
+/// file with the first line.
 ///
 /// The threshold is the value of the key "Level" in <settings name>.cfg beside it, 3 by default.
 /// \param[in,out] slot What it holds is released first; null afterwards when the call fails.

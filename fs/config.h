@@ -32,9 +32,9 @@ public:
 
     /// \brief Applies the changed keys to what the file holds now and writes it.
     ///
-    /// Without changes the disk is not touched. A file that can be opened but not read counts as empty, so its
-    /// other keys are lost. If the file cannot be opened or written, it stays as it was, and the changes are kept for
-    /// a later `save`. Waits up to 2 s for another process that saves the same file.
+    /// Without changes the disk is not touched. A file that can be opened but not read counts as empty, so
+    /// its other keys are lost. If the file cannot be opened or written, it stays as it was, and the changes
+    /// are kept for a later `save`. Waits up to 2 s for another process that saves the same file.
     /// \return 0, 100002 without a path, 100004 if the file cannot be opened or written.
     virtual int save();
 

@@ -105,8 +105,8 @@ bool readAll(HANDLE file, std::string& contents) {
         contents = page.text();
         return true;
     }
-    // Again where another process has made the file longer meanwhile, since a part would end within a value. Not without
-    // end, since a process may append indefinitely.
+    // Again where another process has made the file longer meanwhile, since a part would end within a value.
+    // Not without end, since a process may append indefinitely.
     for (int reads = 0; reads < kMostReads; ++reads) {
         LARGE_INTEGER size;
         if (!GetFileSizeEx(file, &size))
@@ -123,8 +123,8 @@ bool readAll(HANDLE file, std::string& contents) {
     return true;
 }
 
-/// Reads a short file twice. Some file systems let a read overlap a write, and return a mixture of the old and the new
-/// contents.
+/// Reads a short file twice. Some file systems let a read overlap a write, and return a mixture of the old
+/// and the new contents.
 /// \return False if the file is longer, cannot be read, or changed in between.
 bool readStable(HANDLE file, Page& page) {
     Page again;
@@ -209,8 +209,8 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
 
     std::string padded;
     if (form == FileForm::plain && contents.size() > oldSize) {
-        // Reserves the space before a byte is changed. Zeros instead of SetEndOfFile, which reserves none on file systems
-        // with sparse files.
+        // Reserves the space before a byte is changed. Zeros instead of SetEndOfFile, which reserves none on
+        // file systems with sparse files.
         if (!win32::writeAt(file_.get(), oldSize, std::string(contents.size() - oldSize, '\0'))) {
             win32::setFileSize(file_.get(), oldSize);
             return kStatusFileFailed;

@@ -18,16 +18,17 @@ enum class FileForm {
     enciphered ///< Every byte counts: a file that was changed in part cannot be read.
 };
 
-// Another process may hold the file open, as readers, savers and virus scanners do for moments. All functions here try
-// to open such a file again for 250 ms before they fail.
+// Another process may hold the file open, as readers, savers and virus scanners do for moments. All functions
+// here try to open such a file again for 250 ms before they fail.
 
-/// \brief Reads a whole file. Waits up to 2 s for a process that is saving it, unless it is plain and at most a page.
+/// \brief Reads a whole file. Waits up to 2 s for a process that is saving it, unless it is plain and at most
+/// a page.
 ///
-/// A plain directory is no file. A directory with any further attribute (read-only, hidden, not indexed) counts as a
-/// file that cannot be read.
+/// A plain directory is no file. A directory with any further attribute (read-only, hidden, not indexed)
+/// counts as a file that cannot be read.
 /// \param[out] contents The bytes of the file; unspecified when the call fails.
-/// \return 0; \ref kStatusNoFile; EBUSY if another process kept the file from being opened; another error number of
-/// the C runtime, or \ref kStatusEmptyStream.
+/// \return 0; \ref kStatusNoFile; EBUSY if another process kept the file from being opened; another error
+/// number of the C runtime, or \ref kStatusEmptyStream.
 int readFile(const std::wstring& path, FileForm form, std::string& contents);
 
 /// \brief Reads a plain file in pieces, with the same waiting.
@@ -38,10 +39,11 @@ int readPieces(const std::wstring& path, const std::function<void(std::string_vi
 /// \brief Empties an existing file. Does nothing if there is none, or another process keeps it open.
 void emptyFile(const std::wstring& path);
 
-/// \brief A file that is read, changed in memory and written back in place, while other processes do the same.
+/// \brief A file that is read, changed in memory and written back in place, while other processes do the
+/// same.
 ///
-/// Holds an advisory lock from its construction to its end, so that savers take turns. The lock is best effort: a holder
-/// that keeps it for 2 s, or a file system without byte locks, does not prevent the change.
+/// Holds an advisory lock from its construction to its end, so that savers take turns. The lock is best
+/// effort: a holder that keeps it for 2 s, or a file system without byte locks, does not prevent the change.
 class SharedFile {
 public:
     /// Opens the file and creates it when missing. A failure is reported by `replace`.
@@ -54,9 +56,9 @@ public:
 
     /// \brief Replaces the contents of the file.
     ///
-    /// A reader sees the old or the new contents, never an empty file: nothing is truncated before it is overwritten. A
-    /// process that is killed leaves the old or the new contents of a plain file, and of an enciphered one that does
-    /// not get shorter. A full disk leaves the old ones.
+    /// A reader sees the old or the new contents, never an empty file: nothing is truncated before it is
+    /// overwritten. A process that is killed leaves the old or the new contents of a plain file, and of an
+    /// enciphered one that does not get shorter. A full disk leaves the old ones.
     /// \param old What `read` has returned.
     /// \return 0 or \ref kStatusFileFailed.
     int replace(std::string_view contents, std::string_view old, FileForm form);

@@ -10,16 +10,16 @@ namespace fs {
 /// \brief A configuration file that is enciphered as a whole, so that users do not edit it by hand: the store
 /// of named on/off switches, "1" and "0".
 ///
-/// Always written whole from memory, without a merge: of two processes that change one file at the same moment, one can
-/// undo the change of the other. Do not call `reload`: it is inherited and does not decipher.
+/// Always written whole from memory, without a merge: of two processes that change one file at the same
+/// moment, one can undo the change of the other. Do not call `reload`: it is inherited and does not decipher.
 class FxConfig : public CConfig {
 public:
     using Defaults = std::map<std::string, bool>;
 
     using CConfig::CConfig;
 
-    /// \brief Enciphers what is in memory and writes it, whether or not anything was changed. If another process kept
-    /// the file from being opened at the last `load`, what it holds is loaded first.
+    /// \brief Enciphers what is in memory and writes it, whether or not anything was changed. If another
+    /// process kept the file from being opened at the last `load`, what it holds is loaded first.
     /// \return 0, 100002 without a path, 100004 when the file cannot be written.
     int save() override;
 

@@ -253,10 +253,10 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  *
  * The file is read again and written whole: keys in ascending order, lines that are no key=value are dropped.
  * Calls for one file at the same moment, also from different processes, take turns and keep one another's
- * changes. Only a process that holds its turn for 2 seconds can lose the change of another. Readers see the old
- * or the new contents, and so does the next start of a process that ended during the call. A full disk leaves
- * the file as it was. A file that another program holds open is tried again for 250 ms and then left as it is.
- * If the file can be opened but not read, its other keys are lost.
+ * changes. Only a process that holds its turn for 2 seconds can lose the change of another. Readers see the
+ * old or the new contents, and so does the next start of a process that ended during the call. A full disk
+ * leaves the file as it was. A file that another program holds open is tried again for 250 ms and then left
+ * as it is. If the file can be opened but not read, its other keys are lost.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 when the file could be read before the change, else 0. This does not tell whether the change was
@@ -307,9 +307,9 @@ ZELSYSHELPER_API uint64_t readProperty(const wchar_t* file, const char* key, wch
  * Sets one value; an empty one removes the key from the file. The file is made when it is missing, not its
  * folder.
  *
- * A plain file is written as by setValueInPropertyFile(). An enciphered one that can be opened but not read loses
- * its other keys; of two calls for it at the same moment, one can undo the change of the other. A process that
- * ends while it removes a key from an enciphered file can leave a file that cannot be read.
+ * A plain file is written as by setValueInPropertyFile(). An enciphered one that can be opened but not read
+ * loses its other keys; of two calls for it at the same moment, one can undo the change of the other. A
+ * process that ends while it removes a key from an enciphered file can leave a file that cannot be read.
  *
  * \return 0, ZELSYSHELPER_NO_FILE for an empty path, ZELSYSHELPER_FILE_FAILED when the file cannot be written
  *         (32-bit unsigned).
@@ -346,8 +346,8 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
 ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint8_t value);
 
 /**
- * Empties a switch file. A missing one stays missing; one that another program holds open for longer than 250 ms
- * stays as it is.
+ * Empties a switch file. A missing one stays missing; one that another program holds open for longer than 250
+ * ms stays as it is.
  *
  * \param file The file's name, as for enableFx().
  */
@@ -579,8 +579,8 @@ ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* link
  * Nothing stops the work: each failure is counted and reported as a line on standard output. A folder that
  * cannot be listed counts as empty, and this is no failure: if the source is missing, a file, or not readable
  * for the caller, the destination is deleted and nothing is copied. Check the source before the call.
- * Read-only files are not deleted. Paths are cut at 512 characters. Give the destination as a full path with backslashes, of up to 247 characters with
- * all that comes below it: subfolders of another one are not made.
+ * Read-only files are not deleted. Paths are cut at 512 characters. Give the destination as a full path with
+ * backslashes, of up to 247 characters with all that comes below it: subfolders of another one are not made.
  *
  * Nothing is touched, and one failure counted, where a path is blank, the destination is the root of a drive
  * or share, or the destination is or holds the source. Links to folders in the destination are removed and

@@ -7,7 +7,8 @@ namespace {
 
 constexpr std::size_t kLargestTransfer = 1u << 30;
 
-// The file pointer instead of an OVERLAPPED offset: under Wine, that costs a call of its server for each transfer.
+// The file pointer instead of an OVERLAPPED offset: under Wine, that costs a call of its server for each
+// transfer.
 bool seek(HANDLE file, std::uint64_t offset) {
     LARGE_INTEGER distance{};
     if (offset != kEndOfFile)

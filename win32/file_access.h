@@ -6,7 +6,8 @@
 
 #include <windows.h>
 
-// Access to an open file at a given offset in bytes. Moves the file pointer: a handle serves one thread at a time.
+// Access to an open file at a given offset in bytes. Moves the file pointer: a handle serves one thread at a
+// time.
 namespace win32 {
 
 /// The end of the file, as an offset.
@@ -18,7 +19,8 @@ inline constexpr std::uint64_t kEndOfFile = UINT64_MAX;
 bool readAt(HANDLE file, std::uint64_t offset, char* out, std::size_t size, std::size_t& got);
 
 /// \brief Writes all bytes, up to 1 GiB of them in one call of the system.
-/// \return False if the system reports an error, a full disk for instance; some of the bytes may be written then.
+/// \return False if the system reports an error, a full disk for instance; some of the bytes may be written
+/// then.
 bool writeAt(HANDLE file, std::uint64_t offset, std::string_view bytes);
 
 /// \brief Cuts or extends the file to `size`.

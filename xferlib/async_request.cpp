@@ -101,8 +101,8 @@ void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status,
         state.error = static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError;
         break;
     case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
-        // An event of the system, and as the last thing: compiled to a jump, it leaves no code of the library for
-        // this thread to come back to while the library is being unloaded.
+        // An event of the system, and as the last thing: compiled to a jump, it leaves no code of the library
+        // for this thread to come back to while the library is being unloaded.
         SetEvent(state.closed.get());
         return;
     default:

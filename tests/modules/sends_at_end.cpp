@@ -1,5 +1,5 @@
-// A DLL that sends an event from the destructor of a static object: at process exit all other threads, WinHTTP's
-// included, have been ended by then.
+// A DLL that sends an event from the destructor of a static object: at process exit all other threads,
+// WinHTTP's included, have been ended by then.
 
 #include "zelsyshelper.h"
 

@@ -1,5 +1,6 @@
-// Lets each call of Windows and of the heap fail once, for each export: the first call that the freshly loaded library
-// makes, then the second, and so on until none is left. The calls are found at run time, in its import table.
+// Lets each call of Windows and of the heap fail once, for each export: the first call that the freshly
+// loaded library makes, then the second, and so on until none is left. The calls are found at run time, in
+// its import table.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -168,8 +169,8 @@ void sweepInstance(const Worker& worker) {
 
 } // namespace
 
-/// Arguments: a folder, the port of the server for downloads, and whether to raise an instance as well, which takes
-/// minutes.
+/// Arguments: a folder, the port of the server for downloads, and whether to raise an instance as well, which
+/// takes minutes.
 int wmain(int, wchar_t** arguments) {
     // They stay, so that their own start and end do not count.
     for (const wchar_t* name : {L"winhttp.dll", L"shell32.dll", L"ole32.dll", L"shlwapi.dll", L"user32.dll"})

@@ -62,8 +62,8 @@ inline void restoreSeams() {
 
 } // namespace testing_support
 
-/// Replaces a function of a DLL. Callers reach it by its slot `__imp_NAME` if its header declares it as imported, or
-/// as NAME otherwise: import libraries define both in one object, so both are defined here.
+/// Replaces a function of a DLL. Callers reach it by its slot `__imp_NAME` if its header declares it as
+/// imported, or as NAME otherwise: import libraries define both in one object, so both are defined here.
 #define ZELSYS_SEAM(dll, function)                                                                           \
     struct function##Name {                                                                                  \
         static constexpr const wchar_t* kDll = dll;                                                          \

@@ -8,17 +8,18 @@
 /// Functions of system DLLs that are loaded when one of them is first called.
 namespace delayed {
 
-/// \brief A DLL of the system, loaded from the system folder when its first function is called. A DLL of that name in
-/// another folder is never loaded. It stays loaded. Any thread.
+/// \brief A DLL of the system, loaded from the system folder when its first function is called. A DLL of that
+/// name in another folder is never loaded. It stays loaded. Any thread.
 class Library {
 public:
     explicit constexpr Library(const wchar_t* name) : name_(name) {}
 
-    /// \return Null if the DLL or the function is missing; the last error is then ERROR_PROC_NOT_FOUND. A DLL that could
-    /// not be loaded is tried again by the next call: the system may only have been short of memory.
+    /// \return Null if the DLL or the function is missing; the last error is then ERROR_PROC_NOT_FOUND. A DLL
+    /// that could not be loaded is tried again by the next call: the system may only have been short of
+    /// memory.
     void* find(const char* function) {
-        // Loaded once: if it could fail again for a later function, that could be the one that releases what the
-        // earlier ones have acquired.
+        // Loaded once: if it could fail again for a later function, that could be the one that releases what
+        // the earlier ones have acquired.
         if (module_ == nullptr)
             module_ = load();
         const HMODULE module = module_;
@@ -44,7 +45,8 @@ private:
 };
 
 /// What the slot of one imported function holds until its first call.
-/// \tparam Import Describes the function: `find()`, `slot()`, and `failed()`, the value that its callers test for.
+/// \tparam Import Describes the function: `find()`, `slot()`, and `failed()`, the value that its callers test
+/// for.
 template <class Import, class Function>
 class FirstCall;
 
@@ -63,8 +65,8 @@ public:
 
 } // namespace delayed
 
-// A header that declares a function as imported makes its callers read the slot `__imp_NAME`. MinGW's <winhttp.h> does
-// not: its callers call NAME, which therefore jumps to what the slot holds.
+// A header that declares a function as imported makes its callers read the slot `__imp_NAME`. MinGW's
+// <winhttp.h> does not: its callers call NAME, which therefore jumps to what the slot holds.
 #if defined(__MINGW32__)
 #define ZELSYS_JUMP_TO_SLOT(function)                                                                        \
     asm(".text\n.globl " #function "\n" #function ": jmp *__imp_" #function "(%rip)\n");
@@ -72,7 +74,8 @@ public:
 #define ZELSYS_JUMP_TO_SLOT(function)
 #endif
 
-/// Defines the slot of a delayed import. The linker then takes nothing for this function from an import library.
+/// Defines the slot of a delayed import. The linker then takes nothing for this function from an import
+/// library.
 /// \param library A \ref delayed::Library.
 /// \param failure What the function returns while it is missing. Its callers must recognise it as a failure.
 #define ZELSYS_DELAYED(library, function, failure)                                                           \

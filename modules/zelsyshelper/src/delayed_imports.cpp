@@ -1,5 +1,6 @@
-// The functions of system DLLs that this library delays, so that loading it loads nothing heavy. A function that is
-// missing here is imported in the ordinary way, and its DLL is loaded with this one; a test checks the imports.
+// The functions of system DLLs that this library delays, so that loading it loads nothing heavy. A function
+// that is missing here is imported in the ordinary way, and its DLL is loaded with this one; a test checks
+// the imports.
 
 #include "modules/zelsyshelper/src/delayed_function.h"
 

@@ -1,6 +1,7 @@
-// Parts of GCC's runtime in another form. Its own ones are made for programs: in a DLL that is loaded and freed again
-// and again, each load leaves 73 KB of memory, an index of thread local storage and two handles behind, and a
-// thousand loads later there is no index left, which ends the process. They also bring 30 KB of code for POSIX threads.
+// Parts of GCC's runtime in another form. Its own ones are made for programs: in a DLL that is loaded and
+// freed again and again, each load leaves 73 KB of memory, an index of thread local storage and two handles
+// behind, and a thousand loads later there is no index left, which ends the process. They also bring 30 KB of
+// code for POSIX threads.
 
 #include "sys/mutex.h"
 
@@ -72,8 +73,9 @@ void releaseRecord(void* record) {
         release(record, records);
 }
 
-/// A slot of storage per thread. Fiber local storage calls back when a thread or the library ends. Where the process has
-/// used up its few slots, thread local storage takes its place: DllMain then releases the record of a thread that ends.
+/// A slot of storage per thread. Fiber local storage calls back when a thread or the library ends. Where the
+/// process has used up its few slots, thread local storage takes its place: DllMain then releases the record
+/// of a thread that ends.
 class PerThread {
 public:
     PerThread()

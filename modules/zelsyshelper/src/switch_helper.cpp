@@ -11,7 +11,8 @@
 
 namespace {
 
-/// Held for a whole call: the store is one for all switch files, and its steps would mix those of several calls.
+/// Held for a whole call: the store is one for all switch files, and its steps would mix those of several
+/// calls.
 sys::Mutex switchMutex;
 
 fs::FxConfig& switchStore() {

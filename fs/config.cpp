@@ -5,14 +5,6 @@
 #include <utility>
 
 namespace fs {
-namespace {
-
-int loadStatus(int readStatus) {
-    return readStatus == 0 || readStatus == kStatusNoFile ? readStatus : kStatusFileFailed;
-}
-
-} // namespace
-
 void CConfig::setFilePath(const std::wstring& path) {
     const std::lock_guard guard(lock);
     values.clear();
@@ -40,7 +32,7 @@ int CConfig::save(bool& wasRead) {
     ConfigValues merged;
     std::string contents;
     SharedFile file(filePath);
-    wasRead = file.read(contents);
+    wasRead = file.read(FileForm::plain, contents);
     parseConfig(contents, merged);
     for (const auto& key : changedKeys) {
         if (const auto changed = values.find(key); changed != values.end())
@@ -68,7 +60,7 @@ int CConfig::reload() {
 
 int CConfig::read(bool dropMemory) {
     std::string contents;
-    if (const int status = loadStatus(readFile(pathCopy(), FileForm::plain, contents)))
+    if (const int status = readFile(pathCopy(), FileForm::plain, contents))
         return status;
 
     const std::lock_guard guard(lock);
@@ -109,7 +101,7 @@ std::wstring CConfig::pathCopy() const {
 
 int readValue(const std::wstring& path, std::string_view key, std::optional<std::string>& value) {
     ConfigSearch search(key);
-    if (const int status = loadStatus(readPieces(path, [&](std::string_view piece) { search.take(piece); })))
+    if (const int status = readPieces(path, [&](std::string_view piece) { search.take(piece); }))
         return status;
     value = search.finish();
     return 0;

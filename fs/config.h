@@ -38,7 +38,8 @@ public:
     /// \return 0, 100002 without a path, 100004 if the file cannot be opened or written.
     virtual int save();
 
-    /// \brief As `save`, which tells moreover whether there was a file that could be read.
+    /// \brief Like `save()`.
+    /// \param[out] wasRead True if the file existed and was read.
     int save(bool& wasRead);
 
     /// \brief Reads the file; values that are already in memory win over the file's. Forgets which keys were

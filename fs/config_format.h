@@ -30,8 +30,8 @@ public:
     /// Takes the next piece of the file.
     void take(std::string_view piece);
 
-    /// \brief The value that `parseConfig` would give to the key; nothing when the key is not there. To be called
-    /// once, behind the last piece.
+    /// \brief The value that `parseConfig` would give to the key; nothing when the key is not there. To be
+    /// called once, behind the last piece.
     std::optional<std::string> finish();
 
 private:

@@ -4,26 +4,18 @@
 #include "win32/file_lock.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <exception>
-#include <memory>
-
-#include <io.h>
 
 namespace fs {
 namespace {
 
-struct StreamCloser {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-using Stream = std::unique_ptr<std::FILE, StreamCloser>;
-
 constexpr std::size_t kPiece = 65'536; // bytes; larger blocks of memory cost more than the reading
 constexpr std::size_t kPage = 4096;
+constexpr std::size_t kMostPadding = 16 << 20; // bytes; longer files are read under the lock
 constexpr int kMostReads = 10;
-constexpr ULONGLONG kInUseTime = 250; // milliseconds
-constexpr DWORD kLockTime = 2000;     // milliseconds
+constexpr ULONGLONG kInUseTime = 250;              // milliseconds
+constexpr DWORD kLockTime = 2000;                  // milliseconds
+constexpr std::uint64_t kSettlingTime = 2'500'000; // in units of 100 ns: 250 ms
 
 /// Repeats `attempt` until it returns true or \ref kInUseTime has passed.
 template <class Attempt>
@@ -43,51 +35,46 @@ bool isInUse(DWORD error) {
     return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION;
 }
 
-/// Errors of a path that no file can have, now or in a moment.
+/// Errors that mean that the file does not exist.
 bool isAbsent(DWORD error) {
     constexpr DWORD kErrors[] = {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME,
-                                 ERROR_BAD_PATHNAME,   ERROR_INVALID_DRIVE,  ERROR_FILENAME_EXCED_RANGE};
+                                 ERROR_BAD_PATHNAME,   ERROR_INVALID_DRIVE,  ERROR_FILENAME_EXCED_RANGE,
+                                 ERROR_BAD_NETPATH,    ERROR_BAD_NET_NAME};
     return std::ranges::find(kErrors, error) != std::end(kErrors);
 }
 
-enum class Existence { absent, present, unknown };
+/// Opens a file with the attributes that its path has; the error of the last attempt is in `error`.
+win32::KernelHandle opened(const std::wstring& path, DWORD access, DWORD share, DWORD disposition,
+                           DWORD& error) {
+    win32::KernelHandle file;
+    retried([&] {
+        file.reset(
+            CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+        error = GetLastError();
+        return file || !isInUse(error);
+    });
+    return file;
+}
 
-Existence existenceOf(const std::wstring& path) {
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+/// Opens a file for reading. It keeps no one from writing: a reader that did would make savers fail.
+int openForReading(const std::wstring& path, win32::KernelHandle& file) {
     if (path.empty())
-        return Existence::absent;
-    DWORD attributes = INVALID_FILE_ATTRIBUTES;
-    bool absent = false;
-    const bool isAnswered = retried([&] {
-        attributes = GetFileAttributesW(path.c_str());
-        absent = attributes == INVALID_FILE_ATTRIBUTES && isAbsent(GetLastError());
-        return attributes != INVALID_FILE_ATTRIBUTES || absent;
-    });
-    if (!isAnswered)
-        return Existence::unknown;
-    return absent || attributes == FILE_ATTRIBUTE_DIRECTORY ? Existence::absent : Existence::present;
-}
-
-int openForReading(const std::wstring& path, Stream& stream) {
-    const Existence existence = existenceOf(path);
-    if (existence == Existence::absent)
         return kStatusNoFile;
-    std::FILE* opened = nullptr;
-    errno_t error = 0;
-    const bool isAnswered = retried([&] {
-        _doserrno = ERROR_SUCCESS;
-        error = _wfopen_s(&opened, path.c_str(), L"rb");
-        return error == 0 || !isInUse(_doserrno);
+    DWORD attributes = INVALID_FILE_ATTRIBUTES, error = ERROR_SUCCESS;
+    retried([&] {
+        attributes = GetFileAttributesW(path.c_str());
+        error = GetLastError();
+        return attributes != INVALID_FILE_ATTRIBUTES || isAbsent(error);
     });
-    if (!isAnswered)
-        return EBUSY;
-    if (error != 0)
-        return existence == Existence::unknown ? kStatusNoFile : error;
-    stream.reset(opened);
-    return stream ? 0 : kStatusEmptyStream;
-}
-
-HANDLE handleOf(const Stream& stream) {
-    return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream.get())));
+    if (attributes == FILE_ATTRIBUTE_DIRECTORY || (attributes == INVALID_FILE_ATTRIBUTES && isAbsent(error)))
+        return kStatusNoFile;
+    // A query that has failed for another reason does not tell whether there is a file.
+    file = opened(path, GENERIC_READ, kShareAll, OPEN_EXISTING, error);
+    if (file)
+        return 0;
+    return isAbsent(error) ? kStatusNoFile : kStatusFileFailed;
 }
 
 /// A file of at most \ref kPage bytes; the byte after them shows that there are more.
@@ -105,8 +92,8 @@ bool readAll(HANDLE file, std::string& contents) {
         contents = page.text();
         return true;
     }
-    // Again where another process has made the file longer meanwhile, since a part would end within a value.
-    // Not without end, since a process may append indefinitely.
+    // Retries if the file grew during the read: a partial text would end inside a value. Bounded, because a
+    // process may append indefinitely.
     for (int reads = 0; reads < kMostReads; ++reads) {
         LARGE_INTEGER size;
         if (!GetFileSizeEx(file, &size))
@@ -123,48 +110,56 @@ bool readAll(HANDLE file, std::string& contents) {
     return true;
 }
 
-/// Reads a short file twice. Some file systems let a read overlap a write, and return a mixture of the old
-/// and the new contents.
-/// \return False if the file is longer, cannot be read, or changed in between.
-bool readStable(HANDLE file, Page& page) {
-    Page again;
-    return page.read(file) && again.read(file) && page.text() == again.text();
+/// Whether a write may be under way: some file systems let a read overlap it, and return a mixture of the old
+/// and the new contents. Those set the time when a write begins.
+bool isJustWritten(HANDLE file) {
+    FILETIME now, written;
+    if (!GetFileTime(file, nullptr, nullptr, &written))
+        return true;
+    GetSystemTimeAsFileTime(&now);
+    const auto ticks = [](const FILETIME& time) {
+        return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+    };
+    return ticks(now) < ticks(written) + kSettlingTime; // also if the clock was set back
+}
+
+/// \return False if the file is longer than a page, cannot be read, or may be changing.
+bool readSettled(HANDLE file, Page& page) {
+    return page.read(file) && !isJustWritten(file);
 }
 
 } // namespace
 
 int readFile(const std::wstring& path, FileForm form, std::string& contents) {
-    Stream stream;
-    if (const int status = openForReading(path, stream))
+    win32::KernelHandle file;
+    if (const int status = openForReading(path, file))
         return status;
-    const HANDLE file = handleOf(stream);
     try {
-        if (Page page; form == FileForm::plain && readStable(file, page)) {
+        if (Page page; form == FileForm::plain && readSettled(file.get(), page)) {
             contents = page.text();
             return 0;
         }
-        win32::lockFile(file, win32::LockKind::shared, kLockTime); // until the stream is closed
-        return readAll(file, contents) ? 0 : EIO;
+        win32::lockFile(file.get(), win32::LockKind::shared, kLockTime); // until the handle is closed
+        return readAll(file.get(), contents) ? 0 : kStatusFileFailed;
     } catch (const std::exception&) {
-        return ENOMEM;
+        return kStatusFileFailed;
     }
 }
 
 int readPieces(const std::wstring& path, const std::function<void(std::string_view)>& take) {
-    Stream stream;
-    if (const int status = openForReading(path, stream))
+    win32::KernelHandle file;
+    if (const int status = openForReading(path, file))
         return status;
-    const HANDLE file = handleOf(stream);
-    if (Page page; readStable(file, page)) {
+    if (Page page; readSettled(file.get(), page)) {
         take(page.text());
         return 0;
     }
-    win32::lockFile(file, win32::LockKind::shared, kLockTime); // until the stream is closed
+    win32::lockFile(file.get(), win32::LockKind::shared, kLockTime); // until the handle is closed
     std::string piece(kPiece, '\0');
     std::size_t got = 0;
     for (std::uint64_t offset = 0;; offset += got) {
-        if (!win32::readAt(file, offset, piece.data(), piece.size(), got))
-            return EIO;
+        if (!win32::readAt(file.get(), offset, piece.data(), piece.size(), got))
+            return kStatusFileFailed;
         take({piece.data(), got});
         if (got < piece.size())
             return 0;
@@ -172,31 +167,31 @@ int readPieces(const std::wstring& path, const std::function<void(std::string_vi
 }
 
 void emptyFile(const std::wstring& path) {
-    retried([&] {
-        const win32::KernelHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, TRUNCATE_EXISTING,
-                                                   FILE_ATTRIBUTE_NORMAL, nullptr));
-        return file || !isInUse(GetLastError());
-    });
+    DWORD error = ERROR_SUCCESS;
+    opened(path, GENERIC_WRITE, 0, TRUNCATE_EXISTING, error);
 }
 
-SharedFile::SharedFile(const std::wstring& path) : path_(path) {
-    retried([&] {
-        file_.reset(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                                FILE_ATTRIBUTE_NORMAL, nullptr));
-        error_ = GetLastError();
-        return file_ || !isInUse(error_);
-    });
-    existed_ = file_ && error_ == ERROR_ALREADY_EXISTS;
-    if (file_)
-        win32::lockFile(file_.get(), win32::LockKind::exclusive, kLockTime); // until the handle is closed
+SharedFile::SharedFile(const std::wstring& path)
+    : path_(path), file_(opened(path, GENERIC_READ | GENERIC_WRITE, kShareAll, OPEN_ALWAYS, error_)) {
+    if (!file_)
+        return;
+    existed_ = error_ == ERROR_ALREADY_EXISTS;
+    isLocked_ = win32::lockFile(file_.get(), win32::LockKind::exclusive, kLockTime) == win32::LockState::held;
 }
 
-bool SharedFile::read(std::string& contents) {
-    const bool wasRead = existed_ && readAll(file_.get(), contents);
-    if (!wasRead)
+bool SharedFile::read(FileForm form, std::string& contents) {
+    // A file that cannot be written may still be read: the caller learns what it holds.
+    if (!file_)
+        return readFile(path_, form, contents) == 0 || (contents.clear(), false);
+    // Also one that was missing when it was opened: another process may have written it before the lock was
+    // acquired.
+    if (Page page; !isLocked_ && readSettled(file_.get(), page))
+        contents = page.text();
+    else if (!readAll(file_.get(), contents)) {
         contents.clear();
-    return wasRead;
+        return false;
+    }
+    return existed_;
 }
 
 int SharedFile::replace(std::string_view contents, std::string_view old, FileForm form) {
@@ -207,6 +202,7 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
         return kStatusFileFailed;
     const auto oldSize = static_cast<std::size_t>(size.QuadPart);
 
+    // Not for an enciphered file: zeros that a killed process leaves would make it unreadable.
     std::string padded;
     if (form == FileForm::plain && contents.size() > oldSize) {
         // Reserves the space before a byte is changed. Zeros instead of SetEndOfFile, which reserves none on
@@ -215,30 +211,34 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
             win32::setFileSize(file_.get(), oldSize);
             return kStatusFileFailed;
         }
-    } else if (form == FileForm::plain && contents.size() < oldSize) {
+    } else if (form == FileForm::plain && contents.size() < oldSize && oldSize <= kMostPadding) {
         padded = contents;
         padded.resize(oldSize);
     }
-    if (!win32::writeAt(file_.get(), 0, padded.empty() ? contents : padded)) {
+    const std::string_view bytes = padded.empty() ? contents : padded;
+    if (!win32::writeAt(file_.get(), 0, bytes)) {
         win32::writeAt(file_.get(), 0, old);
         win32::setFileSize(file_.get(), oldSize);
         return kStatusFileFailed;
     }
-    if (contents.size() < oldSize && !win32::setFileSize(file_.get(), contents.size()) &&
-        form == FileForm::enciphered) {
+    // Without the lock, another saver may have written a longer text meanwhile.
+    if (contents.size() >= oldSize || (!isLocked_ && !isUnchanged(bytes)))
+        return 0;
+    if (!win32::setFileSize(file_.get(), contents.size()) && form == FileForm::enciphered) {
         win32::writeAt(file_.get(), 0, old);
         return kStatusFileFailed;
     }
     return 0;
 }
 
-/// For a file that may be written, but not read: whatever it holds is given up.
+bool SharedFile::isUnchanged(std::string_view contents) const {
+    std::string now;
+    return readAll(file_.get(), now) && now.starts_with(contents);
+}
+
+/// Truncates and writes a file that may be written but not read. Its old contents are lost.
 int SharedFile::overwrite(std::string_view contents) {
-    retried([&] {
-        file_.reset(CreateFileW(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        return file_ || !isInUse(GetLastError());
-    });
+    file_ = opened(path_, GENERIC_WRITE, kShareAll, CREATE_ALWAYS, error_);
     return file_ && win32::writeAt(file_.get(), 0, contents) ? 0 : kStatusFileFailed;
 }
 

@@ -8,30 +8,27 @@
 
 namespace fs {
 
-inline constexpr int kStatusNoFile = 100002;      ///< no path, or no such file
-inline constexpr int kStatusFileFailed = 100004;  ///< a file could not be read or written
-inline constexpr int kStatusEmptyStream = 100007; ///< the runtime opened a file and gave no stream
+inline constexpr int kStatusNoFile = 100002;     ///< no path, or no such file
+inline constexpr int kStatusFileFailed = 100004; ///< a file could not be read or written
 
-/// How the bytes of a file depend on one another.
+/// Whether a file that is only partly written can still be read.
 enum class FileForm {
-    plain,     ///< Zero bytes at the end do not count as contents.
-    enciphered ///< Every byte counts: a file that was changed in part cannot be read.
+    plain,     ///< Yes: zero bytes at its end are not contents.
+    enciphered ///< No: each byte depends on others.
 };
 
-// Another process may hold the file open, as readers, savers and virus scanners do for moments. All functions
-// here try to open such a file again for 250 ms before they fail.
+// Every function retries an open that fails with ERROR_SHARING_VIOLATION or ERROR_LOCK_VIOLATION for 250 ms.
 
-/// \brief Reads a whole file. Waits up to 2 s for a process that is saving it, unless it is plain and at most
-/// a page.
+/// \brief Reads a whole file.
 ///
-/// A plain directory is no file. A directory with any further attribute (read-only, hidden, not indexed)
-/// counts as a file that cannot be read.
+/// Acquires the lock of \ref SharedFile, for at most 2 s, unless the file is plain, at most 4096 bytes long
+/// and was last written more than 250 ms ago. A plain directory is no file; one with any further attribute
+/// (read-only, hidden, not indexed) counts as a file that cannot be read.
 /// \param[out] contents The bytes of the file; unspecified when the call fails.
-/// \return 0; \ref kStatusNoFile; EBUSY if another process kept the file from being opened; another error
-/// number of the C runtime, or \ref kStatusEmptyStream.
+/// \return 0, \ref kStatusNoFile or \ref kStatusFileFailed.
 int readFile(const std::wstring& path, FileForm form, std::string& contents);
 
-/// \brief Reads a plain file in pieces, with the same waiting.
+/// \brief Reads a plain file in pieces. Retries and locks like `readFile`.
 /// \param take Called with each piece, which is valid during the call.
 /// \return As `readFile`; pieces may have been taken before a failure.
 int readPieces(const std::wstring& path, const std::function<void(std::string_view)>& take);
@@ -44,32 +41,36 @@ void emptyFile(const std::wstring& path);
 ///
 /// Holds an advisory lock from its construction to its end, so that savers take turns. The lock is best
 /// effort: a holder that keeps it for 2 s, or a file system without byte locks, does not prevent the change.
+/// Savers that meet without the lock can damage the file.
 class SharedFile {
 public:
     /// Opens the file and creates it when missing. A failure is reported by `replace`.
     explicit SharedFile(const std::wstring& path);
 
     /// \brief Reads what the file holds.
-    /// \return False if there was no file, or it cannot be read; \p contents is then empty.
+    /// \param[out] contents Empty if the file cannot be read.
+    /// \return True if the file existed and was read.
     /// \throws std::bad_alloc, std::length_error if the contents do not fit into memory.
-    bool read(std::string& contents);
+    bool read(FileForm form, std::string& contents);
 
     /// \brief Replaces the contents of the file.
     ///
-    /// A reader sees the old or the new contents, never an empty file: nothing is truncated before it is
-    /// overwritten. A process that is killed leaves the old or the new contents of a plain file, and of an
-    /// enciphered one that does not get shorter. A full disk leaves the old ones.
+    /// Never truncates before writing. While the lock is held, readers see the old or the new contents. A
+    /// killed process leaves one of them too, except that an enciphered file that shrinks can keep the end of
+    /// the old bytes and is then unreadable. A full disk leaves the old contents.
     /// \param old What `read` has returned.
     /// \return 0 or \ref kStatusFileFailed.
     int replace(std::string_view contents, std::string_view old, FileForm form);
 
 private:
     int overwrite(std::string_view contents);
+    bool isUnchanged(std::string_view contents) const;
 
     std::wstring path_;
     DWORD error_ = ERROR_SUCCESS; ///< Of the opening.
     win32::KernelHandle file_;
     bool existed_ = false;
+    bool isLocked_ = false;
 };
 
 } // namespace fs

@@ -4,7 +4,6 @@
 #include "fs/file_io.h"
 #include "sys/data_buff.h"
 
-#include <cerrno>
 #include <utility>
 
 namespace fs {
@@ -18,13 +17,20 @@ void parseEnciphered(std::string contents, ConfigValues& values) {
 
 } // namespace
 
+void FxConfig::setFilePath(const std::wstring& path) {
+    CConfig::setFilePath(path);
+    const std::lock_guard guard(lock);
+    isUnread = false;
+}
+
 int FxConfig::save() {
     const std::lock_guard guard(lock);
     if (filePath.empty())
         return kStatusNoFile;
     std::string old;
     SharedFile file(filePath);
-    if (file.read(old) && isUnread)
+    file.read(FileForm::enciphered, old);
+    if (isUnread && !old.empty())
         parseEnciphered(old, values);
     sys::DataBuff buffer(serialiseConfig(values));
     encipher(buffer.data(), buffer.size());
@@ -41,7 +47,7 @@ int FxConfig::load() {
     std::string contents;
     const int status = readFile(pathCopy(), FileForm::enciphered, contents);
     const std::lock_guard guard(lock);
-    isUnread = status == EBUSY;
+    isUnread = status != 0 && status != kStatusNoFile;
     if (status != 0)
         return status;
     parseEnciphered(std::move(contents), values);

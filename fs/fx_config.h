@@ -18,8 +18,10 @@ public:
 
     using CConfig::CConfig;
 
-    /// \brief Enciphers what is in memory and writes it, whether or not anything was changed. If another
-    /// process kept the file from being opened at the last `load`, what it holds is loaded first.
+    void setFilePath(const std::wstring& path) override;
+
+    /// \brief Enciphers the values and writes them, even if none changed. If the last `load` could not read
+    /// the file, reads it first and keeps its switches.
     /// \return 0, 100002 without a path, 100004 when the file cannot be written.
     int save() override;
 
@@ -38,14 +40,13 @@ public:
 
     void setSwitch(const std::string& name, bool isOn) { setValue(name, isOn ? "1" : "0"); }
 
-    /// Asks for a start from the defaults: the next load is left out, and the next change of defaults empties
-    /// the store. To be set before other threads use the store.
+    /// Skips the next `loadWithDefaults`; the next `setDefaults` empties the store. Set it before other
+    /// threads use the store.
     bool defaultsPending = false;
 
 private:
     Defaults defaults;
-    bool isUnread =
-        false; ///< Another process held the file at the last `load`: `save` must not drop what it holds.
+    bool isUnread = false; ///< The last `load` found a file and could not read it.
 };
 
 } // namespace fs

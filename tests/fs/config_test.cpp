@@ -9,14 +9,14 @@
 
 #include <process.h>
 
-#include <thread>
-
 #include <gtest/gtest.h>
 
 ZELSYS_SEAM(L"kernel32.dll", GetFileAttributesW)
+ZELSYS_SEAM(L"kernel32.dll", GetTickCount64)
 ZELSYS_SEAM(L"kernel32.dll", LockFileEx)
 ZELSYS_SEAM(L"kernel32.dll", ReadFile)
 ZELSYS_SEAM(L"kernel32.dll", SetFileInformationByHandle)
+ZELSYS_SEAM(L"kernel32.dll", Sleep)
 ZELSYS_SEAM(L"kernel32.dll", WriteFile)
 
 namespace {
@@ -110,15 +110,11 @@ TEST_F(Config, FileThatAnotherProcessHoldsForAMoment) {
     auto holder = hold(path);
     EXPECT_EQ(config.load(), 100004);
     EXPECT_EQ(config.save(), 100004);
-    std::thread release([&] {
-        Sleep(60);
-        holder.reset();
-    });
+    SleepSeam::fake = [&](DWORD) { holder.reset(); }; // as soon as the save has failed once
     EXPECT_EQ(config.save(), 0);
-    release.join();
     EXPECT_EQ(readBytes(path), "a=1\nb=2\n");
 
-    // So does a query that has no answer; then whether the file can be opened decides.
+    // A query without an answer: whether the file can be opened decides.
     for (const long error : {ERROR_NETWORK_BUSY, ERROR_FILE_NOT_FOUND}) {
         GetFileAttributesWSeam::restore();
         GetFileAttributesWSeam::fake = [=](LPCWSTR) {
@@ -128,6 +124,16 @@ TEST_F(Config, FileThatAnotherProcessHoldsForAMoment) {
         EXPECT_EQ(config.reload(), error == ERROR_NETWORK_BUSY ? 0 : 100002);
         EXPECT_EQ(GetFileAttributesWSeam::count() > 1, error == ERROR_NETWORK_BUSY);
     }
+    testing_support::restoreSeams();
+
+    // One that can be read, but not written.
+    const win32::KernelHandle reader(
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    config.setValue("c", "3");
+    bool wasRead = false;
+    EXPECT_EQ(config.save(wasRead), 100004);
+    EXPECT_TRUE(wasRead);
+    EXPECT_EQ(config.getValue("a", "-"), "1");
 }
 
 TEST_F(Config, NoReaderSeesAnEmptyFileOrThePartsOfTwo) {
@@ -139,23 +145,19 @@ TEST_F(Config, NoReaderSeesAnEmptyFileOrThePartsOfTwo) {
         EXPECT_LE(seen.size(), 2u);
     };
     WriteFileSeam::fake = [&](HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED place) {
+        expectWhole();
         const BOOL result = WriteFileSeam::real(file, bytes, size, written, place);
         expectWhole();
         return result;
     };
-    SetFileInformationByHandleSeam::fake = [&](HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID data,
-                                               DWORD size) {
-        expectWhole();
-        return SetFileInformationByHandleSeam::real(file, kind, data, size);
-    };
-    testing_support::writeBytes(path, "a=old\nz=1\n");
+    writeBytes(path, "a=old\nz=1\n");
     fs::CConfig config(path);
     for (const std::string value : {"longer", ""}) {
         config.setValue("a", value);
         EXPECT_EQ(config.save(), 0);
         EXPECT_EQ(readBytes(path), (value.empty() ? "" : "a=longer\n") + std::string("z=1\n"));
     }
-    EXPECT_EQ(SetFileInformationByHandleSeam::count(), 1);
+    EXPECT_EQ(WriteFileSeam::count(), 3) << "one call for each text, and one for the space of the longer one";
 }
 
 TEST_F(Config, FullDiskLeavesTheFileAsItWas) {
@@ -178,26 +180,65 @@ TEST_F(Config, FullDiskLeavesTheFileAsItWas) {
             EXPECT_EQ(readBytes(path), old);
             EXPECT_TRUE(config->isModified());
         }
+    // A file that cannot be cut: zeros at the end do no harm to a plain one only.
+    SetFileInformationByHandleSeam::failWith(ERROR_USER_MAPPED_FILE);
+    EXPECT_EQ(enciphered.save(), 100004);
+    EXPECT_EQ(readBytes(path), "a=1\nb=123456\n");
+    writeBytes(path, "a=longest of all\nb=123456\n");
     EXPECT_EQ(plain.save(), 0) << "the change was kept";
-    EXPECT_EQ(readBytes(path), "a=longer\nb=123456\n");
+    EXPECT_EQ(readBytes(path), "a=longer\nb=123456\n" + std::string(8, '\0'));
 }
 
-TEST_F(Config, LockIsBestEffort) {
+TEST_F(Config, SaversTakeTurnsByALockThatIsBestEffort) {
     fs::CConfig config(path);
-    const auto save = [&] {
-        config.setValue("a", "1");
-        return config.save();
+    config.setValue("a", "1");
+    // Another process creates the file between the opening and the lock.
+    LockFileExSeam::fake = [&](HANDLE file, DWORD flags, DWORD, DWORD size, DWORD, LPOVERLAPPED place) {
+        writeBytes(path, "z=1\n");
+        LockFileExSeam::fake = nullptr;
+        return LockFileExSeam::real(file, flags, 0, size, 0, place);
     };
-    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED);
-    EXPECT_EQ(save(), 0);
-    EXPECT_EQ(LockFileExSeam::count(), 1) << "a file system without locks";
-    LockFileExSeam::restore();
+    EXPECT_EQ(config.save(), 0);
+    EXPECT_EQ(readBytes(path), "a=1\nz=1\n");
+
     const win32::KernelHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                                nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_EQ(win32::lockFile(file.get(), win32::LockKind::shared, 0), win32::LockState::held);
-    EXPECT_EQ(save(), 0);
-    EXPECT_GT(LockFileExSeam::count(), 100) << "it was asked for again and again";
-    EXPECT_EQ(config.load(), 0) << "readers share it";
+    const auto locks = [&](const std::string& contents, auto&& access) {
+        writeBytes(path, contents);
+        LockFileExSeam::calls = 0;
+        EXPECT_EQ(access(), 0);
+        return LockFileExSeam::count();
+    };
+    const std::string longFile = "a=" + std::string(5000, 'v') + "\n";
+    EXPECT_EQ(locks("a=1\n", [&] { return config.load(); }), 1) << "a write may be under way";
+    const auto loadLater = [&] {
+        const FILETIME old{.dwLowDateTime = 0, .dwHighDateTime = 0x01D00000};
+        const win32::KernelHandle touched(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
+                                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                      OPEN_EXISTING, 0, nullptr));
+        EXPECT_TRUE(SetFileTime(touched.get(), nullptr, nullptr, &old));
+        return config.load();
+    };
+    EXPECT_EQ(locks("a=1\n", loadLater), 0);
+    EXPECT_EQ(locks(longFile, loadLater), 1);
+    EXPECT_EQ(locks("", [&] { return fs::FxConfig(path).load(); }), 1);
+    ULONGLONG ticks = 0;
+    GetTickCount64Seam::fake = [&] { return ticks += 100; };
+    config.setValue("a", "2");
+    EXPECT_EQ(locks("a=1\n", [&] { return config.save(); }), 20) << "for two seconds";
+    win32::unlockFile(file.get());
+
+    // Without locks, what another saver has written in the middle of a save is not cut.
+    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED);
+    WriteFileSeam::fake = [&](HANDLE handle, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED place) {
+        const BOOL result = WriteFileSeam::real(handle, bytes, size, written, place);
+        writeBytes(path, longFile);
+        return result;
+    };
+    config.setValue("a", "3");
+    EXPECT_EQ(locks("a=longer\n", [&] { return config.save(); }), 1);
+    EXPECT_EQ(readBytes(path), longFile);
 }
 
 TEST_F(Config, ReadThatFailsHalfWay) {

@@ -9,12 +9,17 @@
 namespace CoreLog {
 namespace {
 
-constexpr DWORD kLockTime = 2000;      // milliseconds
-constexpr std::size_t kPiece = 65'536; // bytes
+constexpr DWORD kLockTime = 2000;                 // milliseconds
+constexpr std::size_t kPiece = 65'536;            // bytes
+constexpr std::uint64_t kHandOverPause = 262'144; // bytes
 
 /// Set once a process has kept the lock for \ref kLockTime: until it can be acquired again, no line waits for
 /// it.
 std::atomic<bool> isLockStuck;
+
+/// After a hand-over that has failed, the size at which the next one is tried: not with each line, since a
+/// copy of megabytes takes milliseconds.
+std::atomic<std::uint64_t> nextHandOver;
 
 /// Copies the end of the file, at most \ref kLargestLog bytes that begin with a whole line: a log that
 /// something else has filled with gigabytes must not keep every process waiting.
@@ -58,30 +63,27 @@ void LogFile::append(std::string_view bytes) {
         return;
     const win32::LockState lock =
         win32::lockFile(file_.get(), win32::LockKind::exclusive, isLockStuck ? 0 : kLockTime);
-    isLockStuck = lock == win32::LockState::busy;
-    if (isLockStuck) {
-        win32::writeAt(file_.get(), win32::kEndOfFile, bytes);
-        return;
-    }
     const std::unique_ptr<void, Unlock> unlock(lock == win32::LockState::held ? file_.get() : nullptr);
-    appendLocked(bytes);
-}
-
-void LogFile::appendLocked(std::string_view bytes) const {
+    isLockStuck = lock == win32::LockState::busy;
     LARGE_INTEGER found;
     if (!GetFileSizeEx(file_.get(), &found))
         return;
     auto size = static_cast<std::uint64_t>(found.QuadPart);
-    const std::uint64_t newSize = size + bytes.size();
-    if (size > 0 && newSize > kLargestLog && handOver(size, newSize > 2 * kLargestLog))
-        size = 0;
-    if (!win32::writeAt(file_.get(), size, bytes))
+    if (!isLockStuck && size > 0 && size + bytes.size() > kLargestLog && size >= nextHandOver)
+        size = handOver(size);
+    if (lock != win32::LockState::held)
+        win32::appendTo(file_.get(), bytes);
+    else if (!win32::writeAt(file_.get(), size, bytes))
         win32::setFileSize(file_.get(), size); // the next line must not continue a torn one
 }
 
-/// \return Whether the file was emptied: without a copy only if that `must` be.
-bool LogFile::handOver(std::uint64_t size, bool must) const {
-    return (copyEnd(file_.get(), size, path_ + L".1") || must) && win32::setFileSize(file_.get(), 0);
+/// Empties the file after a copy of its end, or without one if it has twice its size.
+/// \return The size that it then has.
+std::uint64_t LogFile::handOver(std::uint64_t size) const {
+    const bool isEmpty = (copyEnd(file_.get(), size, path_ + L".1") || size > 2 * kLargestLog) &&
+                         win32::setFileSize(file_.get(), 0);
+    nextHandOver = isEmpty ? 0 : size + kHandOverPause;
+    return isEmpty ? 0 : size;
 }
 
 } // namespace CoreLog

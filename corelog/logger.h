@@ -13,10 +13,10 @@ void setSettingsName(std::string_view name);
 /// \brief Writes lines to the suite's log file. Obtained from `createLogger` for one piece of work.
 ///
 /// Threads and processes may log to one file at the same time, each with a logger of its own. No line is
-/// torn, and none is lost unless the disk is full or another process keeps the file locked for seconds.
+/// torn, and none is lost unless the disk is full or another program keeps the file from being opened.
 class ILogger {
 public:
-    /// Gives the logger back; it must not be used any more.
+    /// Releases the logger.
     virtual void release() = 0;
 
     /// The highest level that is written. Levels: 3 failure, 6 argument dumps, 7 routine success.
@@ -36,8 +36,8 @@ struct LoggerRelease {
 /// Holds a logger, or null where logging is not available.
 using LoggerSlot = std::unique_ptr<ILogger, LoggerRelease>;
 
-/// \brief Gets a logger for <roaming data>\\logs\\<settings name>.log. The folder is made when missing, the
-/// file with the first line.
+/// \brief Gets a logger for <roaming data>\\logs\\<settings name>.log. Creates a missing folder; the file
+/// is created by the first line.
 ///
 /// The threshold is the value of the key "Level" in <settings name>.cfg beside it, 3 by default.
 /// \param[in,out] slot What it holds is released first; null afterwards when the call fails.

@@ -11,9 +11,8 @@ constexpr std::size_t kLargestTransfer = 1u << 30;
 // transfer.
 bool seek(HANDLE file, std::uint64_t offset) {
     LARGE_INTEGER distance{};
-    if (offset != kEndOfFile)
-        distance.QuadPart = static_cast<LONGLONG>(offset);
-    return SetFilePointerEx(file, distance, nullptr, offset != kEndOfFile ? FILE_BEGIN : FILE_END) != FALSE;
+    distance.QuadPart = static_cast<LONGLONG>(offset);
+    return SetFilePointerEx(file, distance, nullptr, FILE_BEGIN) != FALSE;
 }
 
 DWORD part(std::size_t size) {
@@ -48,6 +47,13 @@ bool writeAt(HANDLE file, std::uint64_t offset, std::string_view bytes) {
         bytes.remove_prefix(written);
     }
     return true;
+}
+
+bool appendTo(HANDLE file, std::string_view bytes) {
+    OVERLAPPED end{};
+    end.Offset = end.OffsetHigh = 0xFFFFFFFF;
+    DWORD written = 0;
+    return WriteFile(file, bytes.data(), part(bytes.size()), &written, &end) && written == bytes.size();
 }
 
 bool setFileSize(HANDLE file, std::uint64_t size) {

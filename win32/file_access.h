@@ -10,9 +10,6 @@
 // time.
 namespace win32 {
 
-/// The end of the file, as an offset.
-inline constexpr std::uint64_t kEndOfFile = UINT64_MAX;
-
 /// \brief Reads until `size` bytes are there or the file ends.
 /// \param[out] got How many bytes were read, also before an error.
 /// \return False if the system reports an error.
@@ -22,6 +19,11 @@ bool readAt(HANDLE file, std::uint64_t offset, char* out, std::size_t size, std:
 /// \return False if the system reports an error, a full disk for instance; some of the bytes may be written
 /// then.
 bool writeAt(HANDLE file, std::uint64_t offset, std::string_view bytes);
+
+/// \brief Writes at the end that the file has at that moment: two processes that do so do not overwrite each
+/// other.
+/// \return False if not all of the bytes were written.
+bool appendTo(HANDLE file, std::string_view bytes);
 
 /// \brief Cuts or extends the file to `size`.
 bool setFileSize(HANDLE file, std::uint64_t size);

@@ -87,6 +87,6 @@ public:
         static auto failed() { return (failure); }                                                           \
     };                                                                                                       \
     }                                                                                                        \
-    std::atomic<decltype(&function)> __imp_##function =                                                      \
+    constinit std::atomic<decltype(&function)> __imp_##function =                                            \
         &delayed::FirstCall<function##Import, decltype(function)>::call;                                     \
     ZELSYS_JUMP_TO_SLOT(function)

@@ -1,7 +1,6 @@
-// Parts of GCC's runtime in another form. Its own ones are made for programs: in a DLL that is loaded and
-// freed again and again, each load leaves 73 KB of memory, an index of thread local storage and two handles
-// behind, and a thousand loads later there is no index left, which ends the process. They also bring 30 KB of
-// code for POSIX threads.
+// Replaces parts of GCC's runtime. GCC's own versions assume that they are never unloaded: each load of the
+// DLL leaks 73 KB, an index of thread local storage and two handles, and a thousand loads exhaust the
+// indexes, which ends the process. They also add 30 KB of code for POSIX threads.
 
 #include "sys/mutex.h"
 
@@ -15,7 +14,7 @@
 #if defined(__GLIBCXX__)
 namespace {
 
-/// Blocks of static memory for when the heap has none: most exceptions report just that. Any thread.
+/// Static blocks for exceptions while malloc fails: std::bad_alloc must be thrown without memory. Any thread.
 template <std::size_t kSize, std::size_t kCount>
 class Reserve {
 public:
@@ -29,12 +28,12 @@ public:
 
     /// \return False if the block is not one of these.
     bool giveBack(const void* block) {
-        for (std::size_t i = 0; i < kCount; ++i)
-            if (block == blocks_[i]) {
-                isTaken_[i] = false;
-                return true;
-            }
-        return false;
+        const std::size_t offset =
+            reinterpret_cast<std::uintptr_t>(block) - reinterpret_cast<std::uintptr_t>(blocks_);
+        if (offset >= sizeof blocks_)
+            return false;
+        isTaken_[offset / kSize] = false;
+        return true;
     }
 
 private:
@@ -50,7 +49,7 @@ struct Globals {
 
 constexpr std::size_t kLargestException = 512;
 Reserve<kLargestException, 64> exceptions;
-Reserve<sizeof(Globals), 256> records; ///< Of their own: a thread keeps its record until it ends.
+Reserve<sizeof(Globals), 256> records; ///< Separate: a thread keeps its record until it ends.
 
 template <class Blocks>
 void* allocate(std::size_t size, Blocks& blocks, std::size_t largest) {
@@ -82,6 +81,7 @@ public:
         : fiberIndex_(FlsAlloc(releaseRecord)),
           threadIndex_(fiberIndex_ == FLS_OUT_OF_INDEXES ? TlsAlloc() : TLS_OUT_OF_INDEXES) {}
     ~PerThread() {
+        onThreadEnd();
         if (fiberIndex_ != FLS_OUT_OF_INDEXES)
             FlsFree(fiberIndex_);
         else
@@ -102,8 +102,10 @@ public:
     }
 
     void onThreadEnd() const {
-        if (fiberIndex_ == FLS_OUT_OF_INDEXES && threadIndex_ != TLS_OUT_OF_INDEXES)
-            releaseRecord(TlsGetValue(threadIndex_));
+        if (fiberIndex_ != FLS_OUT_OF_INDEXES || threadIndex_ == TLS_OUT_OF_INDEXES)
+            return;
+        releaseRecord(TlsGetValue(threadIndex_));
+        TlsSetValue(threadIndex_, nullptr); // another DLL that ends later may still call an export
     }
 
 private:
@@ -113,11 +115,11 @@ private:
 /// Constructed before and destroyed after all other static objects.
 [[gnu::init_priority(101)]] const PerThread perThread;
 
-/// For objects that are made at their first use: one lock for all, as making them is rare.
+/// Guards of function-local statics share one lock: they are initialised rarely.
 sys::Mutex guardMutex;
 CONDITION_VARIABLE guardChanged = CONDITION_VARIABLE_INIT;
 
-enum GuardByte { kIsMade, kIsBeingMade }; // the first one is laid down by the ABI
+enum GuardByte { kIsMade, kIsBeingMade }; // the ABI defines the first one
 
 void leaveGuard(long long* object, bool isMade) {
     char* const guard = reinterpret_cast<char*>(object);
@@ -180,7 +182,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     return perThread.isUsable();
 }
 
-/// Prints the name of the exception otherwise: nobody would see it, and it brings 50 KB of code for that.
+/// GCC's handler prints the name of the exception, where nothing shows it, and adds 50 KB of code.
 void __gnu_cxx::__verbose_terminate_handler() {
     std::abort();
 }

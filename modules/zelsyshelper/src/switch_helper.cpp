@@ -11,8 +11,8 @@
 
 namespace {
 
-/// Held for a whole call: the store is one for all switch files, and its steps would mix those of several
-/// calls.
+/// Held for a whole call: all switch files share one store, and interleaved calls would write a switch into
+/// the wrong file.
 sys::Mutex switchMutex;
 
 fs::FxConfig& switchStore() {

@@ -9,6 +9,7 @@
 
 #include <process.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <thread>

@@ -2,7 +2,7 @@
 # Runs both commands of the README on bare Debian systems, some 20 minutes each, and prints one table:
 #   scripts/releases.sh [RELEASE...]      default: bookworm trixie
 # A system is created by debootstrap in a temporary folder, from the mirror that this system's apt uses, and holds a
-# clone of the last commit. It is removed afterwards; its output stays in build/releases/RELEASE.log.
+# clone with the tracked files as they are. It is removed afterwards; its output stays in build/releases/RELEASE.log.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -24,7 +24,10 @@ running=
 stop() {
     # The namespace ends with its first process: all others in it, and its mounts.
     [ -z "$running" ] || { kill -KILL "$running" && wait "$running"; } 2>/dev/null || true
-    rm -rf --one-file-system "$folder"
+    for _ in $(seq 10); do # processes of the namespace may take a moment to end
+        rm -rf --one-file-system "$folder" 2>/dev/null && break
+        sleep 1
+    done
 }
 trap stop EXIT
 trap 'exit 130' INT TERM
@@ -40,6 +43,7 @@ run_release() {
     cp /etc/resolv.conf /etc/hosts "$root/etc/"
     apt-config dump | grep '^Acquire::' >"$root/etc/apt/apt.conf.d/99outside" || true
     git clone --quiet --no-hardlinks . "$root/root/zelsyshelper"
+    git ls-files -z | tar --null --ignore-failed-read -T - -c | tar -x -C "$root/root/zelsyshelper"
 
     inside() { chroot "$root" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin TERM=dumb "$@"; }
     outcome() { inside "/root/zelsyshelper/scripts/$1.sh" </dev/null && echo passed >&3 || echo FAILED >&3; }

@@ -253,10 +253,11 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  *
  * The file is read again and written whole: keys in ascending order, lines that are no key=value are dropped.
  * Calls for one file at the same moment, also from different processes, take turns and keep one another's
- * changes. Only a process that holds its turn for 2 seconds can lose the change of another. Readers see the
- * old or the new contents, and so does the next start of a process that ended during the call. A full disk
- * leaves the file as it was. A file that another program holds open is tried again for 250 ms and then left
- * as it is. If the file can be opened but not read, its other keys are lost.
+ * changes. Changes can be lost only to a process that keeps its turn for 2 seconds, and on file systems
+ * without byte locks. Readers see the old or the new contents, and so does the next start of a process that
+ * ended during the call. A full disk leaves the file as it was. A file that another program holds open is
+ * tried again for 250 ms and then left as it is. If the file can be opened but not read, its other keys are
+ * lost.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 when the file could be read before the change, else 0. This does not tell whether the change was
@@ -337,7 +338,8 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
 /**
  * Sets one switch. The file is made when it is missing; whether it could be written is not told.
  *
- * Any thread. Two processes that change one file at the same moment can lose the change of one of them.
+ * Any thread. If two processes change one file at the same moment, one change can be lost. Blocks for up to 5
+ * seconds while other processes hold the file, and while another thread is in this function.
  *
  * \param file       The file's name, without folder and ending. Nothing happens when it is empty.
  * \param switchName The switch. A line break or "=" in it does not survive.

@@ -95,7 +95,7 @@ int set(const std::wstring& file, const std::string& key, unsigned count) {
 
 int switches(const std::wstring& name) {
     for (unsigned i = 0;; ++i) {
-        if (i == 50)
+        if (i == 0)
             ready();
         library->enableFx(name.c_str(), std::to_string(i % 50).c_str(), i % 2);
     }

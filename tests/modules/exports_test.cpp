@@ -105,6 +105,12 @@ TEST_F(PropertyExports, StoresOfBothForms) {
         EXPECT_EQ(checkProperty(name, "k", enciphered), 0u);
         EXPECT_EQ(readBytes(store), "");
     }
+    writeProperty(file, "k", L"in the form that every release reads and writes", 1);
+    EXPECT_EQ(
+        readBytes(path),
+        "\x94\xE3\x59\x04\x81\x7A\x80\x79\xFD\x3F\xE1\x73\xA5\x04\xC3\x2E\xD8\x10\x88\x09\xF2\x03\xAA\x65\xB4"
+        "\x72\xE8\x64\xA1\x6C\xF6\x3D\xE7\x2C\xFD\x65\xA6\x11\xA2\x61\x9D\x6E\xD5\xBF\x77\xE0\x27\xB1\x87"
+        "\x6A");
     writeBytes(path, "k=\n");
     EXPECT_EQ(checkProperty(file, "k", 0), 1u) << "empty, but there";
     EXPECT_EQ(writeProperty(nullptr, nullptr, nullptr, 1), 100002u);

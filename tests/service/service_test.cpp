@@ -1,6 +1,5 @@
 #include "service/service_control.h"
 
-#include "support/files.h"
 #include "support/seam.h"
 
 #include <vector>
@@ -71,15 +70,12 @@ protected:
         opened += what + text;
         const bool fails = ++opens == failingOpen;
         openHandles += !fails;
+        SetLastError(fails ? ERROR_ACCESS_DENIED : ERROR_SUCCESS);
         return fails ? nullptr : reinterpret_cast<SC_HANDLE>(1);
     }
 
-    /// The last one is repeated for ever; a state of 0 lets the query fail.
-    Status nextStatus() {
-        const Status next = statuses.at(std::min(queried, statuses.size() - 1));
-        ++queried;
-        return next;
-    }
+    /// Repeats the last one indefinitely. With a state of 0 the query fails.
+    Status nextStatus() { return statuses.at(std::min(queried++, statuses.size() - 1)); }
 
     /// The result, how long it took, and how many handles are left open.
     template <class Work>
@@ -109,22 +105,21 @@ TEST_F(FakeManager, RightsAndWhatCannotBeOpened) {
     const struct {
         std::int32_t (*work)();
         std::wstring opened;
-        std::vector<std::string> results; ///< When all can be opened, then without the first, the second...
+        std::string results; ///< When all can be opened, then without the first, the second...
     } cases[] = {
-        {service::update, L"mf003f s3 ", {"0 0 0", "-1 0 0", "-2 0 0"}},
-        {service::start, L"mf003f sf01ff ", {"0 0 0", "-1 0 0", "-2 0 0"}},
+        {service::update, L"mf003f s3 ", "0 0 0, -1 0 0, -2 0 0"},
+        {service::start, L"mf003f sf01ff ", "0 0 0, -1 0 0, -2 0 0"},
         // A service that is absent counts as stopped.
-        {stopByName, L"m5 s1 mf003f s10024 ", {"0 1000 0", "0 0 0", "0 0 0", "-1 0 0", "-2 0 0"}},
-        {service::uninstall,
-         L"m5 s1 mf003f s10024 ",
-         {"0 1000 0", "0 1000 0", "0 1000 0", "-1 0 0", "-2 0 0"}},
-        {[] { return service::install(L"p"); }, L"m5 s1 m3 c0 ", {"0 0 0", "0 0 0", "0 0 0", "-3 0 0"}},
+        {stopByName, L"m5 s1 mf003f s10024 ", "0 1000 0, 0 0 0, 0 0 0, -1 0 0, -2 0 0"},
+        {service::uninstall, L"m5 s1 mf003f s10024 ", "0 1000 0, 0 1000 0, 0 1000 0, -1 0 0, -2 0 0"},
+        {[] { return service::install(L"p"); }, L"m5 s1 m3 c0 ", "0 0 0, 0 0 0, 0 0 0, -3 0 0, 5 0 0"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(run(c.work), c.results[0]);
+        std::string results = run(c.work);
         EXPECT_EQ(opened, c.opened);
-        for (std::size_t failing = 1; failing < c.results.size(); ++failing)
-            EXPECT_EQ(run(c.work, {kStopped}, static_cast<int>(failing)), c.results[failing]) << failing;
+        for (int failing = 1, all = opens; failing <= all; ++failing)
+            results += ", " + run(c.work, {kStopped}, failing);
+        EXPECT_EQ(results, c.results);
     }
 }
 
@@ -197,38 +192,6 @@ TEST_F(FakeManager, InstallTriesAgainForThreeErrorsOnly) {
     EXPECT_EQ(install(1, ERROR_ACCESS_DENIED), "5 0 0");
     EXPECT_EQ(run([] { return service::install(std::wstring(2048, L'p')); }), "-2 0 0");
     EXPECT_EQ(run([] { return service::install(L""); }), "-2 0 0");
-}
-
-/// The system's own service manager and the example service; only sleeping is cut short.
-TEST(RealManager, LifeOfTheService) {
-    static const std::wstring name = L"Zelsys.Test.Service." + std::to_wstring(GetCurrentProcessId());
-    service::serviceName = service::serviceDisplayName = name.c_str();
-    const testing_support::TemporaryFolder folder;
-    const std::wstring program = folder / L"service.exe";
-    CopyFileW(testing_support::besideThisProgram(L"update_service.exe").c_str(), program.c_str(), FALSE);
-    testing_support::writeBytes(program + L".mode", "slow");
-    SleepSeam::fake = [](DWORD time) { SleepSeam::real(time / 15); };
-
-    EXPECT_EQ(service::start(), -2);
-    EXPECT_EQ(service::stop(name), 0);
-    ASSERT_EQ(service::install(program), 0);
-    EXPECT_TRUE(service::isPresent(name));
-    EXPECT_EQ(service::install(program), 1073);
-    EXPECT_EQ(service::update(), 0);
-    EXPECT_EQ(service::stop(name), -4) << "it does not run";
-    EXPECT_EQ(service::start(), 0);
-    EXPECT_EQ(service::start(), 0) << "it runs already";
-    std::int32_t code = -4;
-    for (int tries = 0; tries < 100 && code == -4; ++tries) { // refuses until it has come up
-        SleepSeam::real(20);
-        code = service::stop(name);
-    }
-    EXPECT_EQ(code, 0);
-    EXPECT_EQ(service::stop(name), -4) << "it has stopped";
-    EXPECT_EQ(service::uninstall(), 0);
-    EXPECT_EQ(service::install(program), 0) << "as an upgrading installer does";
-    EXPECT_EQ(service::uninstall(), 0);
-    testing_support::restoreSeams();
 }
 
 } // namespace

@@ -29,11 +29,26 @@ class Host(unittest.TestCase):
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
         self.assertIn("NO_KEY", self.json("property", "get", file, "none")["error"])
         self.assertEqual(self.json("copy-dir", ".", "")["failures"], 1)  # the library's own lines go elsewhere
-        self.assertEqual(self.json("adv-type", "Z1", "--draws", "7")["Z"], 7)
-        self.assertIn("SERVICE_NOT_OPENED", self.json("service", "start")["error"])
         self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
         self.assertEqual(self.json("nonsense")["exitCode"], 2)
         self.assertEqual(self.json("--dll", "none.dll", "os-version")["exitCode"], 3)
+
+    def test_variants_are_drawn_by_their_weight(self):
+        drawn = self.json("adv-type", "A8 B5 C2 D1", "--draws", "80000")
+        expected = {"A": 40_000, "B": 25_000, "C": 10_000, "D": 5_000}
+        chi_square = sum((drawn[letter] - often) ** 2 / often for letter, often in expected.items())
+        self.assertLess(chi_square, 31, "three degrees of freedom: exceeded less than once in a million runs")
+
+    def test_update_service_from_installing_to_uninstalling(self):
+        install = "install", prefix.windows_path(prefix.BIN / "update_service.exe")
+        for arguments, error in (
+                (["start"], "SERVICE_NOT_OPENED"), (install, ""), (install, "ERROR_SERVICE_EXISTS"),
+                (["status"], ""), (["update"], ""), (["stop"], "SERVICE_STOP_REFUSED"), (["start"], ""),
+                (["start"], ""), (["stop"], ""), (["start"], ""), (["stop-other", "Corvane.Update.Service"], ""),
+                (["uninstall"], ""), (install, ""), (["uninstall"], "")):
+            with self.subTest(arguments):
+                self.assertIn(error, (result := self.json("service", *arguments)).get("error", ""))
+                self.assertEqual(result["ok"], error == "", result)
 
     def test_failed_downloads_in_words_and_without_a_full_bar(self):
         replies = {"/missing": Reply(404), "/page": Reply(404, b"page"),

@@ -5,8 +5,11 @@
 
 #include <cstdlib>
 
+#include <process.h>
+
 #include <gtest/gtest.h>
 
+ZELSYS_SEAM(L"msvcrt.dll", _beginthreadex)
 ZELSYS_SEAM(L"kernel32.dll", ResetEvent)
 ZELSYS_SEAM(L"kernel32.dll", CreateEventW)
 ZELSYS_SEAM(L"kernel32.dll", GetTickCount)
@@ -33,8 +36,7 @@ TEST_F(Job, StopReachesARequestThatIsJustAboutToBegin) {
     CreateEventWSeam::failWith(ERROR_NOT_ENOUGH_MEMORY);
     job.emplace(); // its start creates the events
     CreateEventWSeam::restore();
-    // The worker resets its requests' events at their beginning: long enough for a first cancel to be
-    // forgotten.
+    // A request resets its events when it begins. A cancel that came before is lost.
     std::atomic<int> resets = 0;
     const DWORD starter = GetCurrentThreadId();
     ResetEventSeam::fake = [&](HANDLE event) {
@@ -82,6 +84,31 @@ TEST_F(Job, WorkerThatCannotBeStarted) {
     EXPECT_EQ(start(L"/file/7/f"), 6u);
     EXPECT_EQ(job->result().errorStage, 40u);
     EXPECT_FALSE(job->result().started);
+}
+
+TEST(BaseThread, StartsAgainOnlyAfterItsRun) {
+    struct : win32::CThreadFunction {
+        void Run(std::uint32_t id) override {
+            sum += id;
+            WaitForSingleObject(letGo.get(), 30'000);
+        }
+        const win32::KernelHandle letGo{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+        std::atomic<std::uint32_t> sum = 0;
+    } work;
+    win32::CBaseThread<100> launcher;
+    EXPECT_EQ(launcher.Start(), 87u) << "nothing to run";
+    launcher.setFunction(&work);
+    _beginthreadexSeam::failWith(ERROR_ACCESS_DENIED);
+    EXPECT_EQ(launcher.Start(), 10u) << "no thread, whatever the cause";
+    _beginthreadexSeam::restore();
+    for (std::uint32_t run = 1; run <= 2; ++run) {
+        EXPECT_EQ(launcher.Start(), 0u);
+        EXPECT_EQ(launcher.Start(), 170u);
+        EXPECT_FALSE(launcher.isFinished() || launcher.wait(10));
+        SetEvent(work.letGo.get());
+        EXPECT_TRUE(launcher.wait(10'000) && launcher.isFinished());
+        EXPECT_EQ(work.sum, 100 * run);
+    }
 }
 
 } // namespace

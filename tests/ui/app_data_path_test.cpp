@@ -2,10 +2,12 @@
 #include "support/files.h"
 #include "support/seam.h"
 #include "ui/common/stat/app_data_path.h"
+#include "ui/common/stat/app_identity.h"
 #include "win32/known_folders.h"
 #include "win32/process.h"
 
 #include <algorithm>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -17,16 +19,45 @@ using stats::applicationDataPath;
 using stats::DataPathKind;
 using win32::KnownFolder;
 
+TEST(AppIdentity, FixedRows) {
+    EXPECT_EQ(stats::folderKey(2), "ZelPixelConverter");
+    EXPECT_EQ(stats::folderKey(53), "ZelClipGrabber");
+    EXPECT_EQ(stats::displayName(53, true), "");
+    const std::pair<stats::ApplicationId, std::string_view> codes[] = {
+        {2, "cvpix"}, {6, "_3"},   {7, "_4"}, {13, "_8"}, {stats::kWholeSuite, "po"},
+        {4, "unkn"},  {69, "unkn"}};
+    for (const auto& [id, code] : codes)
+        EXPECT_EQ(stats::shortCode(id), code);
+    for (const stats::ApplicationId none : {4u, 69u, stats::kWholeSuite})
+        EXPECT_TRUE(stats::folderKey(none).empty() && stats::displayName(none, false).empty()) << none;
+    EXPECT_NE(stats::displayName(0, false), stats::displayName(0, true)) << "the edition has its own";
+}
+
+TEST(AppIdentity, EveryRowIsFoundAndUnlikeTheOthers) {
+    std::set<std::string_view> folders, names, codes;
+    for (stats::ApplicationId id = 0; id <= 68; ++id) {
+        folders.insert(stats::folderKey(id));
+        names.insert(stats::displayName(id, true));
+        codes.insert(stats::shortCode(id));
+        std::string joined(stats::displayName(id, true));
+        std::erase(joined, ' ');
+        EXPECT_TRUE(joined.empty() || joined == stats::folderKey(id)) << id;
+    }
+    EXPECT_EQ(folders.size(), 30u + 1) << "with that of the unknown ones";
+    EXPECT_EQ(names.size(), 29u + 1);
+    EXPECT_EQ(codes.size(), 28u + 1);
+}
+
 TEST(AppDataPath, Forms) {
     const std::wstring roaming = win32::knownFolder(KnownFolder::roamingAppData, {});
     const std::wstring local = win32::knownFolder(KnownFolder::localAppData, {});
     ASSERT_FALSE(roaming.empty());
-    RemoveDirectoryW((roaming + L"\\Quenlith\\ZelPixelConverter").c_str());
-    EXPECT_EQ(applicationDataPath(DataPathKind::settings, stats::kWholeSuite), roaming + L"\\Quenlith");
-    EXPECT_EQ(applicationDataPath(DataPathKind::settings, 2), roaming + L"\\Quenlith\\ZelPixelConverter");
-    EXPECT_EQ(GetFileAttributesW((roaming + L"\\Quenlith\\ZelPixelConverter").c_str()),
-              FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_EQ(applicationDataPath(DataPathKind::settings, 999), roaming + L"\\Quenlith");
+    const std::wstring suite = roaming + L"\\Quenlith", converter = suite + L"\\ZelPixelConverter";
+    RemoveDirectoryW(converter.c_str());
+    EXPECT_EQ(applicationDataPath(DataPathKind::settings, stats::kWholeSuite), suite);
+    EXPECT_EQ(applicationDataPath(DataPathKind::settings, 2), converter);
+    EXPECT_EQ(GetFileAttributesW(converter.c_str()), FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(applicationDataPath(DataPathKind::settings, 999), suite);
     EXPECT_EQ(applicationDataPath(DataPathKind::local, 2), local + L"\\Zel Pixel Converter");
     EXPECT_EQ(applicationDataPath(DataPathKind::logs, stats::kWholeSuite), roaming + L"\\logs");
     EXPECT_EQ(applicationDataPath(static_cast<DataPathKind>(3), 2), L".");

@@ -81,20 +81,31 @@ TEST_F(EventSender, CallsOfSeveralThreadsNeverMix) {
     EXPECT_EQ(std::set(bodies.begin(), bodies.end()), expected);
 }
 
+TEST(EventRecord, EmptyFieldsAfterAnAmpersandCutNothingAndNothingIsLeftOfTheLastCall) {
+    stats::CEventRecord record;
+    record.store({.instType = "old", .guid = "old"});
+    record.store({.applicationId = "a&b={GUID}\"\\\n"});
+    record.store({"x&y", {}, {}, {}}, 4294967295u, false);
+    EXPECT_EQ(
+        record.body(),
+        R"({"guid":"","country_id":"","pid":"","adv_type":"","camp_type":"",)"
+        R"("appid":"a\u0026b={GUID}\"\\\n","ver":"","event_type":"x\u0026y","event_number":"4294967295",)"
+        R"("src":"","info_type":"","info":"","inst_type":"","inst_ch":"","inst_ref":"","test":"0",)"
+        R"("tc_build_num":"","product_name":"","id_zel_keys":""})");
+}
+
 TEST(ProxySettings, KeysAndDefaults) {
     fs::CConfig section;
-    const auto proxy = [&] {
+    const auto with = [&section](const char* key, const char* value) {
+        section.setValue(key, value);
         const auto p = stats::proxySettings(section);
         return p.host + ":" + std::to_string(p.port) + ":" + p.user + ":" + p.password;
     };
-    section.setValue("ProxyAddress", "host");
-    section.setValue("ProxyUser", "user");
-    section.setValue("ProxyPw", "password");
-    EXPECT_EQ(proxy(), ":80::") << "type 0 is no proxy, whatever else is stored";
-    section.setValue("ProxyType", "2");
-    EXPECT_EQ(proxy(), "host:80:user:password");
-    section.setValue("ProxyPort", "8080");
-    EXPECT_EQ(proxy(), "host:8080:user:password");
+    with("ProxyAddress", "host");
+    with("ProxyUser", "user");
+    EXPECT_EQ(with("ProxyPw", "password"), ":80::") << "type 0 is no proxy, whatever else is stored";
+    EXPECT_EQ(with("ProxyType", "2"), "host:80:user:password");
+    EXPECT_EQ(with("ProxyPort", "8080"), "host:8080:user:password");
 }
 
 } // namespace

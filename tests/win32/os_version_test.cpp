@@ -1,6 +1,7 @@
 #include "win32/os_version.h"
 
 #include "support/seam.h"
+#include "win32/version_class.h"
 
 #include <tlhelp32.h>
 
@@ -26,12 +27,7 @@ extern "C" __declspec(dllexport) LONG WINAPI RtlGetVersion(RTL_OSVERSIONINFOW* i
 
 namespace {
 
-class OsVersion : public testing::Test {
-protected:
-    ~OsVersion() override { testing_support::restoreSeams(); }
-};
-
-TEST_F(OsVersion, IsWhatTheSystemTells) {
+TEST(OsVersion, IsWhatTheSystemTells) {
     DWORD type = REG_DWORD;
     LSTATUS status = ERROR_SUCCESS;
     RegQueryValueExWSeam::fake = [&](HKEY, LPCWSTR name, LPDWORD, LPDWORD typeOut, LPBYTE data, LPDWORD) {
@@ -47,8 +43,7 @@ TEST_F(OsVersion, IsWhatTheSystemTells) {
         EXPECT_EQ(std::tie(version.major, version.minor, version.revision, version.build),
                   std::tie(expected.major, expected.minor, expected.revision, expected.build));
     };
-    told = {9, 3, 0, 9600};
-    expectVersion({9, 3, 0, 9600});
+    expectVersion(told = {9, 3, 0, 9600});
     EXPECT_EQ(RegQueryValueExWSeam::count(), 0);
     told = {10, 1, 0, 22621};
     expectVersion({10, 1, 4321, 22621});
@@ -62,13 +57,41 @@ TEST_F(OsVersion, IsWhatTheSystemTells) {
     expectVersion({});
     ntdll = nullptr;
     expectVersion({});
+    testing_support::restoreSeams();
 }
 
-TEST_F(OsVersion, RunningModules) {
+TEST(VersionClass, EveryBorder) {
+    const auto version = [](std::uint32_t major, std::uint32_t minor, std::uint32_t build,
+                            std::uint32_t revision = 0) {
+        return win32::versionClass({major, minor, revision, build});
+    };
+    EXPECT_EQ(version(0, 0, 0), 0);
+    EXPECT_EQ(version(4, 0, 1381), 0);
+    EXPECT_EQ(version(5, 0, 2195), 50);
+    EXPECT_EQ(version(5, 1, 2600), 51);
+    EXPECT_EQ(version(5, 2, 3789), 52);
+    EXPECT_EQ(version(5, 2, 3790), 60);
+    EXPECT_EQ(version(5, 3, 9999), 0);
+    EXPECT_EQ(version(6, 0, 6001), 70);
+    EXPECT_EQ(version(6, 0, 6002), 80);
+    EXPECT_EQ(version(6, 1, 7600), 90);
+    EXPECT_EQ(version(6, 1, 7601), 81);
+    EXPECT_EQ(version(6, 2, 9200), 100);
+    EXPECT_EQ(version(6, 3, 9600), 101);
+    EXPECT_EQ(version(6, 4, 9841), 0);
+    EXPECT_EQ(version(10, 0, 10240), 120);
+    EXPECT_EQ(version(10, 0, 21999, 10000), 120);
+    EXPECT_EQ(version(10, 0, 10240, 10001), 130);
+    EXPECT_EQ(version(10, 0, 21999, ~0u), 130);
+    EXPECT_EQ(version(10, 0, 22000), 140);
+    EXPECT_EQ(version(10, 1, ~0u, ~0u), 140);
+    EXPECT_EQ(version(11, 0, 30000), 0);
+}
+
+TEST(OsVersion, RunningModules) {
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(nullptr, path, MAX_PATH);
     std::wstring self = wcsrchr(path, L'\\') + 1;
-    EXPECT_TRUE(win32::isModuleRunning(self));
     self[0] = static_cast<wchar_t>(towupper(self[0]));
     OpenProcessSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_TRUE(win32::isModuleRunning(self));
@@ -83,6 +106,7 @@ TEST_F(OsVersion, RunningModules) {
     EXPECT_FALSE(win32::isModuleRunning(first.szExeFile)) << "the first entry does not count";
     CreateToolhelp32SnapshotSeam::fake = [](DWORD, DWORD) { return INVALID_HANDLE_VALUE; };
     EXPECT_FALSE(win32::isModuleRunning(self));
+    testing_support::restoreSeams();
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "zelsyshelper.h"
+#include "zelsyshelper_load.hpp"
 
 #include "support/files.h"
 
@@ -49,11 +49,11 @@ protected:
 TEST_F(Download, WithoutAJobThereIsNothingToAsk) {
     std::uint32_t number = 77;
     std::uint8_t flag = 77;
-    EXPECT_EQ(getDownloadFileProgress(&number), 1805u);
-    EXPECT_EQ(getDownloadElapsedTimeInSeconds(&number), 1805u);
-    EXPECT_EQ(getDownloadFileErrors(&number, &number, &number), 1805u);
-    EXPECT_EQ(isDownloadFileCompleted(&flag), 1805u);
-    EXPECT_EQ(isDownloadFileStarted(&flag), 1805u);
+    for (const std::uint64_t result :
+         {getDownloadFileProgress(&number), getDownloadElapsedTimeInSeconds(&number),
+          getDownloadFileErrors(&number, &number, &number), isDownloadFileCompleted(&flag),
+          isDownloadFileStarted(&flag)})
+        EXPECT_EQ(result, 1805u);
     EXPECT_EQ(number + flag, 154u) << "nothing is written";
     stopDownloadFile();
     EXPECT_EQ(startDownloadFile(nullptr, 0, nullptr, nullptr, nullptr, nullptr), 0u);
@@ -118,16 +118,14 @@ TEST_F(Download, LibraryCanBeFreed) {
     const std::wstring copy = folder / L"freed.dll";
     CopyFileW(testing_support::besideThisProgram(L"zelsyshelper.dll").c_str(), copy.c_str(), FALSE);
     for (const bool isPolite : {true, false}) {
-        const HMODULE library = LoadLibraryW(copy.c_str());
-        const auto exported = [library]<class Function>(Function*, const char* name) {
-            return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
-        };
-        EXPECT_EQ(exported(startDownloadFile, "startDownloadFile")(
-                      L"127.0.0.1", port, nullptr, nullptr, L"http://some.example/late/x", target.c_str()),
-                  0u);
-        if (isPolite)
-            exported(stopDownloadFile, "stopDownloadFile")();
-        EXPECT_TRUE(FreeLibrary(library));
+        {
+            const zelsyshelper_load library(copy.c_str());
+            EXPECT_EQ(library.startDownloadFile(L"127.0.0.1", port, nullptr, nullptr,
+                                                L"http://some.example/late/x", target.c_str()),
+                      0u);
+            if (isPolite)
+                library.stopDownloadFile();
+        }
         for (int i = 0; i < 1000 && GetModuleHandleW(L"freed.dll") != nullptr; ++i)
             Sleep(10); // the worker keeps it until it has ended
         EXPECT_EQ(GetModuleHandleW(L"freed.dll"), nullptr) << isPolite;

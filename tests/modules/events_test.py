@@ -42,6 +42,10 @@ class Events(unittest.TestCase):
     def send(self, *arguments, **options):
         self.assertEqual(prefix.host("event", *arguments, **options).returncode, 0)
 
+    def run_case(self, name):
+        result = prefix.run(prefix.BIN / "exports_test.exe", f"--gtest_filter=Events.{name}")
+        self.assertEqual(result.returncode, 0, result.stdout)
+
     def records(self):
         """The JSON records that arrived, each checked for the request's form."""
         records = []
@@ -109,8 +113,7 @@ class Events(unittest.TestCase):
             with self.subTest(reply.body):
                 self.setUp()
                 self.country = reply
-                result = prefix.run(prefix.BIN / "exports_test.exe", "--gtest_filter=Events.FourThreads")
-                self.assertEqual(result.returncode, 0, result.stdout)
+                self.run_case("FourThreads")
                 self.assertEqual(len(self.records()), 40)
                 lookups = sum(r.host.startswith("country.") for r in self.server.requests)
                 # Threads that start together may all ask before the first reply is there.
@@ -123,15 +126,13 @@ class Events(unittest.TestCase):
         self.assertEqual(len(self.server.requests), 1)
 
     def test_nothing_is_sent_or_waited_for_while_the_process_ends(self):
-        result = prefix.run(prefix.BIN / "exports_test.exe", "--gtest_filter=Events.AtProcessEnd")
-        self.assertEqual(result.returncode, 0, result.stdout)
+        self.run_case("AtProcessEnd")
         self.assertEqual([record["event_type"] for record in self.records()], ["before"])
 
     def test_without_arguments_and_without_a_log(self):
         prefix.LOG.mkdir()  # a log file that cannot be opened
         self.addCleanup(prefix.LOG.rmdir)
-        result = prefix.run(prefix.BIN / "exports_test.exe", "--gtest_filter=Events.Nulls")
-        self.assertEqual(result.returncode, 0, result.stdout)
+        self.run_case("Nulls")
         self.assertEqual([{k: v for k, v in record.items() if v} for record in self.records()],
                          [{"country_id": "DE", "event_number": "1", "test": "0"}])
 

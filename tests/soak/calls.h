@@ -29,10 +29,13 @@ inline std::wstring property(const std::wstring& file, const std::string& key) {
     return buffer;
 }
 
-inline std::string programName() {
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path).filename().string();
+inline long openHandles() {
+    long count = 0;
+    for (std::uintptr_t handle = 4; handle < 0x10000; handle += 4) {
+        DWORD flags = 0;
+        count += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
+    }
+    return count;
 }
 
 /// One thread's state, and the files that it may touch.
@@ -102,7 +105,7 @@ inline Row rows[] = {
     ROW(enableFx, 10, (library->enableFx(L"soak", std::to_string(w.random() % 20).c_str(), 1), true)),
     ROW(clearFx, 5, (library->clearFx(L"soak"), true)),
     ROW(getOsVersion, 20, library->getOsVersion(w.text) <= 1),
-    ROW(isModuleLoaded, 5, library->isModuleLoaded(programName().c_str()) == 1),
+    ROW(isModuleLoaded, 5, library->isModuleLoaded("services.exe") == 1),
     ROW(installService, 20, library->installService(L"") == ZELSYSHELPER_SERVICE_NOT_OPENED),
     ROW(isServiceInstalled, 5, library->isServiceInstalled(&w.flag) == 0 && w.flag == 0),
     ROW(isServicePresent, 5, library->isServicePresent(L"no such service") == 0),

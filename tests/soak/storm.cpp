@@ -20,11 +20,6 @@ using namespace soak;
 
 /// Prints the number of handles, the allocated blocks of all heaps and the memory in use, both in KiB.
 void printUsage() {
-    long handles = 0;
-    for (std::uintptr_t handle = 4; handle < 0x10000; handle += 4) {
-        DWORD flags = 0;
-        handles += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
-    }
     HANDLE heaps[64];
     unsigned long long bytes = 0;
     for (DWORD i = 0, count = GetProcessHeaps(64, heaps); i < std::min(count, 64ul); ++i)
@@ -32,7 +27,7 @@ void printUsage() {
             bytes += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
     PROCESS_MEMORY_COUNTERS memory{};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
-    std::printf("usage %ld %llu %llu\n", handles, bytes / 1024, memory.WorkingSetSize / 1024);
+    std::printf("usage %ld %llu %llu\n", openHandles(), bytes / 1024, memory.WorkingSetSize / 1024);
 }
 
 void runAll(std::vector<Worker>& workers, double seconds) {

@@ -61,15 +61,6 @@ void watch() {
         }
 }
 
-long handles() {
-    long count = 0;
-    for (std::uintptr_t handle = 4; handle < 0x2000; handle += 4) {
-        DWORD flags = 0;
-        count += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
-    }
-    return count;
-}
-
 DWORD nextThreadLocalStorage() {
     const DWORD index = TlsAlloc();
     TlsFree(index);
@@ -149,11 +140,11 @@ bool failOnce(Row& row, unsigned number, Worker worker) {
 void sweep(Row& row, const Worker& worker) {
     current.row = row.name;
     failOnce(row, UINT32_MAX, worker); // once for what is made for good
-    const long before = handles();
+    const long before = openHandles();
     unsigned number = 0;
     while (problems < 50 && failOnce(row, number, worker))
         ++number;
-    expect(handles() - before <= 3, "handles are left"); // of Windows' own threads
+    expect(openHandles() - before <= 3, "handles are left"); // of Windows' own threads
     failures += number;
 }
 
@@ -169,8 +160,7 @@ void sweepInstance(const Worker& worker) {
 
 } // namespace
 
-/// Arguments: a folder, the port of the server for downloads, and whether to raise an instance as well, which
-/// takes minutes.
+/// Arguments: a folder, the port for downloads, and whether to raise an instance as well, which takes minutes.
 int wmain(int, wchar_t** arguments) {
     // They stay, so that their own start and end do not count.
     for (const wchar_t* name : {L"winhttp.dll", L"shell32.dll", L"ole32.dll", L"shlwapi.dll", L"user32.dll"})

@@ -84,8 +84,7 @@ protected:
 TEST_F(HttpRequest, EachCallThatFailsHasItsStage) {
     request.setExtraHeaders(L"X-Extra: 1");
     request.setCredentials({L"user", L"password", {}});
-    EXPECT_EQ(execute(L"/echo"), "4317/14110 4317/14110/0")
-        << "nothing to sign in to before the request is sent";
+    EXPECT_EQ(execute(L"/echo"), "4317/14110 4317/14110/0") << "no scheme is known before the send";
     WinHttpQueryAuthSchemesSeam::fake = [](HINTERNET, DWORD*, DWORD* first, DWORD* target) {
         *first = WINHTTP_AUTH_SCHEME_BASIC;
         *target = WINHTTP_AUTH_TARGET_SERVER;
@@ -117,7 +116,6 @@ TEST_F(HttpRequest, EachCallThatFailsHasItsStage) {
     EXPECT_EQ(execute(L"http:///x"), "87/14103 87/14103/1");
     output.most = 1;
     EXPECT_EQ(execute(L"/echo"), "112/14118 112/14118/1");
-    EXPECT_EQ(execute(L"/echo"), "112/14118 112/14118/1") << "and the object serves on";
 }
 
 TEST_F(HttpRequest, SendIsRepeatedOnTimeOutOnly) {
@@ -235,8 +233,7 @@ TEST(OutputFile, WritesAtTheEndAndTellsFailures) {
         return WriteFileSeam::real(handle, bytes, std::min(count, 2ul), rest...);
     };
     EXPECT_EQ(write("bcd"), "3/0");
-    EXPECT_EQ(testing_support::readBytes(folder / L"f"), "abcb")
-        << "the rest begins with the first byte again";
+    EXPECT_EQ(testing_support::readBytes(folder / L"f"), "abcb") << "the rest restarts at the first byte";
     WriteFileSeam::failWith(ERROR_DISK_FULL);
     EXPECT_EQ(write("x"), "0/112");
     SetFilePointerSeam::fake = [](auto...) { return SetLastError(ERROR_SEEK), INVALID_SET_FILE_POINTER; };

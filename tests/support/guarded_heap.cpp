@@ -52,13 +52,12 @@ void release(void* block) noexcept {
     if (block == nullptr)
         return;
     Header* const header = headerOf(block);
-    const unsigned char* const end = static_cast<unsigned char*>(block) + header->size;
-    for (const unsigned char* rest = end; rest < blockOf(header) + roundedUp(header->size, kAlignment);
-         ++rest)
-        if (*rest != kUntouched)
-            std::abort(); // written behind the block, where no page ends
-    if (blockOf(header) != block || !VirtualFree(header, header->pages * kPage, MEM_DECOMMIT))
-        std::abort(); // no block, or one that was given back before
+    const auto* const bytes = static_cast<const unsigned char*>(block);
+    bool isSound = blockOf(header) == bytes; // otherwise it is no block
+    for (std::size_t i = header->size; isSound && i < roundedUp(header->size, kAlignment); ++i)
+        isSound = bytes[i] == kUntouched; // otherwise written behind the block, where no page ends
+    if (!isSound || !VirtualFree(header, header->pages * kPage, MEM_DECOMMIT))
+        std::abort();
     // The system does not keep more than some ten thousand places, so the oldest may be used again.
     static std::atomic<std::size_t> count;
     static std::atomic<void*> left[kKept];
@@ -68,20 +67,15 @@ void release(void* block) noexcept {
 
 } // namespace
 
+// The runtime's other forms call these.
 void* operator new(std::size_t size) {
     if (void* const block = allocate(size))
         return block;
     throw std::bad_alloc();
 }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate(size);
-}
 void operator delete(void* block) noexcept {
     release(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
-    release(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
     release(block);
 }

@@ -10,8 +10,7 @@ namespace testing_support {
 
 /// \brief Replaces one function that the product imports, for the whole test program.
 ///
-/// Calls go on to the real function until a test sets `fake`. Every call is counted; `restore` sets both
-/// back.
+/// Calls reach the real function until a test sets `fake`. `restore` resets it and the count of the calls.
 template <class Name, class Function>
 class Seam;
 
@@ -49,14 +48,11 @@ public:
     }
 };
 
-inline std::vector<void (*)()>& seamRestorers() {
-    static std::vector<void (*)()> restorers;
-    return restorers;
-}
+inline std::vector<void (*)()> seamRestorers;
 
 /// \brief Sets all seams of the program back; for the end of a test.
 inline void restoreSeams() {
-    for (const auto restore : seamRestorers())
+    for (const auto restore : seamRestorers)
         restore();
 }
 
@@ -71,7 +67,7 @@ inline void restoreSeams() {
     };                                                                                                       \
     using function##Seam = testing_support::Seam<function##Name, decltype(function)>;                        \
     [[maybe_unused]] const auto& function##Registered =                                                      \
-        testing_support::seamRestorers().emplace_back(&function##Seam::restore);                             \
+        testing_support::seamRestorers.emplace_back(&function##Seam::restore);                               \
     extern "C" {                                                                                             \
     decltype(&function) __imp_##function = &function##Seam::call;                                            \
     }                                                                                                        \

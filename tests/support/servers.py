@@ -33,7 +33,7 @@ RAW = {  # pieces that are sent as they are, half a second apart, before the con
     "trickle": [OK + b"Content-Length: 20\r\n\r\n"] + [b"x"] * 20,
 }
 flaky_requests = 0
-guarded = None
+servers = {}
 
 
 def write_slowly(handler, pieces):
@@ -71,8 +71,9 @@ def answer(request, handler):
     if what == "late":
         time.sleep(1)
     if what == "tries":  # the schemes by which clients have signed in to the guarded proxy since the last look
-        tries = " ".join(given.split()[0] for given in guarded.authorizations)
-        guarded.authorizations.clear()
+        given = servers["GUARDED"].authorizations
+        tries = " ".join(authorization.split()[0] for authorization in given)
+        given.clear()
         return Reply(body=tries.encode())
     if what == "flaky":
         flaky_requests += 1
@@ -86,16 +87,14 @@ def main(program):
         authority = Authority(Path(folder) / "trusted")
         prefix.trust(authority)
         secret = "Basic " + base64.b64encode("user:pass:word".encode()).decode()
-        global guarded
-        guarded = Server(answer, proxy_authorization=secret)
-        servers = {
+        servers.update({
             "PLAIN": Server(answer, authority.issue("secure.example")),
-            "GUARDED": guarded,
+            "GUARDED": Server(answer, proxy_authorization=secret),
             "UNTRUSTED": Server(answer, Authority(Path(folder) / "other", "Another Authority").issue("secure.example")),
             "EXPIRED": Server(answer, authority.issue("secure.example", days=0)),
             "SELFSIGNED": Server(answer, Authority(Path(folder) / "self", "secure.example").pem()),
             "CLOSED": Server(answer),
-        }
+        })
         servers["CLOSED"].close()
         ports = {f"PORT_{name}": str(server.port) for name, server in servers.items()}
         result = prefix.run(program, env=os.environ | ports)

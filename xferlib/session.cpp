@@ -31,9 +31,11 @@ public:
     Session get(const std::wstring& proxy) {
         const std::lock_guard guard(mutex_);
         if (!kept_ || proxy != proxy_ || GetTickCount64() - kept_->lastUse > kLongestIdleTime) {
-            kept_.reset(); // first, or closing it would replace the error of a failure
-            kept_ = make(proxy);
+            // Closing the old session must not overwrite the error of opening the new one. The name precedes
+            // the session: an exception must not leave the session of one proxy under the name of another.
+            kept_.reset();
             proxy_ = proxy;
+            kept_ = make(proxy);
         }
         if (!kept_)
             return nullptr;

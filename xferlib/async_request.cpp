@@ -76,6 +76,7 @@ DWORD AsyncRequest::readPart(std::string& body) {
 template <class Call>
 DWORD AsyncRequest::wait(Call call) {
     State& state = *state_;
+    state.stepOver.wait(0); // a call that failed synchronously may still have called back
     state.error = state.count = 0;
     if (deadline_.isOver())
         return ERROR_WINHTTP_TIMEOUT;

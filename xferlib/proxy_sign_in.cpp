@@ -2,6 +2,7 @@
 
 #include "sys/mutex.h"
 
+#include <functional>
 #include <mutex>
 
 namespace xferlib {
@@ -11,24 +12,34 @@ constexpr ULONGLONG kRefusalLifetime = 60'000; // milliseconds
 constexpr DWORD kSchemes[] = {WINHTTP_AUTH_SCHEME_NEGOTIATE, WINHTTP_AUTH_SCHEME_NTLM,
                               WINHTTP_AUTH_SCHEME_DIGEST, WINHTTP_AUTH_SCHEME_BASIC};
 
-/// The schemes by which a proxy has refused an account lately.
+using Account = ProxySignIn::Account;
+
+/// The schemes by which a proxy has recently refused the last account.
 class Refusals {
 public:
-    DWORD find(const std::wstring& account) {
+    DWORD find(const Account& account) {
         const std::lock_guard guard(mutex_);
-        return account == account_ && GetTickCount64() - time_ < kRefusalLifetime ? schemes_ : 0;
+        return holds(account) ? schemes_ : 0;
     }
 
-    void store(const std::wstring& account, DWORD schemes) {
+    /// Adds to the refusals that other threads have stored for the same account.
+    void add(const Account& account, DWORD schemes) {
         const std::lock_guard guard(mutex_);
-        account_ = account;
-        schemes_ = schemes;
+        if (!holds(account)) {
+            schemes_ = 0;
+            account_ = account;
+        }
+        schemes_ |= schemes;
         time_ = GetTickCount64();
     }
 
 private:
+    bool holds(const Account& account) const {
+        return account == account_ && GetTickCount64() - time_ < kRefusalLifetime;
+    }
+
     sys::Mutex mutex_;
-    std::wstring account_;
+    Account account_;
     DWORD schemes_ = 0;
     ULONGLONG time_ = 0;
 };
@@ -41,24 +52,23 @@ Refusals& refusals() {
 } // namespace
 
 ProxySignIn::ProxySignIn(std::wstring proxy, std::wstring user, std::wstring password)
-    : account_(std::move(proxy)), user_(std::move(user)), password_(std::move(password)) {
-    account_.append(1, L'\n').append(user_).append(1, L'\n').append(password_);
-    refused_ = refusals().find(account_);
+    : account_{std::move(proxy), std::move(user), std::hash<std::wstring>()(password)},
+      password_(std::move(password)), refused_(refusals().find(account_)) {
 }
 
 bool ProxySignIn::answerRefusal(HINTERNET request) {
     if (current_ != 0) {
         refused_ |= current_;
-        refusals().store(account_, refused_);
+        refusals().add(account_, current_);
         current_ = 0;
     }
     DWORD offered = 0, first = 0, target = 0;
-    if (user_.empty() || !WinHttpQueryAuthSchemes(request, &offered, &first, &target) ||
+    if (account_.user.empty() || !WinHttpQueryAuthSchemes(request, &offered, &first, &target) ||
         target != WINHTTP_AUTH_TARGET_PROXY)
         return false;
     for (const DWORD scheme : kSchemes)
         if ((offered & ~refused_ & scheme) != 0 &&
-            WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_PROXY, scheme, user_.c_str(),
+            WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_PROXY, scheme, account_.user.c_str(),
                                   password_.c_str(), nullptr)) {
             current_ = scheme;
             return true;

@@ -10,11 +10,19 @@ namespace xferlib {
 
 /// Signs one transfer in to its proxy, by the strongest scheme that the proxy offers and accepts.
 ///
-/// A domain counts each wrong password against the account. The transfer therefore sends its credentials once
-/// per scheme. For a minute no transfer of this process repeats a refused scheme with the same proxy, user
-/// and password.
+/// A domain counts each wrong password against the account. A transfer therefore sends its credentials once
+/// per scheme. A transfer of this process that starts within a minute after a refusal skips the refused
+/// scheme for the same proxy, user and password. Transfers that are already running may repeat it.
 class ProxySignIn {
 public:
+    /// Identifies proxy, user and password. Outlives the transfer, so it holds a hash of the password.
+    struct Account {
+        std::wstring proxy{}, user{};
+        std::size_t passwordHash = 0;
+
+        bool operator==(const Account&) const = default;
+    };
+
     /// \param proxy "host:port".
     /// \param user Empty: no credentials, every 407 is final.
     ProxySignIn(std::wstring proxy, std::wstring user, std::wstring password);
@@ -29,8 +37,7 @@ public:
     bool answerRefusal(HINTERNET request);
 
 private:
-    std::wstring account_;
-    std::wstring user_;
+    Account account_;
     std::wstring password_;
     DWORD refused_ = 0; ///< WINHTTP_AUTH_SCHEME_... bits.
     DWORD current_ = 0; ///< The scheme of the last send; 0 when it carried no credentials.

@@ -134,12 +134,21 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
     return kReceiveFailed;
 }
 
+/// Returns true if the end of the body follows from its chunks, which outrank a Content-Length.
+bool isChunked(HINTERNET request) {
+    std::wstring coding = textHeader(request, WINHTTP_QUERY_TRANSFER_ENCODING);
+    coding.erase(0, coding.find_last_of(L',') + 1); // the last coding frames the message; npos + 1 is 0
+    coding.erase(0, coding.find_first_not_of(L" \t"));
+    coding.resize(coding.find_last_not_of(L" \t") + 1);
+    return _wcsicmp(coding.c_str(), L"chunked") == 0;
+}
+
 TransferCode readBody(AsyncRequest& request, Response& response) {
     if (const auto code = readToEnd(request, response.body))
         return code;
-    // A connection that breaks looks like the end of the body otherwise. Chunks outrank a Content-Length.
+    // WinHttpReadData reports a connection that breaks as the end of the body.
     const bool hasLength = response.status != kStatusNoContent && response.status != kStatusNotModified &&
-                           textHeader(request.get(), WINHTTP_QUERY_TRANSFER_ENCODING).empty();
+                           !isChunked(request.get());
     const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
     return hasLength && announced && response.body.size() < *announced ? kPartialBody : kOk;
 }

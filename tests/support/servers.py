@@ -21,7 +21,7 @@ RAW = {  # pieces that are sent as they are, half a second apart, before the con
                 b"Content-Type: text/x\r\nSet-Cookie: b=2\r\nContent-Encoding: none\r\n"
                 + (b"X-Long: " + b"l" * 1000 + b"\r\n") * 70 + b"\r\nok"],
     "close": [],
-    "short": [OK + b"Content-Length: 10\r\n\r\nshort"],
+    "short": [OK + b"Content-Length: 10\r\nTransfer-Encoding: identity\r\n\r\nshort"],
     "negative": [OK + b"Content-Length: -5\r\n\r\nshort"],
     "huge": [OK + b"Content-Length: 99999999999999999999\r\n\r\nshort"],
     "odd": [OK + b"X: a\0b\r\nContent-Length: 2\r\n\r\nok"],

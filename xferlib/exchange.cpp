@@ -98,10 +98,29 @@ TransferCode readToEnd(AsyncRequest& request, std::string& body) {
     }
 }
 
-/// Prepares a request that the proxy has answered with 407 for its next send.
+/// Returns true if the TLS handshake of the request has completed. A proxy's reply to CONNECT precedes it.
+bool isEncrypted(HINTERNET request) {
+    // The query can succeed before the handshake, without a certificate.
+    WINHTTP_CERTIFICATE_INFO certificate{};
+    DWORD size = sizeof certificate;
+    if (!WinHttpQueryOption(request, WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT, &certificate, &size))
+        certificate = {};
+    const bool hasCertificate = certificate.lpszIssuerInfo != nullptr;
+    LocalFree(certificate.lpszSubjectInfo);
+    LocalFree(certificate.lpszIssuerInfo);
+    DWORD keyBits = 0;
+    size = sizeof keyBits;
+    if (!WinHttpQueryOption(request, WINHTTP_OPTION_SECURITY_KEY_BITNESS, &keyBits, &size))
+        keyBits = 0;
+    return hasCertificate || keyBits != 0;
+}
+
+/// Prepares a request that was answered with 407 for its next send with the proxy's credentials.
+/// \return kReceiveFailed if the credentials must not be sent, or not again.
 TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
-    // The page that comes with a final 407 is the proxy's: as a reply it would pass for the host's.
-    if (!proxy.answerRefusal(request.get()))
+    // WinHTTP reports every 407 as the proxy's. Inside a tunnel it is the host's, and so would be the
+    // credentials. The page of a final 407 is dropped, since callers would mistake it for the host's reply.
+    if (isEncrypted(request.get()) || !proxy.answerRefusal(request.get()))
         return kReceiveFailed;
     // Schemes that sign in a connection, such as NTLM, need the next send on the same one.
     std::string page;

@@ -20,6 +20,12 @@ int milliseconds(std::int32_t seconds) {
     return static_cast<int>(std::min<long long>(seconds * 1000LL, INT_MAX));
 }
 
+/// Returns false if the text is not valid UTF-8.
+bool convert(const std::string& narrow, std::wstring& wide) {
+    wide = text::utf8ToUtf16(narrow);
+    return wide.empty() == narrow.empty();
+}
+
 /// The host of an address that users also write as a URL: "http://proxy/" is "proxy".
 /// \return Empty if there is none.
 std::wstring proxyHost(const std::string& address) {
@@ -39,7 +45,10 @@ std::wstring proxyAddress(const Request& request) {
     const std::wstring host = proxyHost(request.proxyHost);
     if (host.empty() || request.proxyPort < 1 || request.proxyPort > kHighestPort)
         return {};
-    const bool isBareIpv6 = host.find(L':') != host.npos && host.front() != L'[';
+    const auto colon = host.find(L':');
+    const bool isBareIpv6 = colon != host.npos && host.front() != L'[';
+    if (isBareIpv6 && colon == host.rfind(L':'))
+        return {}; // "host:port": the port has a setting of its own
     return (isBareIpv6 ? L"[" + host + L"]" : host) + L":" + text::decimal(request.proxyPort);
 }
 
@@ -77,12 +86,8 @@ TransferCode follow(const HopReply& reply, Hop& hop) {
     return kOk;
 }
 
-Response attempt(const Request& request, const std::wstring& headers, ProxySignIn& proxy,
-                 const Deadline& deadline) {
-    const std::wstring address = proxyAddress(request);
-    // Without a name, WinHTTP would connect to a proxy on this computer, or to the host itself.
-    if (address.empty() && !request.proxyHost.empty())
-        return {.code = kProxyNotResolved};
+Response attempt(const Request& request, const std::wstring& headers, const std::wstring& address,
+                 ProxySignIn& proxy, const Deadline& deadline) {
     const Session session = openSession(address);
     if (!session)
         return {.code = transferCode(GetLastError(), kInitFailed)};
@@ -114,11 +119,18 @@ Response fetch(const Request& request) {
     const Deadline deadline(
         milliseconds(request.timeoutSeconds > 0 ? request.timeoutSeconds : kDefaultTimeoutSeconds));
     const std::wstring headers = headerLines(request);
-    ProxySignIn proxy(proxyAddress(request), text::utf8ToUtf16(request.proxyUser),
-                      text::utf8ToUtf16(request.proxyPassword));
+    const std::wstring address = proxyAddress(request);
+    // Without a name, WinHTTP would connect to a proxy on this computer, or to the host itself.
+    if (address.empty() && !request.proxyHost.empty())
+        return {.code = kProxyNotResolved};
+    std::wstring user, password;
+    // Without a proxy, a 407 comes from the host, which must not get the proxy's credentials.
+    if (!address.empty() && (!convert(request.proxyUser, user) || !convert(request.proxyPassword, password)))
+        return {.code = kLoginDenied};
+    ProxySignIn proxy(address, std::move(user), std::move(password));
     Response response;
     for (std::int32_t attempts = 0; attempts == 0 || attempts < request.attempts; ++attempts) {
-        response = attempt(request, headers, proxy, deadline);
+        response = attempt(request, headers, address, proxy, deadline);
         if (response.code == kOk || response.status == kStatusProxyAuthentication || deadline.isOver())
             break;
     }

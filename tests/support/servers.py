@@ -75,6 +75,9 @@ def answer(request, handler):
         tries = " ".join(authorization.split()[0] for authorization in given)
         given.clear()
         return Reply(body=tries.encode())
+    if what == "challenge":  # a host that asks for the credentials of the proxy
+        guarded.authorizations += filter(None, [request.headers.get("Proxy-Authorization")])
+        return Reply(407, headers={"Proxy-Authenticate": 'Basic realm="host"'})
     if what == "flaky":
         flaky_requests += 1
         return Reply(close_without_answer=flaky_requests == 1)

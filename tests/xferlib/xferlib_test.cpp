@@ -89,7 +89,7 @@ TEST(Xferlib, Addresses) {
         request.proxyHost = host;
         EXPECT_EQ(outcome(request), "0/200/GET some.example:81 /echo None ") << host;
     }
-    for (const char* host : {"127.0.0.1\xFF", "http://", "socks://127.0.0.1"}) {
+    for (const char* host : {"127.0.0.1\xFF", "http://", "socks://127.0.0.1", "127.0.0.1:8080"}) {
         WinHttpSendRequestSeam::calls = 0;
         request.proxyHost = host;
         EXPECT_EQ(outcome(request), "5/0/") << std::string(host).size();
@@ -123,10 +123,9 @@ TEST(Xferlib, ServersThatTakeTooLong) {
 TEST(Xferlib, SendsAgainForAsLongAsWinHttpAsksForIt) {
     const Request request{.url = url("/echo"), .headers = {"Content-Type: text/x-test"}};
     int refusals = 0;
-    WinHttpSendRequestSeam::fake = [&](HINTERNET handle, const wchar_t* headers, auto... rest) {
-        EXPECT_EQ(headers, nullptr) << "a second send would add them a second time";
+    WinHttpSendRequestSeam::fake = [&](auto... arguments) {
         SetLastError(ERROR_WINHTTP_RESEND_REQUEST);
-        return refusals-- > 0 ? FALSE : WinHttpSendRequestSeam::real(handle, headers, rest...);
+        return refusals-- > 0 ? FALSE : WinHttpSendRequestSeam::real(arguments...);
     };
     refusals = 5;
     WinHttpAddRequestHeadersSeam::calls = 0;
@@ -169,8 +168,9 @@ TEST(Xferlib, ProxyGetsEachSchemeOnceUntilItAcceptsOne) {
     Request request = throughProxy("http://some.example/to/307/%2Fecho", "GUARDED");
     request.attempts = 2;
     EXPECT_EQ(outcome(request), "56/407/") << "its page is not the host's reply";
+    static int run = 0; // refusals are remembered for a minute
     request.proxyUser = "user";
-    request.proxyPassword = "wrong";
+    request.proxyPassword = "wrong" + std::to_string(++run);
     EXPECT_EQ(outcome(request), "56/407/");
     EXPECT_EQ(outcome(request), "56/407/");
     EXPECT_EQ(tries(), "0/200/Basic") << "a domain counts wrong passwords";
@@ -185,6 +185,19 @@ TEST(Xferlib, ProxyGetsEachSchemeOnceUntilItAcceptsOne) {
     EXPECT_EQ(pages, 4 + 1) << "each refusal is read to its end before the next send";
     EXPECT_EQ(tries(), "0/200/Basic Basic") << "once for each request";
     WinHttpSendRequestSeam::restore();
+
+    request.proxyHost.clear();
+    request.url = url("/challenge");
+    EXPECT_EQ(outcome(request), "56/407/") << "a host that asks for them";
+    request.proxyHost = "127.0.0.1";
+    request.proxyPort = std::atoi(port("PLAIN").c_str());
+    for (const char* path : {"/echo", "/challenge", "/echo"}) { // the last one reuses the tunnel
+        request.url = std::string("https://secure.example") + path;
+        EXPECT_EQ(outcome(request).substr(0, 2), path[1] == 'e' ? "0/" : "56") << path;
+    }
+    EXPECT_EQ(tries(), "0/200/") << "the proxy's credentials are not for hosts";
+    request.proxyPassword = "\xFF";
+    EXPECT_EQ(outcome(request), "67/0/") << "not UTF-8";
 }
 
 TEST(Xferlib, SecureConnections) {

@@ -60,8 +60,8 @@ std::uint32_t CInterprocessCommunicationWin::createServerEnd() {
 
 void CInterprocessCommunicationWin::stop() {
     stopping_.set(true);
+    // A reset of ioEvent_ here could discard the completion that the listener waits for.
     SetEvent(stopEvent_.get());
-    ResetEvent(ioEvent_.get());
     if (listener_.isOwnThread())
         return; // the listener still needs the pipe and the buffers to get out
     listener_.waitFinished();

@@ -46,9 +46,10 @@ public:
     /// \brief Creates the pipe and returns once the listener waits for a client.
     ///
     /// Disconnects a client that has connected between CreateNamedPipeW and ConnectNamedPipe.
+    /// Two channels with one pipe name and different mutexes share the clients.
     /// \return `ERROR_BUSY` (170), without any change, if the channel already serves; `ERROR_PIPE_BUSY` (231)
-    ///         or `ERROR_ACCESS_DENIED` (5) if another process owns the pipe's name; the error with which the
-    ///         listener has ended.
+    ///         or `ERROR_ACCESS_DENIED` (5) if another process serves the pipe's name and admits no further
+    ///         instance; the error with which the listener has ended.
     std::uint32_t startServer();
 
     /// \brief Opens the client end of the pipe, by the name of this computer or else as a local pipe.
@@ -57,12 +58,12 @@ public:
     ///         server still handles another client; `ERROR_FILE_NOT_FOUND` (2) without a server.
     std::uint32_t connectToServer(DWORD patience = 0);
 
-    /// \brief Sends a request and waits for the reply, up to five seconds.
+    /// \brief Sends a request and waits for the reply.
     ///
-    /// Makes up to seven attempts with pauses of 300 ms. Each connection carries one request: the next one
-    /// reconnects without a pause. Sends nothing on the first instance. After a time-out the channel is no
-    /// longer connected.
-    /// \return 0; 10 without a connection; `ERROR_BUFFER_OVERFLOW` (111) for more than 65,526 bytes;
+    /// Makes up to seven attempts with pauses of 300 ms. Bounds all attempts together by five seconds. Each
+    /// connection carries one request: the next one reconnects without a pause. Sends nothing on the first
+    /// instance. After a time-out the channel is no longer connected.
+    /// \return 0; `ERROR_BAD_ENVIRONMENT` (10) without a connection; `ERROR_BUFFER_OVERFLOW` (111) for more than 65,526 bytes;
     ///         `ERROR_SEM_TIMEOUT` (121) if the server keeps the connection open without a reply; otherwise
     ///         the error of the last attempt.
     std::uint32_t sendRequest(const std::string& payload);
@@ -84,6 +85,7 @@ private:
     std::uint32_t openClientEnd(ULONGLONG deadline);
     std::uint32_t openPath(const std::wstring& path, ULONGLONG deadline);
     std::uint32_t attempt(ULONGLONG deadline, DWORD& received);
+    std::uint32_t setMessageMode();
     std::uint32_t transact(ULONGLONG deadline, DWORD& received);
     std::uint32_t waitForIo(DWORD timeOut, DWORD& count);
     std::uint32_t listen();

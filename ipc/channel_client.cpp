@@ -102,7 +102,8 @@ std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payl
 
 /// Sends the message in the send buffer and receives the reply.
 std::uint32_t CInterprocessCommunicationWin::attempt(ULONGLONG deadline, DWORD& received) {
-    if (!pipe_)
+    // The listener drops a client that is silent for too long. The mode of such a connection cannot be set.
+    if (!pipe_ || setMessageMode() != 0)
         if (const std::uint32_t error = openClientEnd(deadline))
             return error;
     const std::uint32_t error = transact(deadline, received);
@@ -112,11 +113,16 @@ std::uint32_t CInterprocessCommunicationWin::attempt(ULONGLONG deadline, DWORD& 
     return error;
 }
 
-std::uint32_t CInterprocessCommunicationWin::transact(ULONGLONG deadline, DWORD& received) {
-    // A new handle is in byte read mode, in which TransactNamedPipe fails with ERROR_BAD_PIPE.
+/// A new handle is in byte read mode, in which TransactNamedPipe fails with ERROR_BAD_PIPE.
+/// \return 0; ERROR_PIPE_NOT_CONNECTED if the server has disconnected.
+std::uint32_t CInterprocessCommunicationWin::setMessageMode() {
     DWORD mode = PIPE_READMODE_MESSAGE;
-    if (!SetNamedPipeHandleState(pipe_.get(), &mode, nullptr, nullptr))
-        return GetLastError();
+    return SetNamedPipeHandleState(pipe_.get(), &mode, nullptr, nullptr) ? 0 : GetLastError();
+}
+
+std::uint32_t CInterprocessCommunicationWin::transact(ULONGLONG deadline, DWORD& received) {
+    if (const std::uint32_t error = setMessageMode())
+        return error;
     if (!TransactNamedPipe(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()),
                            receiveBuffer_.get(), kLargestMessage, nullptr, &overlapped_)) {
         const DWORD error = GetLastError();

@@ -28,10 +28,19 @@ using ipc::CInterprocessCommunicationWin;
 
 const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-channel-test";
 
-/// Waits for I/O time out fifty times as fast.
-void shortenTimeOuts() {
+std::atomic<DWORD> speed = 1; ///< Waits for I/O time out so many times as fast.
+std::atomic<int> pauses = 0;  ///< Pauses between attempts, each a tenth as long.
+
+/// Call it before a listener starts: its thread uses the seams.
+void watchWaits() {
+    speed = 1;
+    pauses = 0;
     WaitForMultipleObjectsSeam::fake = [](DWORD count, const HANDLE* objects, BOOL all, DWORD time) {
-        return WaitForMultipleObjectsSeam::real(count, objects, all, time == INFINITE ? time : time / 50);
+        return WaitForMultipleObjectsSeam::real(count, objects, all, time == INFINITE ? time : time / speed);
+    };
+    WaitForSingleObjectSeam::fake = [](HANDLE object, DWORD time) {
+        pauses += time == 300;
+        return WaitForSingleObjectSeam::real(object, time == 300 ? 30 : time);
     };
 }
 
@@ -63,6 +72,7 @@ win32::KernelHandle rawClient(const std::wstring& name = kPipe) {
 class Channel : public testing::Test {
 protected:
     Channel() {
+        watchWaits();
         server.setRequestHandler(&echo);
         EXPECT_TRUE(server.isFirstInstance());
         EXPECT_EQ(server.startServer(), 0u);
@@ -97,14 +107,11 @@ TEST_F(Channel, ClientsOneAfterTheOther) {
     CInterprocessCommunicationWin client(kMutex, kPipe);
     EXPECT_EQ(client.sendRequest("x"), 10u) << "not connected";
     EXPECT_EQ(client.connectToServer(5000), 0u);
-    WaitForSingleObjectSeam::fake = [](HANDLE object, DWORD time) {
-        EXPECT_NE(time, 300u) << "a reconnection is not paused for";
-        return WaitForSingleObjectSeam::real(object, time);
-    };
     for (const char* text : {"one", "two", "three"}) { // the server disconnects after each
         EXPECT_EQ(client.sendRequest(text), 0u);
         EXPECT_EQ(client.lastReply(), text);
     }
+    EXPECT_EQ(pauses, 0) << "a reconnection is not paused for";
     EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance has nobody to talk to";
     EXPECT_EQ(server.startServer() + server.connectToServer(), 170u + 170u) << "it serves already";
     EXPECT_EQ(ask("still there"), "0 still there");
@@ -118,11 +125,6 @@ TEST_F(Channel, ClientsOneAfterTheOther) {
 }
 
 TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
-    int pauses = 0;
-    WaitForSingleObjectSeam::fake = [&pauses](HANDLE object, DWORD time) {
-        pauses += time == 300;
-        return WaitForSingleObjectSeam::real(object, time == 300 ? 30 : time);
-    };
     echo.onEach = [this] { echo.reply.assign(65527, 'x'); }; // too long to be sent
     EXPECT_EQ(ask("x").substr(0, 4), "233 ");
     EXPECT_EQ(echo.requests, 7);
@@ -138,9 +140,9 @@ TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
 }
 
 TEST_F(Channel, ClientsThatConnectBeforeTheListenerWaits) {
+    win32::KernelHandle early;
     for (const bool isGone : {false, true}) {
         server.stop();
-        win32::KernelHandle early;
         ConnectNamedPipeSeam::calls = 0;
         ConnectNamedPipeSeam::fake = [&](HANDLE pipe, OVERLAPPED* overlapped) {
             if (ConnectNamedPipeSeam::calls == 1)
@@ -160,9 +162,12 @@ TEST_F(Channel, ClientsThatConnectBeforeTheListenerWaits) {
 }
 
 TEST_F(Channel, SilentPeers) {
-    shortenTimeOuts();
-    const auto silent = rawClient();
+    speed = 50;
+    CInterprocessCommunicationWin idle(kMutex, kPipe);
+    EXPECT_EQ(idle.connectToServer(5000), 0u);
     EXPECT_EQ(ask("x"), "0 x") << "a silent client is dropped";
+    EXPECT_EQ(idle.sendRequest("y"), 0u) << "and reconnects";
+    EXPECT_EQ(pauses, 0);
     server.stop();
     const win32::KernelHandle mute(CreateNamedPipeW((L"\\\\.\\pipe\\" + kPipe).c_str(), PIPE_ACCESS_DUPLEX,
                                                     PIPE_TYPE_MESSAGE, 1, 100, 100, 0, nullptr));
@@ -248,6 +253,7 @@ TEST_F(Channel, StopsFromEveryStateAndStartsAgain) {
 }
 
 TEST(BringToFront, AsksTheRunningInstance) {
+    watchWaits();
     const char* name = "Zelsys test app";
     HWND raised = nullptr;
     SetForegroundWindowSeam::fake = [&](HWND window) { return raised = window, TRUE; };
@@ -269,7 +275,7 @@ TEST(BringToFront, AsksTheRunningInstance) {
     EXPECT_TRUE(ipc::bringRunningToFront(name));
     other.join();
     EXPECT_EQ(shown, 3);
-    shortenTimeOuts();
+    speed = 50;
     const auto silent = rawClient(ipc::pipeBaseName(name));
     EXPECT_TRUE(ipc::bringRunningToFront(name)) << "waits until the silent client is dropped";
     EXPECT_EQ(shown, 4);
@@ -277,6 +283,7 @@ TEST(BringToFront, AsksTheRunningInstance) {
     const std::wstring host = testing_support::besideThisProgram(L"zelsyshelper-host.exe");
     EXPECT_EQ(_wspawnl(_P_WAIT, host.c_str(), L"host", L"raise", L"\"Zelsys test app\"", nullptr), 0);
     EXPECT_EQ(shown, 5);
+    running.stop();
     testing_support::restoreSeams();
 }
 

@@ -13,6 +13,13 @@ DWORD moveToEnd(HANDLE file) {
     return low == INVALID_SET_FILE_POINTER ? ::GetLastError() : ERROR_SUCCESS;
 }
 
+/// Returns true for a path that Windows resolves to a device, as it does with CON or COM1 in any folder.
+bool isDevice(const std::wstring& path) {
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full.starts_with(L"\\\\.\\");
+}
+
 } // namespace
 
 std::uint32_t COStreamFile::open(const std::wstring& path) {
@@ -20,11 +27,14 @@ std::uint32_t COStreamFile::open(const std::wstring& path) {
         return ERROR_INVALID_PARAMETER;
     if (file_.access([](const auto& file) { return static_cast<bool>(file); }))
         return ERROR_ALREADY_EXISTS;
+    // Opening a serial port changes the state of its lines, so the name is checked first.
+    if (isDevice(path))
+        return ERROR_INVALID_NAME;
     win32::KernelHandle file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         return ::GetLastError();
-    // Names such as NUL or COM1 open a device in any folder, and what is written there is lost.
+    // A device that the name does not reveal would discard the data.
     if (GetFileType(file.get()) != FILE_TYPE_DISK)
         return ERROR_INVALID_NAME;
     file_.set(std::move(file));

@@ -80,6 +80,7 @@ TEST_F(Download, OutcomesOneAfterTheOtherWithoutAStop) {
         {L"/close/c", "12152/14114/0", L"c", 0},
         {L"/file/7/a?b", "123/70/0", L"a", 0},
         {L"/file/7/NUL", "123/70/0", L"NUL", 0},
+        {L"/file/7/CON", "123/70/0", L"CON", 0},
         {L"/file/7/", "87/70/0", L"", 0},
     };
     for (const auto& c : cases) {

@@ -133,4 +133,11 @@ TEST_F(Download, LibraryCanBeFreed) {
     }
 }
 
+/// A DLL's static destructor stops the download, whose worker the system has ended.
+TEST(DownloadAtProcessEnd, StopReturnsAtOnce) {
+    const auto port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")));
+    EXPECT_EQ(startDownloadFile(L"127.0.0.1", port, nullptr, nullptr, L"http://x/silent/x", nullptr), 0u);
+    EXPECT_NE(LoadLibraryW(testing_support::besideThisProgram(L"sends_at_end.dll").c_str()), nullptr);
+}
+
 } // namespace

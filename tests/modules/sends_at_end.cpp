@@ -1,5 +1,5 @@
-// A DLL that sends an event from the destructor of a static object: at process exit all other threads,
-// WinHTTP's included, have been ended by then.
+// A DLL that sends an event, and stops and starts a download, from the destructor of a static object: at
+// process exit all other threads, WinHTTP's included, have been ended by then.
 
 #include "zelsyshelper.h"
 
@@ -11,6 +11,8 @@ const struct SendsAtEnd {
     ~SendsAtEnd() {
         const ULONGLONG begin = GetTickCount64();
         sendAppEvent("at the end", "", "", "", "", "", "", "", "", "");
+        stopDownloadFile();
+        startDownloadFile(nullptr, 0, nullptr, nullptr, L"http://127.0.0.1/x", nullptr);
         if (GetTickCount64() - begin > 5000)
             TerminateProcess(GetCurrentProcess(), 1);
     }

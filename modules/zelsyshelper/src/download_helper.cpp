@@ -12,8 +12,8 @@ namespace {
 /// What the queries return while there is no download.
 constexpr std::uint32_t kNoJob = ERROR_INVALID_ENVIRONMENT;
 
-/// The one download job. It is made by the first start, and let go when the process ends, since its worker is
-/// gone by then.
+/// The only download job. Created by the first start; leaked when the process ends, since the system has
+/// ended its worker by then.
 struct Job {
     std::unique_ptr<http::CHttpDownloadFile> job;
 
@@ -60,6 +60,9 @@ uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const w
                                    .password = owned(proxyPassword)};
         const auto address = url != nullptr ? std::optional(owned(url)) : std::nullopt;
         const std::wstring folder = owned(targetFolder);
+        // No worker would start, and the download could not be awaited.
+        if (win32::isProcessEnding())
+            return std::uint32_t{ERROR_SHUTDOWN_IN_PROGRESS};
         const sys::CsGuard guard(downloadLock.section());
         if (!current.job)
             current.job = std::make_unique<http::CHttpDownloadFile>();
@@ -69,6 +72,9 @@ uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const w
 
 void stopDownloadFile(void) {
     frame::run(0, [] {
+        // The system has ended the worker, so its end would never be signalled.
+        if (win32::isProcessEnding())
+            return 0;
         const sys::CsGuard guard(downloadLock.section());
         // A worker that cannot be brought to an end, as on a disk that does not answer, keeps its job.
         if (current.job && !current.job->stop() && !current.job->stop())

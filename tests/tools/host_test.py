@@ -60,6 +60,7 @@ class Host(unittest.TestCase):
         server = Server(answer)
         self.addCleanup(server.close)
         folder = prefix.windows_path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.assertEqual(prefix.host("download", "http://some.example/file", "--timeout", "10x").returncode, 2)
         for path, words in (("/file", ""), ("/missing", "answered with HTTP status 404 (stage 60)"),
                             ("/page", "404; what was downloaded is its error page"),
                             ("/circle", "redirects in a circle"), ("/late", "not finished after 1 s")):
@@ -79,6 +80,8 @@ class Host(unittest.TestCase):
         server.close()
         found = self.json("doctor")
         self.assertEqual((found["proxy"][:3], found["ok"]), ("bad", False))
+        prefix.set_proxy(server.port, ProxyAddress="127.0.0.1:8080")
+        self.assertIn("put the port into ProxyPort", self.json("doctor")["common.cfg"])
 
 
 if __name__ == "__main__":

@@ -90,6 +90,20 @@ std::wstring proxyHost(const std::wstring& address) {
     return host.substr(0, host.find(L'/'));
 }
 
+/// Returns why events cannot use the proxy host; empty if they can.
+std::wstring proxyProblem(const std::wstring& host) {
+    if (host.empty())
+        return L"asks for a proxy and names none; set ProxyAddress, or ProxyType to 0";
+    if (host.find(L'/') != host.npos)
+        return L"has the ProxyAddress " + host +
+               L", which events cannot use; only \"http://\" may precede the name";
+    // Several colons are an IPv6 address.
+    const auto colon = host.find(L':');
+    if (colon != host.npos && colon == host.rfind(L':') && host.front() != L'[')
+        return L"has the ProxyAddress " + host + L", which events cannot use; put the port into ProxyPort";
+    return {};
+}
+
 Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Report& report) {
     const std::wstring path = settings + L"\\common.cfg";
     wchar_t value[256];
@@ -114,8 +128,8 @@ Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Re
     }
     const auto port = static_cast<std::int32_t>(library.getIntFromPropertyFile(path.c_str(), "ProxyPort"));
     Proxy proxy{proxyHost(read("ProxyAddress")), std::to_wstring(port != ZELSYSHELPER_NO_INT ? port : 80)};
-    if (proxy.host.empty()) {
-        report.bad("common.cfg", L"asks for a proxy and names none; set ProxyAddress, or ProxyType to 0");
+    if (const std::wstring problem = proxyProblem(proxy.host); !problem.empty()) {
+        report.bad("common.cfg", problem);
         return {};
     }
     const std::wstring user = read("ProxyUser");

@@ -14,6 +14,8 @@ namespace {
 constexpr DWORD kPollInterval = 200; // milliseconds
 constexpr int kBarWidth = 40;
 constexpr std::uint32_t kFirstErrorStatus = 400;
+constexpr std::uint32_t kHighestPort = 65535;
+constexpr std::uint32_t kLongestTimeout = 0xFFFFFFFF; // seconds
 
 struct StageText {
     std::uint32_t stage;
@@ -72,6 +74,13 @@ struct Outcome {
 
 enum class End { kReached, kInterrupted, kTimedOut };
 
+/// Returns the number that the text consists of; 0 for any other text and above the limit.
+std::uint32_t number(const std::wstring& text, std::uint32_t limit) {
+    const bool isNumber = text.find_first_not_of(L"0123456789") == text.npos;
+    const auto value = isNumber ? _wcstoui64(text.c_str(), nullptr, 10) : 0;
+    return value <= limit ? static_cast<std::uint32_t>(value) : 0;
+}
+
 /// \return Empty when all is well, otherwise what is wrong with the arguments.
 std::wstring parse(const Arguments& arguments, Options& options) {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -83,22 +92,20 @@ std::wstring parse(const Arguments& arguments, Options& options) {
             continue;
         }
         if (i + 1 == arguments.size())
-            return argument + L" wants a value";
+            return argument + L" requires a value";
         const std::wstring& value = arguments[++i];
         if (argument == L"--folder") {
             options.folder = fullPath(value);
         } else if (argument == L"--proxy") {
             const auto colon = value.rfind(L':');
-            const int port = colon != value.npos ? _wtoi(value.c_str() + colon + 1) : 0;
-            if (port < 1 || port > 65535)
-                return L"--proxy wants HOST:PORT";
+            options.proxyPort = colon != value.npos ? number(value.substr(colon + 1), kHighestPort) : 0;
+            if (options.proxyPort == 0)
+                return L"--proxy requires HOST:PORT";
             options.proxyHost = value.substr(0, colon);
-            options.proxyPort = static_cast<std::uint32_t>(port);
         } else if (argument == L"--timeout") {
-            const int seconds = _wtoi(value.c_str());
-            if (seconds < 1)
-                return L"--timeout requires a number of seconds";
-            options.timeout = static_cast<std::uint32_t>(seconds);
+            options.timeout = number(value, kLongestTimeout);
+            if (options.timeout == 0)
+                return L"--timeout requires a whole number of seconds from 1 to 4294967295";
         } else if (argument == L"--proxy-user") {
             options.proxyUser = value;
         } else if (argument == L"--proxy-password") {
@@ -144,6 +151,7 @@ void showProgress(std::uint32_t percent, std::uint32_t seconds, std::int64_t byt
 End follow(const Library& library, const Options& options) {
     const bool isTerminal = _isatty(_fileno(stdout)) != 0;
     const std::wstring path = outputPath(options);
+    const ULONGLONG begin = GetTickCount64();
     for (bool isFirst = true;; isFirst = false) {
         Sleep(isFirst ? 0 : kPollInterval);
         std::uint8_t isRunning = 0;
@@ -155,7 +163,7 @@ End follow(const Library& library, const Options& options) {
         const bool isShown = isRunning != 0 ? isTerminal : Outcome(library).isGood();
         if (isShown)
             showProgress(percent, seconds, fileSize(path));
-        const bool isTimedOut = options.timeout != 0 && seconds >= options.timeout;
+        const bool isTimedOut = options.timeout != 0 && GetTickCount64() - begin >= options.timeout * 1000ULL;
         if (isRunning != 0 && !interrupted && !isTimedOut)
             continue;
         if (isTerminal || isShown)

@@ -1,12 +1,12 @@
 /*
- * An installer in small: copies a product, runs its update service, puts a link to it, and takes all that
- * away.
+ * A small installer: copies a product, installs its update service and creates a link to it, or removes all
+ * three.
  *
  *     installer install PRODUCT FOLDER LINK
  *     installer remove FOLDER LINK
  *
  * PRODUCT holds subfolders only, among them "bin" with "player.exe" and "update_service.exe"; files beside
- * them would not be copied reliably.
+ * them are not copied reliably. The installer itself lies outside FOLDER.
  */
 #include "zelsyshelper.h"
 
@@ -21,6 +21,16 @@ static int failed(const wchar_t* step, long number)
     return 1;
 }
 
+/* Returns 0 if the path is too long. */
+static int join(wchar_t* path, const wchar_t* folder, const wchar_t* name)
+{
+    const size_t length = wcslen(folder);
+    const wchar_t* separator = length != 0 && folder[length - 1] == L'\\' ? L"" : L"\\";
+    const int written = swprintf(path, MAX_PATH, L"%ls%ls%ls", folder, separator, name);
+
+    return written > 0 && written < MAX_PATH;
+}
+
 static int install(const wchar_t* product, const wchar_t* folder, const wchar_t* link)
 {
     wchar_t service[MAX_PATH], player[MAX_PATH];
@@ -28,8 +38,8 @@ static int install(const wchar_t* product, const wchar_t* folder, const wchar_t*
     uint32_t failures;
     int64_t code;
 
-    swprintf(service, MAX_PATH, L"%ls\\bin\\update_service.exe", folder);
-    swprintf(player, MAX_PATH, L"%ls\\bin\\player.exe", folder);
+    if (!join(service, folder, L"bin\\update_service.exe") || !join(player, folder, L"bin\\player.exe"))
+        return failed(L"naming the files", ERROR_FILENAME_EXCED_RANGE);
 
     /* A destination that is missing counts as one failure. */
     CreateDirectoryW(folder, NULL);
@@ -50,32 +60,28 @@ static int install(const wchar_t* product, const wchar_t* folder, const wchar_t*
 
 static int uninstall(const wchar_t* folder, const wchar_t* link)
 {
-    wchar_t empty[MAX_PATH];
+    wchar_t self[MAX_PATH];
     uint32_t failures = 0;
     int tries;
     int64_t code;
+    DWORD length;
 
-    /* Copying an empty folder over the product deletes it. The empty folder is created beside the product,
-     * where only those can write who can write the product: in %TEMP%, another user who knows or guesses the
-     * name creates it first and has its content installed. */
-    swprintf(empty, MAX_PATH, L"%ls.empty", folder);
-    RemoveDirectoryW(empty); /* of an interrupted removal; fails if there is anything in it */
-    if (!CreateDirectoryW(empty, NULL))
-        return failed(L"creating an empty folder", (long)GetLastError());
+    /* Copying an empty folder over the product deletes it. A file counts as an empty folder. The installer's
+     * own file needs no cleanup, and no other user can replace it by a folder that would be installed. */
+    length = GetModuleFileNameW(NULL, self, MAX_PATH);
+    if (length == 0 || length == MAX_PATH)
+        return failed(L"finding the installer", (long)GetLastError());
 
     code = uninstallService();
-    if (code != 0) {
-        RemoveDirectoryW(empty);
+    if (code != 0)
         return failed(L"the service", (long)code);
-    }
     DeleteFileW(link);
     for (tries = 0; tries < 10; ++tries) {
-        failures = (uint32_t)copyDirEx(empty, folder);
+        failures = (uint32_t)copyDirEx(self, folder);
         if (failures == 0)
             break;
-        Sleep(200); /* the service has stopped, its process may have some way to go */
+        Sleep(200); /* the service has stopped, but its process may not have ended yet */
     }
-    RemoveDirectoryW(empty);
     return failures == 0 ? 0 : failed(L"deleting", (long)failures);
 }
 

@@ -11,10 +11,10 @@
 
 namespace http {
 
-/// The step at which a download failed; the stages of its requests stand beside these.
+/// The step at which a download failed. A failed request reports a \ref Stage instead.
 enum JobStage : std::uint32_t {
     kJobStageNone = 0,
-    kJobStageRunning = 10, ///< Start refused: one is running already.
+    kJobStageRunning = 10, ///< Start refused: a download is running.
     kJobStageNoUrl = 20,   ///< Start refused: no URL.
     kJobStageReady = 40,   ///< An event is missing, or the ready event cannot be reset.
     kJobStageThread = 50,  ///< The worker could not be started, or ran out of memory.
@@ -24,10 +24,10 @@ enum JobStage : std::uint32_t {
 
 /// \brief Downloads one file at a time on a thread of its own.
 ///
-/// The server is first asked for the length alone; one that does not tell it cannot be downloaded from. The
-/// HTTP status is not judged: an error page with a length is downloaded like any file.
+/// A first request reads the length alone; without a length the download fails. The HTTP status is not
+/// checked: an error page with a length is downloaded like any file.
 ///
-/// `Start` and `stop` belong to one thread at a time; everything else may be called at any time.
+/// One thread at a time may call `Start` and `stop`. Any thread may call everything else at any time.
 class CHttpDownloadFile : private thread::CThreadFunction {
 public:
     struct SResultData {
@@ -49,27 +49,27 @@ public:
 
     /// \brief Starts a download and returns once its worker is running.
     ///
-    /// Refused while one is running and without a URL; both are told by the stage of the result only.
-    /// \param url Nothing is a refusal. White space around it is removed.
-    /// \param targetFolder Where the file goes, under the name behind the URL's last "/"; empty for the
-    ///                     suite's
-    /// settings folder. Made when missing.
-    /// \return 0, or the Windows error number with which the worker could not be started.
+    /// Refuses to start while a download is running and without a URL: returns 0 and sets the result's stage.
+    /// \param url `nullopt` is refused. White space around it is removed.
+    /// \param targetFolder Folder of the file, which is created if missing; empty for the suite's settings
+    ///                     folder. The file has the name that follows the URL's last "/".
+    /// \return 0, or the Windows error number of a worker that could not be started.
     std::uint32_t Start(const web::TNetProxy& proxy, const std::optional<std::wstring>& url,
                         const std::wstring& targetFolder);
 
     /// \brief Cancels the download and waits for its worker, at most 15 seconds.
     ///
-    /// A worker that receives data ends by itself. One that waits for a silent server has its handles closed.
-    /// \return Whether the worker is done; until then the object must not be destroyed.
+    /// Sets the cancel flag, waits 100 ms, and only then closes the WinHTTP handles. Repeats this until the
+    /// worker has ended, because an exchange that begins clears the flag.
+    /// \return True if the worker has ended; otherwise the object must not be destroyed.
     bool stop();
 
     SResultData result() const { return result_.get(); }
 
-    /// \brief How much is done, in percent: 0 before the start, 100 after the end, whatever the outcome.
+    /// \brief Returns the progress in percent: 0 before the start, 100 after the end, also of a failure.
     std::uint32_t progress() const;
 
-    /// \brief How long the download runs, or has run.
+    /// \brief Returns how long the download has been running, or took.
     std::uint32_t elapsedSeconds() const;
 
 private:

@@ -12,7 +12,7 @@ namespace http {
 
 /// \brief Performs HTTP(S) exchanges over WinHTTP, one after the other, on the thread that calls `Execute`.
 ///
-/// While an exchange runs, other threads may read everything that the getters give, and cancel it.
+/// While an exchange runs, other threads may call the getters and cancel it.
 class CHttpRequest {
 public:
     /// The last error of an exchange. Unlike the result, it also tells of a body that ended too early.
@@ -43,7 +43,7 @@ public:
         std::int64_t downloaded = 0;
     };
 
-    /// How long an exchange that receives data gets to notice the cancel flag between two chunks.
+    /// Time for an exchange that receives data to check the cancel flag between two chunks.
     static constexpr std::uint32_t kCancelGrace = 100; // milliseconds
 
     /// Milliseconds.
@@ -56,35 +56,37 @@ public:
 
     CHttpRequest();
 
-    /// \brief Makes one exchange and returns when it is over. Never called by two threads at once.
+    /// \brief Performs one exchange and returns when it has ended. One thread at a time may call it.
     ///
-    /// A port in the URL is ignored: https goes to 443, all else to 80. A cancelled exchange leaves the
-    /// result as it stands, mostly 0/0. A body shorter than expected is no failure of the result either, see
-    /// `error`.
+    /// A port in the URL is ignored: https uses port 443, any other scheme port 80. Cancelling does not
+    /// change the result, which is mostly 0/0 then. A body that is shorter than expected leaves the result
+    /// 0/0: only `error` reports it.
     /// \param input The body of the request; null for none. Not owned.
     /// \param output Takes the body of the reply; with null the body is not read. Not owned.
     /// \param expectedLength Bytes after which reading ends; 0 or less when unknown.
     void Execute(TResult& result, const std::wstring& url, const std::wstring& verb, io::CIStreamBase* input,
                  io::COStreamBase<char>* output, std::int64_t expectedLength) noexcept;
 
-    /// \brief Ends the running exchange and returns when it is over; at once when none runs.
+    /// \brief Cancels the running exchange and waits for its end. Returns at once if none is running.
     ///
-    /// Must not be called from the thread that runs `Execute`.
+    /// Sets the cancel flag, waits 100 ms, and only then closes the WinHTTP handles. Repeats this until the
+    /// exchange has ended, because an exchange that begins clears the flag. Must not be called from the
+    /// thread that runs `Execute`.
     /// \return 0 or a Windows error number.
     std::uint32_t Cancel();
 
-    /// \brief Forgets the figures of the last exchange. Not to be called while one runs.
+    /// \brief Resets the progress of the last exchange. Must not be called while an exchange runs.
     void clearProgress();
 
-    /// \brief Sets the cancel flag, which ends the exchange after its current call of WinHTTP. Does not wait.
+    /// \brief Sets the cancel flag, which ends the exchange after its current WinHTTP call. Does not wait.
     ///
-    /// To be repeated until the exchange is over, since an exchange that begins clears the flag.
+    /// Repeat it until the exchange has ended: an exchange that begins clears the flag.
     void askToCancel() { cancelled_.set(true); }
 
-    /// \brief As `askToCancel`, and closes the handles, which ends a blocking call of WinHTTP.
+    /// \brief Calls `askToCancel` and closes the WinHTTP handles, which ends a blocking call.
     ///
-    /// Windows does not guarantee that a synchronous call survives this: only for an exchange that has had
-    /// `kCancelGrace` to notice the flag.
+    /// Closing a handle that a synchronous call uses is not safe on Windows. Call `askToCancel` first and
+    /// give the exchange `kCancelGrace` to end.
     void forceCancel();
 
     bool isBusy() const { return busy_.get(); }

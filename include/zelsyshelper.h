@@ -167,8 +167,9 @@ ZELSYSHELPER_API uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t p
                                             const wchar_t* url, const wchar_t* targetFolder);
 
 /**
- * Cancels the download and forgets it; without one it does nothing. Blocks until the download's worker has
- * ended: for milliseconds while data arrives, for up to 30 seconds if the server is silent or the disk hangs.
+ * Cancels the download and discards its results; does nothing without a download. Blocks until the download's
+ * worker has ended: for milliseconds while data arrives, for up to 30 seconds if the server is silent or the
+ * disk hangs. Returns at once, without any effect, while the process ends.
  */
 ZELSYSHELPER_API void stopDownloadFile(void);
 
@@ -619,7 +620,8 @@ ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
  * exits when the result is 1.
  *
  * Normally takes milliseconds. Blocks for up to 16 seconds: 6 while the running instance handles another
- * client, and 5 for each of two requests that it does not answer.
+ * client, and 5 for each of two requests that it does not answer. Opening the pipe by the computer's name is
+ * not part of this bound: it takes as long as the network stack blocks.
  *
  * Names are machine-wide: an instance in another user's session counts, although its window cannot be raised.
  * To run one instance per session, make the session's number part of the name. Any process of this machine,

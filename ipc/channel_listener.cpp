@@ -79,8 +79,8 @@ void CInterprocessCommunicationWin::answer(std::string_view message) {
     }
     DWORD count = 0;
     WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()), &count, nullptr);
-    // DisconnectNamedPipe discards what the client has not read. The read ends when the client closes its end
-    // or sends its next request, which needs a new connection.
+    // DisconnectNamedPipe discards a reply that the client has not read. This read completes when the client
+    // closes its end. A second request on this connection is discarded: each needs a connection of its own.
     read(kReplyGrace, count);
 }
 

@@ -11,7 +11,7 @@ constexpr DWORD kCloseTime = 1000; // milliseconds
 
 } // namespace
 
-/// What WinHTTP's threads use until the request handle is gone.
+/// WinHTTP's threads use it until they have reported HANDLE_CLOSING.
 struct AsyncRequest::State {
     sys::Signal stepOver;
     win32::KernelHandle closed{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
@@ -27,7 +27,7 @@ AsyncRequest::AsyncRequest(win32::WinHttpHandle request, const Deadline& deadlin
         return;
     auto state = std::make_unique<State>();
     context_ = reinterpret_cast<DWORD_PTR>(state.get());
-    // The callback comes last: once it is set, it must be waited for.
+    // The callback is set last: once it is set, the destructor must wait for HANDLE_CLOSING.
     if (!state->closed ||
         !WinHttpSetOption(request_.get(), WINHTTP_OPTION_CONTEXT_VALUE, &context_, sizeof context_) ||
         WinHttpSetStatusCallback(request_.get(), onStatus,
@@ -39,8 +39,8 @@ AsyncRequest::AsyncRequest(win32::WinHttpHandle request, const Deadline& deadlin
 
 AsyncRequest::~AsyncRequest() {
     request_.reset();
-    // Once the handle is gone nothing calls back, and the library may be unloaded. Should WinHTTP hold on to
-    // it, the library has to stay, and so has what a step may still write to.
+    // After HANDLE_CLOSING WinHTTP does not call back, and the library can be unloaded. Without that report
+    // the library and the buffers of the step must stay.
     if (state_ != nullptr && WaitForSingleObject(state_->closed.get(), kCloseTime) != WAIT_OBJECT_0) {
         win32::pinModule();
         static_cast<void>(state_.release());
@@ -72,7 +72,7 @@ DWORD AsyncRequest::readPart(std::string& body) {
     return error;
 }
 
-/// Makes the call that starts a step, and waits for the step's end.
+/// Starts a step by `call` and waits until it completes or the deadline passes.
 template <class Call>
 DWORD AsyncRequest::wait(Call call) {
     State& state = *state_;
@@ -102,8 +102,8 @@ void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status,
         state.error = static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError;
         break;
     case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
-        // An event of the system, and as the last thing: compiled to a jump, it leaves no code of the library
-        // for this thread to come back to while the library is being unloaded.
+        // Must stay the last statement: as a tail call it does not return to this library, which the
+        // destructor's thread may unload as soon as the event is set.
         SetEvent(state.closed.get());
         return;
     default:

@@ -8,18 +8,18 @@
 
 namespace xferlib {
 
-/// \brief A request of an asynchronous session, whose steps are waited for up to a deadline.
+/// \brief A request of an asynchronous session. Blocks for each step until it completes or the deadline
+/// passes.
 ///
-/// WinHTTP's own time-outs count anew with each piece that arrives, so a peer that trickles could hold a
-/// synchronous call for ever. Here a step that is not over by the deadline is left to itself: the request is
-/// closed, and what the step may still touch lives on until WinHTTP lets go of it.
+/// WinHTTP's own time-outs restart with each piece that arrives, so a peer that sends one byte at a time
+/// could block a synchronous call indefinitely. After the deadline the step is abandoned. The destructor
+/// closes the request; the buffers of an abandoned step live until WinHTTP has released the handle.
 ///
-/// The steps return 0 or a Windows error number, ERROR_WINHTTP_TIMEOUT after the deadline. After
-/// ERROR_WINHTTP_RESEND_REQUEST the request may be sent again; after any other failure no further step is
-/// allowed.
+/// Steps return 0 or a Windows error number, ERROR_WINHTTP_TIMEOUT after the deadline. After
+/// ERROR_WINHTTP_RESEND_REQUEST the request may be sent again. After any other error no step may follow.
 class AsyncRequest {
 public:
-    /// \param request A request that was just opened; may be null, `isValid` tells.
+    /// \param request A new request. If it is null, `isValid` returns false.
     AsyncRequest(win32::WinHttpHandle request, const Deadline& deadline);
     AsyncRequest(const AsyncRequest&) = delete;
     AsyncRequest& operator=(const AsyncRequest&) = delete;
@@ -27,10 +27,10 @@ public:
 
     bool isValid() const { return state_ != nullptr; }
 
-    /// For calls that do not wait: options, headers of the reply.
+    /// For calls that do not block: options, headers of the reply.
     HINTERNET get() const { return request_.get(); }
 
-    /// Sends the request with this body; may be repeated, for example with credentials.
+    /// Sends the request with this body. May be repeated, for example with credentials.
     DWORD send(const std::string& body);
     DWORD receiveResponse();
 

@@ -12,7 +12,7 @@ namespace {
 using win32::WinHttpHandle;
 
 constexpr std::int32_t kStatusNoContent = 204, kStatusNotModified = 304;
-constexpr int kMostSends = 32; // far above the legs of any handshake: only stops one that never ends
+constexpr int kMostSends = 32; // more than any handshake needs; stops one that never ends
 
 struct Address {
     std::wstring host;
@@ -41,7 +41,7 @@ TransferCode crack(const std::wstring& url, Address& address) {
 }
 
 bool addHeaders(HINTERNET request, const std::wstring& lines) {
-    // Headers of WinHttpSendRequest stay with the request: one that is sent twice would carry them twice.
+    // Headers passed to WinHttpSendRequest are added again with each send.
     return lines.empty() || WinHttpAddRequestHeaders(request, lines.c_str(), static_cast<DWORD>(lines.size()),
                                                      WINHTTP_ADDREQ_FLAG_ADD | WINHTTP_ADDREQ_FLAG_REPLACE);
 }
@@ -51,10 +51,11 @@ bool setOption(HINTERNET request, DWORD option, DWORD value) {
 }
 
 bool configure(HINTERNET request, const Hop& hop, const Deadline& deadline) {
-    // Optional for servers that only offer to look at one; older systems do not know the option.
+    // Without it a server that requests an optional client certificate fails the request. Older systems do
+    // not know the option.
     WinHttpSetOption(request, WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
     const int time = deadline.remaining();
-    // Redirects are followed by the caller, who holds the deadline, the limit and the rule on https.
+    // The caller follows redirects: it has the deadline, the limit and the rule on https.
     return WinHttpSetTimeouts(request, time, std::min(time, hop.connectTimeout), time, time) &&
            setOption(request, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, static_cast<DWORD>(time)) &&
            setOption(request, WINHTTP_OPTION_DISABLE_FEATURE,
@@ -87,7 +88,7 @@ std::wstring textHeader(HINTERNET request, DWORD header) {
 }
 
 TransferCode readToEnd(AsyncRequest& request, std::string& body) {
-    // Ends with a read of 0 bytes even if the length is known: WinHTTP reuses the connection only then.
+    // WinHTTP reuses the connection only after a read of 0 bytes, even if the length is known.
     for (std::size_t had = 0;; had = body.size()) {
         if (const DWORD error = request.readPart(body))
             return transferCode(error, kReceiveFailed);
@@ -122,16 +123,16 @@ TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
     // credentials. The page of a final 407 is dropped, since callers would mistake it for the host's reply.
     if (isEncrypted(request.get()) || !proxy.answerRefusal(request.get()))
         return kReceiveFailed;
-    // Schemes that sign in a connection, such as NTLM, need the next send on the same one.
+    // NTLM and Negotiate authenticate the connection, so the next send must reuse it.
     std::string page;
     return readToEnd(request, page);
 }
 
-/// Sends until a reply other than a call for credentials stands in the request.
+/// Sends the request, again with credentials after each 407, until another reply has arrived.
 TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& response) {
     static const std::string kNoBody;
     for (int sends = 0; sends < kMostSends; ++sends) {
-        // Either step can ask for another send while a handshake is under way, as with NTLM.
+        // Both calls can fail with ERROR_WINHTTP_RESEND_REQUEST during a handshake, for example of NTLM.
         DWORD error = request.send(hop.body != nullptr ? *hop.body : kNoBody);
         if (error != 0 && error != ERROR_WINHTTP_RESEND_REQUEST)
             return transferCode(error, kSendFailed);
@@ -198,7 +199,7 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
         return code;
     if (isRedirect(reply.response.status))
         reply.location = textHeader(request.get(), WINHTTP_QUERY_LOCATION);
-    // What a redirect has to say beside its target is of no use.
+    // The body of a redirect is not used.
     return reply.location.empty() ? readBody(request, reply.response) : kOk;
 }
 

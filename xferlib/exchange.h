@@ -9,10 +9,10 @@
 
 namespace xferlib {
 
-/// A 407 comes from the proxy, never from the host: as the last reply it is a failure (56).
+/// As the last reply it is a failure (56), whether the proxy or a host has sent it.
 inline constexpr std::int32_t kStatusProxyAuthentication = 407;
 
-/// One request to one address: what is left of a Request when proxy and redirects are taken out of it.
+/// One request to one address. A Request becomes several hops if its replies redirect.
 struct Hop {
     std::wstring url{};
     bool post = false;
@@ -25,13 +25,13 @@ struct Hop {
 /// The reply to a hop.
 struct HopReply {
     Response response;
-    std::wstring location; ///< Where to go on, as the server wrote it; empty for all but a redirect.
+    std::wstring location; ///< Location header of a redirect, not yet resolved; otherwise empty.
 };
 
 /// \brief Sends one request and reads the whole reply.
 HopReply exchange(const Session& session, const Hop& hop, const Deadline& deadline);
 
-/// \brief Whether a URL is an https one.
+/// \brief Returns true if the URL is valid and its scheme is https.
 bool isSecure(const std::wstring& url);
 
 } // namespace xferlib

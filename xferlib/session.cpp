@@ -22,8 +22,8 @@ struct KeptSession {
 class SessionCache {
 public:
     ~SessionCache() {
-        // WinHTTP may be gone already when the process ends; the system closes everything then. When the
-        // library is merely unloaded, no request is open any more, and closing the session waits for nobody.
+        // WinHTTP may have been unloaded when the process ends, so the session is leaked. When only this
+        // library is unloaded, no request is open, and closing the session does not block.
         if (kept_ && win32::isProcessEnding())
             new (std::nothrow) std::shared_ptr(std::move(kept_));
     }

@@ -9,14 +9,16 @@ namespace xferlib {
 
 using Session = std::shared_ptr<const win32::WinHttpHandle>;
 
-/// \brief The session for a way out: "host:port" of a proxy, or empty for none.
+/// \brief Returns the session for a proxy, or for direct connections.
 ///
-/// The last session is kept, so that requests that go the same way share its open connections. A caller holds
-/// its session for as long as it uses it, also when another caller turns to another way meanwhile.
+/// Caches one session, so that successive requests through the same proxy reuse its connections. Callers
+/// share ownership: a session stays open until its last caller releases it, even if the cache has replaced
+/// it.
 ///
-/// A session that has been idle for more than 30 seconds is replaced. Routers and firewalls drop idle
-/// connections without notice, and the next request would wait for its time-out on one.
-/// \return Null when WinHTTP refuses; GetLastError tells why.
+/// Replaces a session that has been idle for more than 30 seconds. Routers and firewalls drop idle
+/// connections without notice, and the next request on such a connection would time out.
+/// \param proxy "host:port"; empty for direct connections.
+/// \return Null if WinHttpOpen fails; GetLastError returns the error.
 Session openSession(const std::wstring& proxy);
 
 } // namespace xferlib

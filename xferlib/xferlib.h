@@ -8,43 +8,43 @@ namespace xferlib {
 
 /// One HTTP or HTTPS request.
 struct Request {
-    std::string url{};                  ///< Absolute; a port in it is honoured.
-    std::string body{};                 ///< Sent as it stands with a POST.
+    std::string url{};                  ///< Absolute, with or without a port.
+    std::string body{};                 ///< Sent unchanged with a POST, ignored with a GET.
     std::vector<std::string> headers{}; ///< One header line each, without a line end.
-    std::string proxyHost{};            ///< Name or address, also after "http://"; empty: no proxy.
+    std::string proxyHost{};            ///< Name or address, optionally after "http://"; empty: no proxy.
     std::int32_t proxyPort = 80;
-    std::string proxyUser{}; ///< Empty: the proxy wants no credentials.
+    std::string proxyUser{}; ///< Empty: no credentials are sent.
     std::string proxyPassword{};
-    std::int32_t attempts = 1;               ///< How often a failing exchange is tried; 1: no retry.
-    std::int32_t timeoutSeconds = 15;        ///< For everything together; 0 or less: the default, 15.
-    std::int32_t connectTimeoutSeconds = 10; ///< For each connection; 0 or less: as long as the whole.
-    std::int32_t redirectLimit = 10;         ///< How many redirects are followed.
+    std::int32_t attempts = 1;               ///< Maximum number of attempts; 1: no retry.
+    std::int32_t timeoutSeconds = 15;        ///< Of the whole call; 0 or less: 15.
+    std::int32_t connectTimeoutSeconds = 10; ///< Of each connection; 0 or less: `timeoutSeconds`.
+    std::int32_t redirectLimit = 10;         ///< Maximum number of redirects.
     bool post = false;                       ///< POST instead of GET.
 };
 
-/// What came of a request.
+/// The outcome of a request.
 struct Response {
     std::int32_t code = 0;   ///< 0 when the exchange completed, else a transport code (transfer_code.h).
-    std::int32_t status = 0; ///< The HTTP status; 0 while no reply has been read.
+    std::int32_t status = 0; ///< The HTTP status; 0 without a reply.
     std::string body{};
 };
 
-/// The largest reply body that is taken; a larger one is a failure with code 63.
+/// The largest accepted reply body; a larger one fails with code 63.
 inline constexpr std::size_t kLargestBody = 1'048'576; // bytes
 
-/// \brief Makes sure that transfers can be made here. Harmless when repeated.
-/// \return 0, or the transport code 2 when WinHTTP is not usable on this system.
+/// \brief Checks that this system supports WinHTTP. Idempotent.
+/// \return 0, or the transport code 2 if it does not.
 std::int32_t init();
 
-/// \brief Makes one request and waits for its reply, on the calling thread.
+/// \brief Sends one request on the calling thread and waits for its reply.
 ///
-/// The proxy gets the credentials by each scheme that it offers, the strongest first, until it accepts one.
-/// No scheme is tried twice. A transfer that the proxy keeps refusing fails with code 56.
+/// Tries each authentication scheme that the proxy offers once, the strongest first, until the proxy accepts
+/// one. If the proxy refuses all of them, the transfer fails with code 56. Hosts never receive the proxy's
+/// credentials: a 407 of a host fails with code 56 too.
 ///
-/// Server certificates are verified. Redirects are followed, but never from https to http. After 303 a POST
-/// continues as GET; other redirects keep its method and body. Connections are kept for the next request that
-/// goes the same way. May be called from several threads at the same time. Blocks for at most about the
-/// time-out.
+/// Verifies server certificates. Follows redirects, but never from https to http. After 303 a POST continues
+/// as GET; other redirects keep its method and body. Keeps connections open for the next request through the
+/// same proxy. Thread-safe. Blocks at most for the time-out, and one second more for closing the request.
 Response fetch(const Request& request);
 
 } // namespace xferlib

@@ -118,6 +118,15 @@ TEST(SwitchExports, SetAndClear) {
     enableFx((name + L"2").c_str(), "b", 1);
     enableFx(name.c_str(), "c", 0);
     EXPECT_EQ(value("a") + value("b") + value("c"), L"10") << "files are kept apart";
+    const auto setAll = [](const std::wstring& file, const std::string& key) {
+        for (int i = 0; i < 40; ++i)
+            enableFx(file.c_str(), (key + std::to_string(i)).c_str(), 1);
+    };
+    std::thread other(setAll, name + L"2", "y");
+    setAll(name, "x");
+    other.join();
+    for (int i = 0; i < 40; ++i)
+        EXPECT_EQ(value(("x" + std::to_string(i)).c_str()) + value(("y" + std::to_string(i)).c_str()), L"1");
     clearFx(name.c_str());
     EXPECT_EQ(std::filesystem::file_size(path), 0u);
     enableFx(name.c_str(), nullptr, 1);

@@ -76,7 +76,7 @@ def answer(request, handler):
         given.clear()
         return Reply(body=tries.encode())
     if what == "challenge":  # a host that asks for the credentials of the proxy
-        guarded.authorizations += filter(None, [request.headers.get("Proxy-Authorization")])
+        servers["GUARDED"].authorizations += filter(None, [request.headers.get("Proxy-Authorization")])
         return Reply(407, headers={"Proxy-Authenticate": 'Basic realm="host"'})
     if what == "flaky":
         flaky_requests += 1

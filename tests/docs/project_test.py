@@ -46,7 +46,8 @@ class Project(unittest.TestCase):
         dll = ROOT / "build/bin/zelsyshelper.dll"
         dump = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", dll], capture_output=True, text=True, check=True).stdout
         self.assertEqual(re.findall(r"DLL Name: (.*)", dump), ["KERNEL32.dll", "msvcrt.dll"])
-        table = subprocess.run(["llvm-readobj", "--coff-exports", dll], capture_output=True, text=True, check=True).stdout
+        table = subprocess.run(["llvm-readobj", "--coff-exports", dll], capture_output=True, text=True,
+                               check=True).stdout
         exports = set(re.findall(r"^ +Name: (\w+)$", table, re.M))
         header = (ROOT / "include/zelsyshelper.h").read_text()
         self.assertEqual(exports, set(re.findall(r"^ZELSYSHELPER_API \w+ (\w+)\(", header, re.M)))
@@ -54,11 +55,12 @@ class Project(unittest.TestCase):
         self.assertLess(dll.stat().st_size, 350_000)
 
     def test_slots_of_delayed_imports_can_be_written(self):
-        """A linker may put what belongs to imports into read-only memory, where the first call would crash."""
+        """A linker may put imports into read-only memory, where the first call would crash."""
         dll = ROOT / "build/bin/zelsyshelper.dll"
         source = (ROOT / "modules/zelsyshelper/src/delayed_imports.cpp").read_text()
         names = re.findall(r'^ZELSYS_DELAYED\(\w+, (\w+),', source, re.M)
-        dump = [subprocess.run([f"x86_64-w64-mingw32-{tool}", *arguments], capture_output=True, text=True, check=True).stdout
+        dump = [subprocess.run([f"x86_64-w64-mingw32-{tool}", *arguments], capture_output=True, text=True,
+                               check=True).stdout
                 for tool, *arguments in (("nm", f"{dll}.debug"), ("objdump", "-h", dll))]
         slots = {name: int(address, 16) for address, name in re.findall(r"^(\w+) \w __imp_(\w+)$", dump[0], re.M)}
         writable = [range(int(start, 16), int(start, 16) + int(size, 16)) for size, start, flags in

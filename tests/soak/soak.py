@@ -93,8 +93,10 @@ def storm(folder, pem):
     row("storm: calls; fewest, most of one export", f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}")
     # These three leave a store behind at each call, by contract.
     kept = sum(calls[name] for name in ("readProperty", "writeProperty", "checkProperty")) * 3 // 8
-    for name, before, after, most in zip(("handles", "KiB of heap blocks", "KiB of memory"), *usage,
-                                         (32, 64 + kept, 8192 + kept)):
+    # Wine 10 leaks a third of a KiB in each connection with the service manager, whoever opens it.
+    system = sum(calls[name] for name in calls if "Service" in name) // 2
+    for name, before, after, most in zip(("handles", "KiB of own blocks", "KiB of memory"), *usage,
+                                         (32, 64 + kept, 8192 + kept + system)):
         promise(after - before <= most, f"{name} grew from {before} to {after}, by more than {most}")
         row(f"storm: {name} before, after, most growth", f"{before}, {after}, {most}")
 

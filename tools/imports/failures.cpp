@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <numeric>
 #include <set>
 
 namespace imports {
@@ -132,6 +133,12 @@ std::size_t takeLeftBlocks() {
     const std::size_t count = blocks.size();
     blocks.clear();
     return count;
+}
+
+std::size_t leftBytes() {
+    const std::lock_guard guard(heapMutex);
+    return std::accumulate(blocks.begin(), blocks.end(), std::size_t(0),
+                           [](std::size_t sum, void* block) { return sum + _msize(block); });
 }
 
 } // namespace imports

@@ -17,4 +17,7 @@ std::vector<Hooks::Substitute> countedHeap();
 /// \return The number of those blocks; they do not count any more afterwards.
 std::size_t takeLeftBlocks();
 
+/// \brief Returns the size of those blocks, in bytes.
+std::size_t leftBytes();
+
 } // namespace imports

@@ -269,11 +269,11 @@ ZELSYSHELPER_API uint64_t setValueInPropertyFile(const wchar_t* file, const char
 /**
  * Reads one value as a decimal integer: blanks, a sign, digits up to the first other character.
  *
- * \return A signed 32-bit number. 0 when the value does not begin with a number, ZELSYSHELPER_NO_INT when the
- *         key is not there, ZELSYSHELPER_NO_FILE or ZELSYSHELPER_FILE_FAILED when there is nothing to read;
- *         these cannot be told from stored numbers of the same value.
+ * \return A number of 32 bits, sign-extended to 64. 0 if the value does not begin with a number,
+ *         ZELSYSHELPER_NO_INT if the file does not have the key, ZELSYSHELPER_NO_FILE or ZELSYSHELPER_FILE_FAILED
+ *         if the file cannot be read. A stored number can have the same value as these.
  */
-ZELSYSHELPER_API uint64_t getIntFromPropertyFile(const wchar_t* file, const char* key);
+ZELSYSHELPER_API int64_t getIntFromPropertyFile(const wchar_t* file, const char* key);
 
 /**
  * Whether the file can be read and holds the key with a value that is not empty.
@@ -665,7 +665,7 @@ typedef uint64_t (*PFN_isDownloadFileStarted)(uint8_t* started);
 typedef uint64_t (*PFN_getValueFromPropertyFile)(const wchar_t* file, const char* key, wchar_t* buffer,
                                                  uint32_t capacity);
 typedef uint64_t (*PFN_setValueInPropertyFile)(const wchar_t* file, const char* key, const wchar_t* value);
-typedef uint64_t (*PFN_getIntFromPropertyFile)(const wchar_t* file, const char* key);
+typedef int64_t (*PFN_getIntFromPropertyFile)(const wchar_t* file, const char* key);
 typedef uint64_t (*PFN_isValueFromPropertyFileNotEmpty)(const wchar_t* file, const char* key);
 typedef uint64_t (*PFN_readProperty)(const wchar_t* file, const char* key, wchar_t* buffer, uint32_t capacity,
                                      uint8_t enciphered);

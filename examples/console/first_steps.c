@@ -12,7 +12,7 @@ int wmain(int count, wchar_t** arguments)
 {
     wchar_t version[16] = L"";
     wchar_t starts[16];
-    int32_t before;
+    int64_t before;
 
     if (count != 2) {
         fputws(L"usage: first_steps FILE\n", stderr);
@@ -20,14 +20,14 @@ int wmain(int count, wchar_t** arguments)
     }
 
     /* A missing file or key is told by a number that no counter has. */
-    before = (int32_t)getIntFromPropertyFile(arguments[1], "Starts");
-    if (before < 0 || before == (int32_t)ZELSYSHELPER_NO_FILE || before == (int32_t)ZELSYSHELPER_FILE_FAILED)
+    before = getIntFromPropertyFile(arguments[1], "Starts");
+    if (before < 0 || before == ZELSYSHELPER_NO_FILE || before == ZELSYSHELPER_FILE_FAILED)
         before = 0;
-    swprintf(starts, 16, L"%d", before + 1);
+    swprintf(starts, 16, L"%lld", (long long)(before + 1));
     setValueInPropertyFile(arguments[1], "Starts", starts);
 
     /* The result of setting does not tell whether the value was written: reading it back does. */
-    if ((int32_t)getIntFromPropertyFile(arguments[1], "Starts") != before + 1) {
+    if (getIntFromPropertyFile(arguments[1], "Starts") != before + 1) {
         fputws(L"the file cannot be written\n", stderr);
         return 1;
     }

@@ -36,13 +36,13 @@ uint64_t setValueInPropertyFile(const wchar_t* file, const char* key, const wcha
     });
 }
 
-uint64_t getIntFromPropertyFile(const wchar_t* file, const char* key) {
-    return frame::run(std::int32_t{fs::kStatusFileFailed}, [&] {
+int64_t getIntFromPropertyFile(const wchar_t* file, const char* key) {
+    return static_cast<std::int64_t>(frame::run(std::int32_t{fs::kStatusFileFailed}, [&] {
         std::optional<std::string> value;
         if (const int status = fs::readValue(frame::owned(file), frame::owned(key), value))
             return status;
         return value ? std::atoi(value->c_str()) : kIntegerAbsent;
-    });
+    }));
 }
 
 uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, const char* key) {

@@ -1,7 +1,7 @@
 /**
  * \file
- * Loads zelsyshelper.dll at run time, for C++11 and later. Nothing but this header and zelsyshelper.h is
- * needed.
+ * Loads zelsyshelper.dll at run time, for C++11 and later. Needs only this header and zelsyshelper.h. Includes
+ * <windows.h> with WIN32_LEAN_AND_MEAN: include it yourself before this header if you need all of it.
  *
  *     zelsyshelper_load library(L"zelsyshelper.dll");
  *     if (!library)
@@ -16,7 +16,24 @@
 #include <cwchar>
 #include <type_traits>
 
+/* <windows.h> must not define min() and max(), nor include <winsock.h>, which conflicts with <winsock2.h>. */
+#ifndef NOMINMAX
+#define NOMINMAX
+#define ZELSYSHELPER_NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#define ZELSYSHELPER_LEAN
+#endif
 #include <windows.h>
+#ifdef ZELSYSHELPER_NOMINMAX
+#undef NOMINMAX
+#undef ZELSYSHELPER_NOMINMAX
+#endif
+#ifdef ZELSYSHELPER_LEAN
+#undef WIN32_LEAN_AND_MEAN
+#undef ZELSYSHELPER_LEAN
+#endif
 
 /** Calls X with the name of each function. */
 /* clang-format off */

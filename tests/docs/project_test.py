@@ -26,8 +26,10 @@ class Project(unittest.TestCase):
                  for language in ("c -std=c99", "c++ -std=c++11")]
         for compiler, language, path in cases + [(gnu, "c++ -std=c++11", loader)]:
             with self.subTest(compiler=compiler, language=language, path=path.name):
+                source = f'#include "{path}"\n#ifdef min\n#error min\n#endif\n'
+                source += "#include <winsock2.h>\n" if path == loader else ""
                 subprocess.run([compiler, "-x", *language.split(), "-fsyntax-only", "-Wall", "-Wextra",
-                                "-Wpedantic", "-Werror", path], check=True)
+                                "-Wpedantic", "-Werror", "-"], input=source, text=True, check=True)
 
     def test_arrows_of_the_diagram_are_those_of_the_build(self):
         drawn = {}

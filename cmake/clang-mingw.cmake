@@ -1,8 +1,9 @@
-# The same target by clang and LLD, as a second opinion: they use the headers and libraries of the MinGW-w64 above.
+# The product's toolchain: clang and LLD, which write PDBs, with the headers and libraries of MinGW-w64.
 include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake)
 
 set(CMAKE_C_COMPILER clang)
 set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_STRIP llvm-strip)
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 

@@ -12,7 +12,8 @@ set_target_properties(zelsyshelper_ipc PROPERTIES LINKER_LANGUAGE CXX)
 add_custom_target(shipped DEPENDS zelsyshelper zelsyshelper-host zelsyshelper_ipc msvc_library)
 
 install(FILES $<TARGET_FILE:zelsyshelper> $<TARGET_FILE:zelsyshelper-host> DESTINATION bin)
-install(FILES $<TARGET_FILE:zelsyshelper>.debug DESTINATION symbols)
+install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper.pdb
+    ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper-host.pdb DESTINATION symbols)
 install(FILES $<TARGET_LINKER_FILE:zelsyshelper> $<TARGET_FILE:zelsyshelper_ipc>
     ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/zelsyshelper.lib DESTINATION lib)
 install(FILES ${PROJECT_BINARY_DIR}/zelsyshelper-config-version.cmake cmake/zelsyshelper-config.cmake

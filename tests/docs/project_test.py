@@ -4,9 +4,15 @@ import re
 import subprocess
 import sys
 import unittest
+import uuid
 from pathlib import Path
 
 ROOT = Path(__file__).parents[2]
+DLL = ROOT / "build/bin/zelsyshelper.dll"
+
+
+def llvm(tool, *arguments):
+    return subprocess.run([f"llvm-{tool}", *arguments], capture_output=True, text=True, check=True).stdout
 
 
 def targets():
@@ -45,30 +51,37 @@ class Project(unittest.TestCase):
         self.assertLessEqual({"ui/common/stat" if name == "stat" else name for name in linked}, exports)
 
     def test_dll_is_small_and_needs_nothing_heavy_to_be_loaded(self):
-        dll = ROOT / "build/bin/zelsyshelper.dll"
-        dump = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", dll], capture_output=True, text=True, check=True).stdout
-        self.assertEqual(re.findall(r"DLL Name: (.*)", dump), ["KERNEL32.dll", "msvcrt.dll"])
-        table = subprocess.run(["llvm-readobj", "--coff-exports", dll], capture_output=True, text=True,
-                               check=True).stdout
-        exports = set(re.findall(r"^ +Name: (\w+)$", table, re.M))
+        self.assertEqual(re.findall(r"^ +Name: (\S+)$", llvm("readobj", "--coff-imports", DLL), re.M),
+                         ["KERNEL32.dll", "msvcrt.dll"])
+        exports = set(re.findall(r"^ +Name: (\w+)$", llvm("readobj", "--coff-exports", DLL), re.M))
         header = (ROOT / "include/zelsyshelper.h").read_text()
         self.assertEqual(exports, set(re.findall(r"^ZELSYSHELPER_API \w+ (\w+)\(", header, re.M)))
         self.assertEqual(len(exports), 35)
-        self.assertLess(dll.stat().st_size, 350_000)
+        self.assertLess(DLL.stat().st_size, 350_000)
 
-    def test_slots_of_delayed_imports_can_be_written(self):
+    def test_symbols_match_and_slots_of_delayed_imports_can_be_written(self):
         """A linker may put imports into read-only memory, where the first call would crash."""
-        dll = ROOT / "build/bin/zelsyshelper.dll"
-        source = (ROOT / "modules/zelsyshelper/src/delayed_imports.cpp").read_text()
-        names = re.findall(r'^ZELSYS_DELAYED\(\w+, (\w+),', source, re.M)
-        dump = [subprocess.run([f"x86_64-w64-mingw32-{tool}", *arguments], capture_output=True, text=True,
-                               check=True).stdout
-                for tool, *arguments in (("nm", f"{dll}.debug"), ("objdump", "-h", dll))]
-        slots = {name: int(address, 16) for address, name in re.findall(r"^(\w+) \w __imp_(\w+)$", dump[0], re.M)}
-        writable = [range(int(start, 16), int(start, 16) + int(size, 16)) for size, start, flags in
-                    re.findall(r"^ +\d+ \S+ +(\w+)  (\w+) .*\n +(.*)$", dump[1], re.M) if "READONLY" not in flags]
+        for binary in DLL, DLL.with_name("zelsyshelper-host.exe"):
+            directory = llvm("readobj", "--coff-debug-directory", binary)
+            parts = re.search(r"PDBGUID: (.*)\n +PDBAge: 1\n +PDBFileName: (.*)\n", directory)
+            pdb = binary.with_suffix(".pdb")
+            guid = uuid.UUID(llvm("pdbutil", "dump", "-summary", pdb).split("GUID: ")[1][1:37])
+            self.assertEqual((bytes.fromhex(parts[1].strip("()")), parts[2]), (guid.bytes_le, pdb.name))
+        table = llvm("readobj", "--coff-exports", DLL)
+        address = re.search(r"Name: getOsVersion\n +RVA: (\w+)", table)[1]
+        source = (ROOT / "modules/zelsyshelper/src/system_helper.cpp").read_text().split("\n")
+        place = llvm("symbolizer", "--relative-address", f"--obj={DLL}", address)
+        name, line = re.fullmatch(r"getOsVersion\n.*\\(\w+\.cpp):(\d+):0\s*", place).groups()
+        self.assertIn("getOsVersion", "".join(source[int(line) - 2:int(line)]), f"{name}:{line}")
+
+        imports = (ROOT / "modules/zelsyshelper/src/delayed_imports.cpp").read_text()
+        names = re.findall(r"^ZELSYS_DELAYED\(\w+, (\w+),", imports, re.M)
         self.assertGreater(len(names), 40)
-        self.assertEqual([name for name in names if not any(slots[name] in section for section in writable)], [])
+        symbols = llvm("pdbutil", "dump", "-publics", DLL.with_suffix(".pdb"))
+        slots = dict(re.findall(r"`__imp_(\w+)`\n.* addr = (\d+):", symbols))
+        writable = re.findall(r"Number: (\d+)(?:(?!Number:).)*IMAGE_SCN_MEM_WRITE",
+                              llvm("readobj", "--sections", DLL), re.S)
+        self.assertEqual([name for name in names if str(int(slots[name])) not in writable], [])
 
     def test_every_entry_of_the_top_level_is_explained(self):
         files = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.split("\n")

@@ -1,6 +1,7 @@
-# find_package(zelsyshelper) gives
-#   zelsyshelper::zelsyshelper   the DLL by its import library
-#   zelsyshelper::ipc            the serving side of the single-instance channel (MinGW, C++20)
+# find_package(zelsyshelper) defines
+#   zelsyshelper::zelsyshelper   the DLL, by its import library
+#   zelsyshelper::ipc            the single-instance channel, compiled from src/zelsyshelper-ipc by the compiler of
+#                                the project that links it; needs C++20 and a project with the language CXX
 get_filename_component(zelsyshelper_root "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
 
 if(NOT TARGET zelsyshelper::zelsyshelper)
@@ -14,12 +15,18 @@ if(NOT TARGET zelsyshelper::zelsyshelper)
         IMPORTED_LOCATION ${zelsyshelper_root}/bin/zelsyshelper.dll
         IMPORTED_IMPLIB ${zelsyshelper_import_library}
         INTERFACE_INCLUDE_DIRECTORIES ${zelsyshelper_root}/include)
+endif()
 
-    if(NOT MSVC)
-        add_library(zelsyshelper::ipc STATIC IMPORTED)
-        set_target_properties(zelsyshelper::ipc PROPERTIES
-            IMPORTED_LOCATION ${zelsyshelper_root}/lib/libzelsyshelper_ipc.a
-            INTERFACE_INCLUDE_DIRECTORIES ${zelsyshelper_root}/include/zelsyshelper-ipc
-            INTERFACE_COMPILE_FEATURES cxx_std_20)
-    endif()
+get_property(zelsyshelper_languages GLOBAL PROPERTY ENABLED_LANGUAGES)
+if(CXX IN_LIST zelsyshelper_languages AND NOT TARGET zelsyshelper::ipc)
+    file(GLOB zelsyshelper_sources ${zelsyshelper_root}/src/zelsyshelper-ipc/*/*.cpp)
+    add_library(zelsyshelper_ipc STATIC EXCLUDE_FROM_ALL ${zelsyshelper_sources})
+    add_library(zelsyshelper::ipc ALIAS zelsyshelper_ipc)
+    target_compile_features(zelsyshelper_ipc PUBLIC cxx_std_20)
+    target_include_directories(zelsyshelper_ipc PRIVATE ${zelsyshelper_root}/src/zelsyshelper-ipc)
+    target_include_directories(zelsyshelper_ipc SYSTEM INTERFACE ${zelsyshelper_root}/src/zelsyshelper-ipc)
+    target_link_libraries(zelsyshelper_ipc PUBLIC advapi32 user32)
+    # Settings that the project may have for its own sources.
+    set_target_properties(zelsyshelper_ipc PROPERTIES
+        COMPILE_WARNING_AS_ERROR OFF CXX_SCAN_FOR_MODULES OFF UNITY_BUILD OFF)
 endif()

@@ -5,6 +5,14 @@
 namespace thread {
 namespace {
 
+/// The UCRT's _beginthreadex keeps the module loaded by itself, and releases it after the thread function has
+/// returned; msvcrt's does not.
+#if defined(_MSC_VER) || defined(_UCRT)
+constexpr bool kRuntimeKeepsModule = true;
+#else
+constexpr bool kRuntimeKeepsModule = false;
+#endif
+
 win32::KernelHandle makeEvent() {
     win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     ResetEvent(event.get());
@@ -74,8 +82,9 @@ unsigned __stdcall BaseThread::entry(void* launcher) {
         return 0;
     // An application that frees the library while this runs must not pull the code away from under it.
     HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&entry),
-                       &module);
+    if constexpr (!kRuntimeKeepsModule)
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&entry),
+                           &module);
 
     auto& self = *static_cast<BaseThread*>(launcher);
     SetEvent(self.started_.get());

@@ -29,6 +29,18 @@
 extern "C" {
 #endif
 
+/** \name Version
+ *
+ * The version of this header. A change of the major number removes or changes functions, one of the minor
+ * number adds to them.
+ */
+/**@{*/
+#define ZELSYSHELPER_VERSION_MAJOR 1 /**< Major number. */
+#define ZELSYSHELPER_VERSION_MINOR 0 /**< Minor number. */
+#define ZELSYSHELPER_VERSION_PATCH 0 /**< Patch number. */
+#define ZELSYSHELPER_VERSION "1.0.0" /**< All three as a text. */
+/**@}*/
+
 /** \name Usage events
  *
  * An event is one JSON object that is posted to the suite's statistics host. Proxy and country are taken from
@@ -56,6 +68,7 @@ extern "C" {
  * \param guid         The identifier of the installation.
  * \param buildNumber  The number of the application's build.
  * \return Always 0. Whether the event arrived is told in the log only.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t sendAppEvent(const char* eventName, const char* source, const char* infoType,
                                        const char* info, const char* appId, const char* version,
@@ -68,6 +81,7 @@ ZELSYSHELPER_API uint64_t sendAppEvent(const char* eventName, const char* source
  * \param instType The type of the installation.
  * \param instRef  Its reference.
  * \param instCh   Its channel.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* source, const char* infoType,
                                            const char* info, const char* appId, const char* version,
@@ -89,6 +103,7 @@ ZELSYSHELPER_API uint64_t sendAppEventFull(const char* eventName, const char* so
  *                   the definition.
  * \param result     Receives the letter of the variant, one byte; 0 when the definition holds anything else,
  *                   or no weight above 0.
+ * \since 1.0
  */
 ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8_t* result);
 
@@ -161,6 +176,7 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
  * \return 0, or the Windows error number with which the thread could not be started. A refusal also returns
  *         0: getDownloadFileErrors() then tells stage ZELSYSHELPER_STAGE_RUNNING or
  *         ZELSYSHELPER_STAGE_NO_URL.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort,
                                             const wchar_t* proxyUser, const wchar_t* proxyPassword,
@@ -170,6 +186,8 @@ ZELSYSHELPER_API uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t p
  * Cancels the download and discards its results; does nothing without a download. Blocks until the download's
  * worker has ended: for milliseconds while data arrives, for up to 30 seconds if the server is silent or the
  * disk hangs. Returns at once, without any effect, while the process ends.
+ *
+ * \since 1.0
  */
 ZELSYSHELPER_API void stopDownloadFile(void);
 
@@ -178,6 +196,7 @@ ZELSYSHELPER_API void stopDownloadFile(void);
  *
  * \param percent Receives 0 before anything came, 100 after the end, whatever the outcome. More than 100
  *                while a server sends more than it has announced.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getDownloadFileProgress(uint32_t* percent);
 
@@ -185,6 +204,7 @@ ZELSYSHELPER_API uint64_t getDownloadFileProgress(uint32_t* percent);
  * How long the download runs, or has run until its end.
  *
  * \param seconds Receives whole seconds.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
 
@@ -195,6 +215,7 @@ ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
  * \param errorStage Receives the step that failed, 0 for none.
  * \param httpStatus Receives the reply's status, 0 after a failed exchange. The status is not judged: an
  *                   error page with a length is downloaded like any file, so check it.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage,
                                                 uint32_t* httpStatus);
@@ -203,6 +224,7 @@ ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* e
  * Whether the download has ended, well or not.
  *
  * \param completed Receives 1 or 0, one byte.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t isDownloadFileCompleted(uint8_t* completed);
 
@@ -210,6 +232,7 @@ ZELSYSHELPER_API uint64_t isDownloadFileCompleted(uint8_t* completed);
  * Whether the download is running.
  *
  * \param started Receives 1 or 0, one byte.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
 
@@ -245,6 +268,7 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
  *                 reported. Set the first character to zero before the call to find out.
  * \return 0 (32-bit unsigned) when the key is there, otherwise ZELSYSHELPER_NO_KEY, ZELSYSHELPER_NO_FILE or
  *         ZELSYSHELPER_FILE_FAILED. A stored value that is not valid UTF-8 reads as empty.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const char* key, wchar_t* buffer,
                                                    uint32_t capacity);
@@ -263,6 +287,7 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  * \param value The value; empty removes the key from the file.
  * \return 1 when the file could be read before the change, else 0. This does not tell whether the change was
  *         written: a first call that makes the file returns 0, a failed write on a readable file 1.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t setValueInPropertyFile(const wchar_t* file, const char* key, const wchar_t* value);
 
@@ -272,6 +297,7 @@ ZELSYSHELPER_API uint64_t setValueInPropertyFile(const wchar_t* file, const char
  * \return A number of 32 bits, sign-extended to 64. 0 if the value does not begin with a number,
  *         ZELSYSHELPER_NO_INT if the file does not have the key, ZELSYSHELPER_NO_FILE or ZELSYSHELPER_FILE_FAILED
  *         if the file cannot be read. A stored number can have the same value as these.
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t getIntFromPropertyFile(const wchar_t* file, const char* key);
 
@@ -279,6 +305,7 @@ ZELSYSHELPER_API int64_t getIntFromPropertyFile(const wchar_t* file, const char*
  * Whether the file can be read and holds the key with a value that is not empty.
  *
  * \return 1 or 0.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, const char* key);
 
@@ -301,6 +328,7 @@ ZELSYSHELPER_API uint64_t isValueFromPropertyFileNotEmpty(const wchar_t* file, c
  * \param enciphered Whether the file is a switch file.
  * \return The value's length in characters (32-bit unsigned), also when it was not copied; 0 for an empty
  *         value, for one that is not valid UTF-8 and for a key that is not there.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t readProperty(const wchar_t* file, const char* key, wchar_t* buffer,
                                        uint32_t capacity, uint8_t enciphered);
@@ -315,6 +343,7 @@ ZELSYSHELPER_API uint64_t readProperty(const wchar_t* file, const char* key, wch
  *
  * \return 0, ZELSYSHELPER_NO_FILE for an empty path, ZELSYSHELPER_FILE_FAILED when the file cannot be written
  *         (32-bit unsigned).
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t writeProperty(const wchar_t* file, const char* key, const wchar_t* value,
                                         uint8_t enciphered);
@@ -323,6 +352,7 @@ ZELSYSHELPER_API uint64_t writeProperty(const wchar_t* file, const char* key, co
  * Whether the file can be read and holds the key, be its value empty or not.
  *
  * \return 1 or 0.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, uint8_t enciphered);
 
@@ -345,6 +375,7 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
  * \param file       The file's name, without folder and ending. Nothing happens when it is empty.
  * \param switchName The switch. A line break or "=" in it does not survive.
  * \param value      0 for off, else on.
+ * \since 1.0
  */
 ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint8_t value);
 
@@ -353,6 +384,7 @@ ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint
  * ms stays as it is.
  *
  * \param file The file's name, as for enableFx().
+ * \since 1.0
  */
 ZELSYSHELPER_API void clearFx(const wchar_t* file);
 
@@ -367,6 +399,7 @@ ZELSYSHELPER_API void clearFx(const wchar_t* file);
  * \param text Receives "10.0.0" or "11.0.0" with its terminating zero, seven characters. There must be room
  *             for them. Untouched when the result is 0.
  * \return 1, or 0 on any other version of Windows.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getOsVersion(wchar_t* text);
 
@@ -375,6 +408,7 @@ ZELSYSHELPER_API uint64_t getOsVersion(wchar_t* text);
  *
  * \param name The file name with its extension and without a folder, in any letter case.
  * \return 1 or 0.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
 
@@ -414,6 +448,7 @@ ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
  * \param path The service's program, up to 2047 characters. It is put in quotes; arguments are not possible.
  * \return 0; ZELSYSHELPER_SERVICE_NOT_OPENED for a bad path; ZELSYSHELPER_SERVICE_FAILED; or the system's
  *         error, 1073 where the service exists, which is then left as it is.
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t installService(const wchar_t* path);
 
@@ -422,6 +457,7 @@ ZELSYSHELPER_API int64_t installService(const wchar_t* path);
  *
  * \param installed Receives 1 or 0, one byte; 0 also when the service manager cannot be asked.
  * \return Always 0.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t isServiceInstalled(uint8_t* installed);
 
@@ -429,6 +465,7 @@ ZELSYSHELPER_API uint64_t isServiceInstalled(uint8_t* installed);
  * Whether a service exists.
  *
  * \return 1 or 0; 0 also when the service manager cannot be asked.
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t isServicePresent(const wchar_t* name);
 
@@ -438,6 +475,7 @@ ZELSYSHELPER_API uint64_t isServicePresent(const wchar_t* name);
  *
  * \return 0 when it runs already or was started; this does not tell whether it came up. Otherwise a code or
  *         the system's error.
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t startService(void);
 
@@ -445,11 +483,14 @@ ZELSYSHELPER_API int64_t startService(void);
  * Stops the suite's update service and waits for up to 16 seconds, at least one.
  *
  * \return 0, also when there is none or it is still stopping after that time; otherwise a code.
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t stopService(void);
 
 /**
  * Stops any service; in all else as stopService().
+ *
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t stopSystemService(const wchar_t* name);
 
@@ -457,6 +498,7 @@ ZELSYSHELPER_API int64_t stopSystemService(const wchar_t* name);
  * Stops the suite's update service and deletes it, also when it does not stop. Waits as stopService().
  *
  * \return 0 or a code.
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t uninstallService(void);
 
@@ -464,6 +506,7 @@ ZELSYSHELPER_API int64_t uninstallService(void);
  * Sets the description of the suite's update service anew.
  *
  * \return 0 or a code.
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t updateService(void);
 
@@ -530,6 +573,7 @@ typedef char
  * \param error     Receives 0; 87 for an empty path or one that leads nowhere; or why the windows cannot be
  *                  found. That a single window refuses is not told.
  * \param status    Receives 0 or ZELSYSHELPER_NO_SHELL_WINDOW.
+ * \since 1.0
  */
 ZELSYSHELPER_API void assignShellFolderViewOptions(const wchar_t* folder, const uint32_t* viewCode,
                                                    const SortOption* sort, const uint32_t* groupCode,
@@ -543,6 +587,7 @@ ZELSYSHELPER_API void assignShellFolderViewOptions(const wchar_t* folder, const 
  * \param sort     Receives a column code, and 0 for the direction whatever it is; {0, 1} when no window was
  *                 found.
  * \param group    Receives a column code and a direction; {0, 1} when no window was found.
+ * \since 1.0
  */
 ZELSYSHELPER_API void retrieveShellFolderViewOptions(const wchar_t* folder, uint32_t* viewCode,
                                                      SortOption* sort, SortOption* group, uint32_t* error,
@@ -567,6 +612,7 @@ ZELSYSHELPER_API void retrieveShellFolderViewOptions(const wchar_t* folder, uint
  * \param description Null for none.
  * \param error       Receives 0, or what went wrong.
  * \param failedStep  Receives 0, or the step that failed.
+ * \since 1.0
  */
 ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* linkPath,
                                       const wchar_t* description, uint32_t* error, uint32_t* failedStep);
@@ -592,6 +638,7 @@ ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* link
  * counts.
  *
  * \return The number of failures (32-bit unsigned).
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t copyDirEx(const wchar_t* source, const wchar_t* destination);
 
@@ -607,6 +654,7 @@ ZELSYSHELPER_API uint64_t copyDirEx(const wchar_t* source, const wchar_t* destin
  *
  * \return 0 when it is listed, otherwise ZELSYSHELPER_EXTENSION_ABSENT or a number from
  *         ZELSYSHELPER_EXTENSION_NO_FOLDER on (32-bit unsigned).
+ * \since 1.0
  */
 ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
 
@@ -631,6 +679,7 @@ ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
  * \param appName The application's name, the same in all its instances: up to 190 ASCII characters except the
  *                backslash. Upper and lower case are the same. A backslash gives 0.
  * \return 1 when another instance has answered, else 0 (signed 32-bit).
+ * \since 1.0
  */
 ZELSYSHELPER_API int64_t bringRuningAppToTop(const char* appName);
 

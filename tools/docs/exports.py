@@ -24,6 +24,7 @@ def text_of(comment):
 def markdown(text):
     text = re.sub(r"\\param\s+(\S+)\s*", lambda m: f"\n- `{m[1]}`: ", text)
     text = re.sub(r"\\return\s+", "\n\nReturns: ", text)
+    text = re.sub(r"\\since\s+", "\n\nSince version ", text)
     text = re.sub(r"\n +", " ", text)
     return re.sub(r"(?m)^(- `.*)\n\n+(?=- `)", r"\1\n", re.sub(r"\n{3,}", "\n\n", text)).strip()
 

@@ -1,0 +1,18 @@
+# The version that the header states for the preprocessor must be that of the project.
+set(version_header ${PROJECT_SOURCE_DIR}/include/zelsyshelper.h)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${version_header})
+file(STRINGS ${version_header} version_macros REGEX "^#define ZELSYSHELPER_VERSION")
+string(REGEX MATCHALL "[0-9][0-9.]*" version_macros "${version_macros}")
+list(JOIN version_macros " " version_macros)
+if(NOT version_macros STREQUAL
+   "${PROJECT_VERSION_MAJOR} ${PROJECT_VERSION_MINOR} ${PROJECT_VERSION_PATCH} ${PROJECT_VERSION}")
+    message(FATAL_ERROR "The version macros of ${version_header} are not those of version ${PROJECT_VERSION}")
+endif()
+
+# zelsys_version(<target> <file name> <type> <description>)
+#
+# Gives a program or DLL its version resource. The type is VFT_APP or VFT_DLL.
+function(zelsys_version target file type description)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in version.rc @ONLY)
+    target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/version.rc)
+endfunction()

@@ -1,10 +1,11 @@
 # What a package holds. `cmake --install` puts it into a folder; scripts/package.sh makes an archive of that.
 include(CMakePackageConfigHelpers)
+include(${CMAKE_CURRENT_LIST_DIR}/reference.cmake)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelsyshelper-config-version.cmake
     VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
 
 # What a package is made of, without tests and examples.
-add_custom_target(shipped DEPENDS zelsyshelper zelsyshelper-host msvc_library)
+add_custom_target(shipped DEPENDS zelsyshelper zelsyshelper-host msvc_library reference)
 
 install(FILES $<TARGET_FILE:zelsyshelper> $<TARGET_FILE:zelsyshelper-host> DESTINATION bin)
 install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper.pdb
@@ -17,5 +18,8 @@ install(DIRECTORY include/ DESTINATION include)
 install(DIRECTORY ipc thread DESTINATION src/zelsyshelper-ipc)
 install(FILES sys/cs_wrapper.h sys/safe_data_holder.h DESTINATION src/zelsyshelper-ipc/sys)
 install(FILES win32/owner.h DESTINATION src/zelsyshelper-ipc/win32)
-install(FILES README.md CHANGELOG.md DESTINATION .)
-install(DIRECTORY docs DESTINATION .)
+install(FILES docs/sdk/README.md docs/sdk/NOTICES.txt CHANGELOG.md DESTINATION .)
+install(FILES docs/exports.md docs/integration.md docs/single-instance.md DESTINATION docs)
+install(DIRECTORY ${reference}/ DESTINATION docs/reference
+    FILES_MATCHING PATTERN doxygen.css PATTERN index.html PATTERN zelsyshelper_8h.html PATTERN struct*.html)
+install(DIRECTORY examples DESTINATION .)

@@ -7,6 +7,7 @@ packages=(
     clang-format
     clang-tidy
     cmake
+    doxygen
     g++
     g++-mingw-w64-x86-64-posix
     git

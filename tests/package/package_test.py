@@ -1,6 +1,7 @@
-"""The package: the same bytes from another folder, and enough for a project that knows nothing else."""
+"""The package: the same bytes from another folder, and enough for its reader."""
 
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -14,39 +15,75 @@ sys.path.insert(0, str(ROOT / "tools/loopback"))
 import prefix  # noqa: E402
 
 
+def run(*command, **options):
+    """Runs a command that must succeed, and returns its output."""
+    result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options)
+    if result.returncode != 0:
+        raise AssertionError(f"{command}: {result.stdout}")
+    return result.stdout
+
+
 def package(root):
     """Makes the package of a tree and returns its path."""
-    line = subprocess.run([root / "scripts/package.sh"], check=True, capture_output=True, text=True).stdout
-    return root / line.split()[-1]
+    return root / run(root / "scripts/package.sh").split()[-1]
+
+
+def built_by(toolchain):
+    """The environment in which CMake uses one of the project's toolchains."""
+    return os.environ | {"CMAKE_GENERATOR": "Ninja", "CMAKE_TOOLCHAIN_FILE": f"{ROOT}/cmake/{toolchain}.cmake",
+                         "CXXFLAGS": "-Wall -Wextra -Wpedantic -Werror"}
 
 
 class Package(unittest.TestCase):
-    def test_another_folder_gives_the_same_bytes_and_an_outside_project_works_with_them(self):
-        with tempfile.TemporaryDirectory() as name:
-            folder = Path(name)
-            here = package(ROOT)
-            files = subprocess.run(["git", "ls-files", "-z"], cwd=ROOT, check=True, capture_output=True, text=True).stdout
-            for file in filter(None, files.split("\0")):
-                (folder / "elsewhere" / file).parent.mkdir(parents=True, exist_ok=True)
-                shutil.copy(ROOT / file, folder / "elsewhere" / file)
-            os.environ["SOURCE_DATE_EPOCH"] = subprocess.run(["git", "log", "-1", "--format=%ct"], cwd=ROOT, check=True,
-                                                             capture_output=True, text=True).stdout.strip()
-            there = package(folder / "elsewhere")
-            with zipfile.ZipFile(here) as one, zipfile.ZipFile(there) as other:
-                self.assertEqual([entry.filename for entry in one.infolist() if entry.CRC != other.getinfo(entry.filename).CRC],
-                                 [], "these differ")
-                one.extractall(folder)
-            self.assertEqual(here.read_bytes(), there.read_bytes())
+    def setUp(self):
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
 
-            unpacked = folder / here.stem
-            subprocess.run(["sha256sum", "--check", "--quiet", "SHA256SUMS"], cwd=unpacked, check=True)
-            subprocess.run(["cmake", "-G", "Ninja", "-S", Path(__file__).parent / "outside", "-B", folder / "built",
-                            f"-DCMAKE_TOOLCHAIN_FILE={ROOT}/cmake/mingw-w64.cmake",
-                            f"-Dzelsyshelper_DIR={unpacked}/lib/cmake/zelsyshelper"], check=True, capture_output=True)
-            subprocess.run(["cmake", "--build", folder / "built"], check=True, capture_output=True)
-            shutil.copy(unpacked / "bin/zelsyshelper.dll", folder / "built")
-            for program in ("linked.exe", "loaded.exe"):
-                self.assertEqual(prefix.run(folder / "built" / program).returncode, 42, program)
+    def unpacked(self, archive):
+        with zipfile.ZipFile(archive) as content:
+            content.extractall(self.folder)
+        folder = self.folder / archive.stem
+        run("sha256sum", "--check", "--quiet", "SHA256SUMS", cwd=folder)
+        return folder
+
+    def test_another_folder_gives_the_same_bytes(self):
+        elsewhere = self.folder / "elsewhere"
+        for file in filter(None, run("git", "ls-files", "-z", cwd=ROOT).split("\0")):
+            (elsewhere / file).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(ROOT / file, elsewhere / file)
+        here = package(ROOT)
+        os.environ["SOURCE_DATE_EPOCH"] = run("git", "log", "-1", "--format=%ct", cwd=ROOT).strip()
+        there = package(elsewhere)
+        with zipfile.ZipFile(here) as one, zipfile.ZipFile(there) as other:
+            self.assertEqual([entry.filename for entry in one.infolist() if entry.CRC != other.getinfo(entry.filename).CRC],
+                             [], "these differ")
+        self.assertEqual(here.read_bytes(), there.read_bytes())
+
+    def test_readme_leads_to_programs_that_run(self):
+        root = self.unpacked(package(ROOT))
+        text = (root / "README.md").read_text()
+        for path in re.findall(r"`((?:bin|docs|include|lib|src)/[\w/.-]*)`", text):
+            self.assertTrue((root / path).exists(), path)
+        for name, content in re.findall(r"^`(player/\S+)`:\n\n```\w+\n(.*?)^```$", text, re.M | re.S):
+            (root / name).parent.mkdir(exist_ok=True)
+            (root / name).write_text(content)
+        for commands in re.findall(r"^```sh\n(.*?)^```$", text, re.M | re.S):
+            run("bash", "-ec", commands, cwd=root, env=built_by("mingw-w64"))
+        self.assertIn("skin dark", prefix.run(root / "build/player/player.exe", cwd=root / "build").stdout)
+
+        # The server that is written in C alone, and the library as its client.
+        example = root / "build/examples/bin/single_instance_c.exe"
+        with subprocess.Popen([prefix.WINE, example, "Outside"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                              text=True) as first:
+            self.assertIn("serving", first.stdout.readline())
+            self.assertEqual(prefix.run(example, "OUTSIDE").returncode, 1)
+            self.assertEqual(first.communicate("\n", timeout=30)[0].splitlines(),
+                             ["asked for the window", "asked to come to the front"])
+
+        # A second compiler for the sources of the channel, and what loads the library at run time.
+        run("cmake", "-S", Path(__file__).parent / "outside", "-B", root / "build/outside",
+            f"-DCMAKE_PREFIX_PATH={root}", f"-DCMAKE_RUNTIME_OUTPUT_DIRECTORY={example.parent}", env=built_by("clang-mingw"))
+        run("cmake", "--build", root / "build/outside")
+        self.assertEqual(prefix.run(example.parent / "loaded.exe").returncode, 42)
 
 
 if __name__ == "__main__":

@@ -20,6 +20,7 @@ packages=(
     llvm
     ninja-build
     openssl
+    osslsigncode
     python3
     wine # without it a prefix of Wine 10 has no services
     wine64

@@ -1,4 +1,4 @@
-"""The package: the same bytes from another folder, and enough for its reader."""
+"""The package: the same bytes from another folder, enough for its reader, and signed on demand."""
 
 import os
 import re
@@ -23,9 +23,9 @@ def run(*command, **options):
     return result.stdout
 
 
-def package(root):
+def package(root, *arguments):
     """Makes the package of a tree and returns its path."""
-    return root / run(root / "scripts/package.sh").split()[-1]
+    return root / run(root / "scripts/package.sh", *arguments).split()[-1]
 
 
 def built_by(toolchain):
@@ -41,7 +41,7 @@ class Package(unittest.TestCase):
     def unpacked(self, archive):
         with zipfile.ZipFile(archive) as content:
             content.extractall(self.folder)
-        folder = self.folder / archive.stem
+        folder = self.folder / archive.stem.removesuffix("-signed")
         run("sha256sum", "--check", "--quiet", "SHA256SUMS", cwd=folder)
         return folder
 
@@ -84,6 +84,20 @@ class Package(unittest.TestCase):
             f"-DCMAKE_PREFIX_PATH={root}", f"-DCMAKE_RUNTIME_OUTPUT_DIRECTORY={example.parent}", env=built_by("clang-mingw"))
         run("cmake", "--build", root / "build/outside")
         self.assertEqual(prefix.run(example.parent / "loaded.exe").returncode, 42)
+
+    def test_signed_on_demand(self):
+        run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=test", "-addext",
+            "extendedKeyUsage=codeSigning", "-keyout", "key.pem", "-out", "certificate.pem", cwd=self.folder)
+        before = (ROOT / "build/bin/zelsyshelper.dll").read_bytes()
+        root = self.unpacked(package(ROOT, "--sign", self.folder / "certificate.pem", self.folder / "key.pem"))
+        for program in "zelsyshelper.dll", "zelsyshelper-host.exe":
+            verify = ["osslsigncode", "verify", "-CAfile", self.folder / "certificate.pem", "-in", root / "bin" / program]
+            run(*verify)
+            content = bytearray((root / "bin" / program).read_bytes())
+            content[len(content) // 2] ^= 1
+            (root / "bin" / program).write_bytes(content)
+            self.assertNotEqual(subprocess.run(verify, capture_output=True).returncode, 0)
+        self.assertEqual((ROOT / "build/bin/zelsyshelper.dll").read_bytes(), before)
 
 
 if __name__ == "__main__":

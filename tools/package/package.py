@@ -1,5 +1,6 @@
 """Makes an archive of what the build installs, with a manifest of its files. Called by scripts/package.sh."""
 
+import argparse
 import hashlib
 import os
 import re
@@ -28,18 +29,39 @@ def check(path):
     return hashlib.sha256(content).hexdigest()
 
 
+def sign(path, certificate, key, timestamp):
+    """Signs a program or DLL in place."""
+    signed = path.with_suffix(".signed")
+    server = ["-ts", timestamp] if timestamp else []
+    result = subprocess.run(["osslsigncode", "sign", "-certs", certificate, "-key", key, "-h", "sha256", *server,
+                             "-n", "zelsyshelper", "-in", path, "-out", signed], stdout=subprocess.PIPE, text=True)
+    if result.returncode != 0:
+        raise SystemExit(f"package: osslsigncode cannot sign {path.name}: {result.stdout.strip()}")
+    signed.replace(path)
+
+
 def main():
+    parser = argparse.ArgumentParser(prog="package.sh")
+    parser.add_argument("--sign", nargs=2, metavar=("CERTIFICATE", "KEY"))
+    parser.add_argument("--timestamp", metavar="URL")
+    arguments = parser.parse_args()
+    if arguments.timestamp and not arguments.sign:
+        parser.error("--timestamp needs --sign")
+
     version = re.search(r"VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text().split("project(", 1)[1])[1]
     name = f"zelsyshelper-{version}-win64"
     stage = BUILD / "package" / name
     shutil.rmtree(stage, ignore_errors=True)
     subprocess.run(["cmake", "--install", str(BUILD), "--prefix", str(stage)], check=True, stdout=subprocess.DEVNULL)
+    if arguments.sign:
+        for program in (stage / "bin").iterdir():
+            sign(program, *arguments.sign, arguments.timestamp)
 
     files = files_of(stage)
     manifest = "".join(f"{check(path)}  {path.relative_to(stage).as_posix()}\n" for path in files)
     (stage / "SHA256SUMS").write_text(manifest)
 
-    archive = BUILD / f"{name}.zip"
+    archive = BUILD / f"{name}{'-signed' if arguments.sign else ''}.zip"
     with zipfile.ZipFile(archive, "w") as target:
         for path in files_of(stage):
             entry = zipfile.ZipInfo(f"{name}/{path.relative_to(stage).as_posix()}", DATE)

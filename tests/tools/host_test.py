@@ -15,9 +15,10 @@ from server import Reply, Server  # noqa: E402
 class Host(unittest.TestCase):
     def json(self, *arguments):
         """The object that a command prints, which is all of its output."""
-        result = prefix.host("--json", *arguments)
+        result = prefix.host(*arguments, "--json")
         object = json.loads(result.stdout)
         self.assertEqual((object["exitCode"], object["ok"]), (result.returncode, result.returncode == 0))
+        self.assertEqual(result.stderr.count("zelsyshelper-host:"), 0, "errors are members too")
         return object
 
     def test_one_object_per_command(self):
@@ -27,11 +28,23 @@ class Host(unittest.TestCase):
         for action in "get", "read":
             self.assertEqual(self.json("property", action, file, "k")["value"], value)
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
-        self.assertIn("NO_KEY", self.json("property", "get", file, "none")["error"])
+        self.assertEqual(self.json("property", "get", file, "none")["errorName"], "NO_KEY")
         self.assertEqual(self.json("copy-dir", ".", "")["failures"], 1)  # the library's own lines go elsewhere
         self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
-        self.assertEqual(self.json("nonsense")["exitCode"], 2)
-        self.assertEqual(self.json("--dll", "none.dll", "os-version")["exitCode"], 3)
+        self.assertEqual(self.json("os-version", "--dll", "none.dll")["exitCode"], 3)
+
+    def test_command_lines_in_any_order(self):
+        file = prefix.windows_path(prefix.ROAMING / "order.cfg")
+        for arguments in (["--enciphered", "write", file, "--", "-h", "--json"], ["read", "--enciphered", file, "--", "-h"]):
+            result = prefix.host("property", *arguments)
+        self.assertEqual(result.stdout, "--json\n")
+        for arguments in (["download", "-h"], ["/?", "download", "--frob"], ["help", "download"]):
+            self.assertTrue(self.json(*arguments)["help"].startswith("download URL"), arguments)
+        for arguments in (["nonsense"], ["help", "nonsense"], ["download", "http://a/b", "--proxy", "host:80x"],
+                          ["download", "http://a/b", "--timeout", "10x"], ["os-version", "--frob"],
+                          ["property", "get", file, "k", "--enciphered"], ["switch", "on", "..\\..\\x", "s"]):
+            self.assertEqual(self.json(*arguments)["exitCode"], 2, arguments)
+        self.assertEqual(self.json("switch", "--version")["version"], "1.0.0")
 
     def test_variants_are_drawn_by_their_weight(self):
         drawn = self.json("adv-type", "A8 B5 C2 D1", "--draws", "80000")
@@ -41,14 +54,15 @@ class Host(unittest.TestCase):
 
     def test_update_service_from_installing_to_uninstalling(self):
         install = "install", prefix.windows_path(prefix.BIN / "update_service.exe")
-        for arguments, error in (
-                (["start"], "SERVICE_NOT_OPENED"), (install, ""), (install, "ERROR_SERVICE_EXISTS"),
-                (["status"], ""), (["update"], ""), (["stop"], "SERVICE_STOP_REFUSED"), (["start"], ""),
-                (["start"], ""), (["stop"], ""), (["start"], ""), (["stop-other", "Corvane.Update.Service"], ""),
+        for arguments, expected in (
+                (["start"], "SERVICE_NOT_OPENED"), (["install", "none.exe"], "ERROR_FILE_NOT_FOUND"), (install, ""),
+                (install, "ERROR_SERVICE_EXISTS"), (["update"], ""), (["stop"], "SERVICE_STOP_REFUSED"), (["start"], ""),
+                (["start"], ""), (["status"], "running"), (["stop"], ""), (["status"], "stopped"), (["start"], ""),
+                (["stop-other", "Corvane.Update.Service"], ""),
                 (["uninstall"], ""), (install, ""), (["uninstall"], "")):
             with self.subTest(arguments):
-                self.assertIn(error, (result := self.json("service", *arguments)).get("error", ""))
-                self.assertEqual(result["ok"], error == "", result)
+                result = self.json("service", *arguments)
+                self.assertEqual(result.get("errorName", result.get("state", "")), expected)
 
     def test_failed_downloads_in_words_and_without_a_full_bar(self):
         replies = {"/missing": Reply(404), "/page": Reply(404, b"page"),
@@ -60,9 +74,8 @@ class Host(unittest.TestCase):
         server = Server(answer)
         self.addCleanup(server.close)
         folder = prefix.windows_path(self.enterContext(tempfile.TemporaryDirectory()))
-        self.assertEqual(prefix.host("download", "http://some.example/file", "--timeout", "10x").returncode, 2)
         for path, words in (("/file", ""), ("/missing", "answered with HTTP status 404 (stage 60)"),
-                            ("/page", "404; what was downloaded is its error page"),
+                            ("/page", "404; the file is its error page"),
                             ("/circle", "redirects in a circle"), ("/late", "not finished after 1 s")):
             with self.subTest(path):
                 result = prefix.host("download", "http://some.example" + path, "--folder", folder, "--proxy",
@@ -75,13 +88,14 @@ class Host(unittest.TestCase):
         prefix.set_proxy(server.port, ProxyAddress="http://127.0.0.1")
         self.addCleanup(prefix.COMMON_CONFIG.unlink)
         found = self.json("doctor")
-        self.assertIn(f"127.0.0.1:{server.port} answers", found["proxy"])
-        self.assertIn("***", found["common.cfg"])
+        self.assertIn(f"127.0.0.1:{server.port} answers", found["proxy"]["text"])
+        self.assertIn("***", found["commonConfig"]["text"])
+        self.assertIn("https://statistics.quenlith.example", found["statisticsHost"]["text"])
         server.close()
         found = self.json("doctor")
-        self.assertEqual((found["proxy"][:3], found["ok"]), ("bad", False))
+        self.assertEqual((found["proxy"]["state"], found["ok"]), ("bad", False))
         prefix.set_proxy(server.port, ProxyAddress="127.0.0.1:8080")
-        self.assertIn("put the port into ProxyPort", self.json("doctor")["common.cfg"])
+        self.assertIn("put the port into ProxyPort", self.json("doctor")["commonConfig"]["text"])
 
 
 if __name__ == "__main__":

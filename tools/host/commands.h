@@ -1,22 +1,23 @@
 #pragma once
 
+#include "options.h"
 #include "zelsyshelper_load.hpp"
 
+#include <span>
 #include <string>
-#include <vector>
 
 namespace host {
 
 /// The DLL, loaded at run time, as an application that installs it beside itself does.
 using Library = zelsyshelper_load;
-using Arguments = std::vector<std::wstring>;
 
 /// \brief One command of the program.
 struct Command {
     const wchar_t* name;
     const wchar_t* usage; ///< The whole help text of the command.
-    /// Carries the command out with the arguments after its name, and returns the program's exit code.
-    int (*run)(const Library& library, const Arguments& arguments);
+    std::span<const Option> options;
+    /// Carries the command out and returns the program's exit code.
+    int (*run)(const Library& library, const Parameters& parameters);
 };
 
 extern const Command kAdvTypeCommand;
@@ -34,7 +35,8 @@ extern const Command kRaiseCommand;
 extern const Command kServiceCommand;
 extern const Command kSwitchCommand;
 
-/// \brief Complains that the arguments of a command do not fit, shows its usage, and returns \ref kUsage.
+/// \brief Reports that the command line does not fit the command, with the command's usage.
+/// \return \ref kUsage.
 int wrongUsage(const Command& command, const std::wstring& problem);
 
 } // namespace host

@@ -1,6 +1,12 @@
 #include "console.h"
 
+#include "sys/mutex.h"
+
+#include <atomic>
 #include <cstdio>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 #include <io.h>
 #include <windows.h>
@@ -8,9 +14,14 @@
 namespace host {
 namespace {
 
+UINT formerCodePage = 0;
 bool isJson = false;
-int jsonOutput = -1; // where standard output led before JSON mode
-std::string members;
+int jsonOutput = -1; // standard output before JSON mode
+
+// Ctrl+C finishes the object on a thread of its own.
+sys::Mutex mutex;
+std::vector<std::pair<std::string, std::string>> members;
+bool isOutcomeOpen = false;
 
 void write(std::FILE* stream, const std::string& line) {
     std::fwrite(line.data(), 1, line.size(), stream);
@@ -30,8 +41,21 @@ std::string quoted(std::string_view text) {
     return json + "\"";
 }
 
+std::string quoted(std::wstring_view text) {
+    return quoted(toUtf8(text));
+}
+
 void member(std::string_view name, const std::string& json) {
-    members += (members.empty() ? "" : ", ") + quoted(name) + ": " + json;
+    if (!isJson)
+        return;
+    const std::lock_guard guard(mutex);
+    for (auto& [known, value] : members) {
+        if (known == name) {
+            value = json;
+            return;
+        }
+    }
+    members.emplace_back(name, json);
 }
 
 } // namespace
@@ -48,15 +72,29 @@ std::string toUtf8(std::wstring_view wide) {
     return narrow;
 }
 
+std::wstring toWide(std::string_view narrow) {
+    if (narrow.empty())
+        return {};
+    const auto convert = [&](wchar_t* out, int capacity) {
+        return MultiByteToWideChar(CP_UTF8, 0, narrow.data(), static_cast<int>(narrow.size()), out, capacity);
+    };
+    std::wstring wide(static_cast<std::size_t>(convert(nullptr, 0)), L'\0');
+    convert(wide.data(), static_cast<int>(wide.size()));
+    return wide;
+}
+
 std::wstring fullPath(const std::wstring& path) {
     std::wstring full(32768, L'\0');
     full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
     return full;
 }
 
+void openConsole() {
+    formerCodePage = GetConsoleOutputCP();
+    SetConsoleOutputCP(CP_UTF8);
+}
+
 void useJson() {
-    if (isJson)
-        return;
     isJson = true;
     jsonOutput = _dup(_fileno(stdout));
     _dup2(_fileno(stderr), _fileno(stdout));
@@ -72,10 +110,8 @@ void print(std::wstring_view line) {
         write(stdout, toUtf8(line) + "\n");
 }
 
-void complain(std::wstring_view line) {
-    if (isJson)
-        field("error", line);
-    else
+void printError(std::wstring_view line) {
+    if (!isJson)
         write(stderr, "zelsyshelper-host: " + toUtf8(line) + "\n");
 }
 
@@ -90,18 +126,23 @@ std::wstring coloured(Colour colour, std::wstring_view text) {
 }
 
 void field(std::string_view name, std::wstring_view text) {
-    if (isJson)
-        member(name, quoted(toUtf8(text)));
+    member(name, quoted(text));
 }
 
 void field(std::string_view name, std::int64_t number) {
-    if (isJson)
-        member(name, std::to_string(number));
+    member(name, std::to_string(number));
 }
 
 void flag(std::string_view name, bool isSet) {
-    if (isJson)
-        member(name, isSet ? "true" : "false");
+    member(name, isSet ? "true" : "false");
+}
+
+void finding(std::string_view name, std::wstring_view state, std::wstring_view text) {
+    member(name, "{\"state\": " + quoted(state) + ", \"text\": " + quoted(text) + "}");
+}
+
+void leaveOutcomeOpen() {
+    isOutcomeOpen = true;
 }
 
 int answer(std::string_view name, bool isYes) {
@@ -111,11 +152,19 @@ int answer(std::string_view name, bool isYes) {
 }
 
 int finish(int code) {
+    static std::atomic_flag isFinished;
+    if (isFinished.test_and_set())
+        Sleep(INFINITE);
+    SetConsoleOutputCP(formerCodePage); // the window belongs to other programs too
     if (!isJson)
         return code;
-    flag("ok", code == kDone);
+    member("ok", code != kDone ? "false" : isOutcomeOpen ? "null" : "true");
     field("exitCode", code);
-    const std::string object = "{" + members + "}\n";
+    std::string object;
+    const std::lock_guard guard(mutex);
+    for (const auto& [name, value] : members)
+        object += (object.empty() ? "{" : ", ") + quoted(name) + ": " + value;
+    object += "}\n";
     _write(jsonOutput, object.data(), static_cast<unsigned>(object.size()));
     return code;
 }

@@ -9,21 +9,28 @@ namespace host {
 /// Exit codes of the program.
 enum ExitCode : int {
     kDone = 0,
-    kFailed = 1,    ///< The call failed, or the answer is no.
-    kUsage = 2,     ///< The command line cannot be understood.
-    kNoLibrary = 3, ///< The DLL cannot be loaded.
+    kFailed = 1,        ///< The call failed, or the answer is no.
+    kUsage = 2,         ///< The command line cannot be understood.
+    kNoLibrary = 3,     ///< The DLL cannot be loaded.
+    kInterrupted = 130, ///< Ctrl+C, or the console was closed.
 };
 
 enum class Colour { good, bad, doubtful };
 
-/// \brief UTF-8 of a wide text of this system; what does not convert becomes the replacement character.
+/// \brief Converts text of this system to UTF-8. Unpaired surrogates become the replacement character.
 std::string toUtf8(std::wstring_view wide);
 
-/// \brief The full path of a path that may be relative.
+/// \brief Converts UTF-8 to text of this system. Invalid bytes become the replacement character.
+std::wstring toWide(std::string_view narrow);
+
+/// \brief Returns the full path of a path that may be relative.
 std::wstring fullPath(const std::wstring& path);
 
-/// \brief From now on nothing is printed until `finish`, which prints one JSON object. What the DLL prints by
-/// itself goes to standard error then.
+/// \brief Sets the console to UTF-8 until `finish`.
+void openConsole();
+
+/// \brief Suppresses all text until `finish`, which prints one JSON object. Redirects what the DLL itself
+/// prints to standard error.
 void useJson();
 
 /// \brief Prints text to standard output, as UTF-8; nothing in JSON mode.
@@ -32,25 +39,32 @@ void printPart(std::wstring_view text);
 /// \brief Prints one line to standard output, as UTF-8; nothing in JSON mode.
 void print(std::wstring_view line);
 
-/// \brief Prints "zelsyshelper-host: " and one line to standard error, as UTF-8. In JSON mode the line
-/// becomes the member "error".
-void complain(std::wstring_view line);
+/// \brief Prints "zelsyshelper-host: " and one line to standard error, as UTF-8; nothing in JSON mode.
+void printError(std::wstring_view line);
 
-/// \brief Text in a colour, where standard output is a terminal; elsewhere the text alone.
+/// \brief Returns text in a colour if standard output is a terminal, else the text alone.
 std::wstring coloured(Colour colour, std::wstring_view text);
 
 /// \name Members of the JSON object; nothing elsewhere.
+/// A later member replaces an earlier one of the same name.
 /// @{
 void field(std::string_view name, std::wstring_view text);
 void field(std::string_view name, std::int64_t number);
 void flag(std::string_view name, bool isSet);
+/// Adds an object with the members "state" and "text".
+void finding(std::string_view name, std::wstring_view state, std::wstring_view text);
 /// @}
 
+/// \brief Makes "ok" null in the JSON object: the command was carried out, and its success is unknown.
+void leaveOutcomeOpen();
+
 /// \brief Answers a question by yes or no, and by a member in JSON mode.
-/// \return The exit code that goes with the answer.
+/// \return The exit code of the answer.
 int answer(std::string_view name, bool isYes);
 
-/// \brief In JSON mode prints the object, with "ok" and "exitCode".
+/// \brief Prints the object in JSON mode, with "ok" and "exitCode", and resets the console.
+///
+/// If another thread has called it before, does not return: that thread ends the process.
 /// \return \p code.
 int finish(int code);
 

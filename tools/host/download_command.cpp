@@ -1,9 +1,11 @@
 #include "commands.h"
 #include "console.h"
 #include "errors.h"
+#include "interrupt.h"
+#include "win32/known_folders.h"
+#include "win32/owner.h"
 
 #include <algorithm>
-#include <atomic>
 #include <iterator>
 
 #include <io.h>
@@ -20,43 +22,43 @@ constexpr std::uint32_t kLongestTimeout = 0xFFFFFFFF; // seconds
 struct StageText {
     std::uint32_t stage;
     const wchar_t* text;
+    const wchar_t* advice; ///< For failures without a Windows error number.
 };
 
 constexpr StageText kStageTexts[] = {
-    {ZELSYSHELPER_STAGE_RUNNING, L"a download is running already"},
-    {ZELSYSHELPER_STAGE_NO_URL, L"no URL was given"},
-    {ZELSYSHELPER_STAGE_READY, L"the download's event could not be reset"},
-    {ZELSYSHELPER_STAGE_THREAD, L"the download's thread could not be started"},
-    {ZELSYSHELPER_STAGE_NO_LENGTH, L"the server announces no length, or the length 0"},
-    {ZELSYSHELPER_STAGE_FILE,
-     L"the file cannot be made; check the folder, and the name behind the URL's last \"/\""},
-    {ZELSYSHELPER_STAGE_URL, L"the URL cannot be understood"},
-    {ZELSYSHELPER_STAGE_HOST, L"the URL has no host name"},
-    {ZELSYSHELPER_STAGE_SESSION, L"no HTTP session could be opened; check the proxy's name"},
-    {ZELSYSHELPER_STAGE_CONNECT, L"the connection could not be prepared"},
-    {ZELSYSHELPER_STAGE_REQUEST, L"the request could not be prepared"},
-    {ZELSYSHELPER_STAGE_HEADERS, L"the request's headers were refused"},
-    {ZELSYSHELPER_STAGE_AUTH_SCHEMES, L"the server's ways to sign in could not be found out"},
-    {ZELSYSHELPER_STAGE_CREDENTIALS, L"the credentials were refused"},
-    {ZELSYSHELPER_STAGE_REDIRECTS, L"the redirect policy was refused"},
-    {ZELSYSHELPER_STAGE_SEND, L"the request could not be sent; check host, proxy and network"},
-    {ZELSYSHELPER_STAGE_RECEIVE, L"no valid reply came"},
-    {ZELSYSHELPER_STAGE_BODY, L"the request's body could not be sent"},
-    {ZELSYSHELPER_STAGE_AVAILABLE, L"the connection broke"},
-    {ZELSYSHELPER_STAGE_READ, L"the connection broke while reading"},
-    {ZELSYSHELPER_STAGE_WRITE, L"the file could not be written; check the free space"},
-    {ZELSYSHELPER_STAGE_TIMEOUTS, L"the time-outs were refused"},
-    {ZELSYSHELPER_STAGE_CLOSED, L"the connection was closed before the end"},
-    {ZELSYSHELPER_STAGE_CUT, L"the server ended the file too early"},
-    {ZELSYSHELPER_STAGE_EMPTY, L"the server ended the file too early"},
+    {ZELSYSHELPER_STAGE_RUNNING, L"a download is already running", L"wait for it or stop it"},
+    {ZELSYSHELPER_STAGE_NO_URL, L"no URL was given", L""},
+    {ZELSYSHELPER_STAGE_READY, L"the download's event could not be reset", L""},
+    {ZELSYSHELPER_STAGE_THREAD, L"the download's thread could not be started", L""},
+    {ZELSYSHELPER_STAGE_NO_LENGTH, L"the server announces no length, or the length 0", L""},
+    {ZELSYSHELPER_STAGE_FILE, L"the file cannot be created",
+     L"check the folder, and the name after the last \"/\" of the URL"},
+    {ZELSYSHELPER_STAGE_URL, L"the URL cannot be parsed", L""},
+    {ZELSYSHELPER_STAGE_HOST, L"the URL has no host name", L""},
+    {ZELSYSHELPER_STAGE_SESSION, L"no HTTP session could be opened", L"check the proxy's name"},
+    {ZELSYSHELPER_STAGE_CONNECT, L"the connection could not be prepared", L""},
+    {ZELSYSHELPER_STAGE_REQUEST, L"the request could not be prepared", L""},
+    {ZELSYSHELPER_STAGE_HEADERS, L"the request's headers were refused", L""},
+    {ZELSYSHELPER_STAGE_AUTH_SCHEMES, L"the server's authentication schemes could not be queried", L""},
+    {ZELSYSHELPER_STAGE_CREDENTIALS, L"the credentials were refused", L""},
+    {ZELSYSHELPER_STAGE_REDIRECTS, L"the redirect policy was refused", L""},
+    {ZELSYSHELPER_STAGE_SEND, L"the request could not be sent", L"check host, proxy and network"},
+    {ZELSYSHELPER_STAGE_RECEIVE, L"no valid reply arrived", L""},
+    {ZELSYSHELPER_STAGE_BODY, L"the request's body could not be sent", L""},
+    {ZELSYSHELPER_STAGE_AVAILABLE, L"the connection was lost", L""},
+    {ZELSYSHELPER_STAGE_READ, L"the connection was lost while reading", L""},
+    {ZELSYSHELPER_STAGE_WRITE, L"the file could not be written", L"check the free space"},
+    {ZELSYSHELPER_STAGE_TIMEOUTS, L"the time-outs were refused", L""},
+    {ZELSYSHELPER_STAGE_CLOSED, L"the connection was closed before the end", L""},
+    {ZELSYSHELPER_STAGE_CUT, L"the server ended the file too early", L""},
+    {ZELSYSHELPER_STAGE_EMPTY, L"the server ended the file too early", L""},
 };
 
-std::atomic<bool> interrupted = false;
-
-BOOL WINAPI onControl(DWORD) {
-    interrupted = true;
-    return TRUE;
-}
+constexpr Option kOptions[] = {{L"--folder", true},
+                               {L"--proxy", true},
+                               {L"--proxy-user", true},
+                               {L"--proxy-password", true},
+                               {L"--timeout", true}};
 
 struct Options {
     std::wstring url, folder, proxyHost, proxyUser, proxyPassword;
@@ -74,67 +76,47 @@ struct Outcome {
 
 enum class End { kReached, kInterrupted, kTimedOut };
 
-/// Returns the number that the text consists of; 0 for any other text and above the limit.
-std::uint32_t number(const std::wstring& text, std::uint32_t limit) {
-    const bool isNumber = text.find_first_not_of(L"0123456789") == text.npos;
-    const auto value = isNumber ? _wcstoui64(text.c_str(), nullptr, 10) : 0;
-    return value <= limit ? static_cast<std::uint32_t>(value) : 0;
-}
-
-/// \return Empty when all is well, otherwise what is wrong with the arguments.
-std::wstring parse(const Arguments& arguments, Options& options) {
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::wstring& argument = arguments[i];
-        if (!argument.starts_with(L"--")) {
-            if (!options.url.empty())
-                return L"more than one URL";
-            options.url = argument;
-            continue;
-        }
-        if (i + 1 == arguments.size())
-            return argument + L" requires a value";
-        const std::wstring& value = arguments[++i];
-        if (argument == L"--folder") {
-            options.folder = fullPath(value);
-        } else if (argument == L"--proxy") {
-            const auto colon = value.rfind(L':');
-            options.proxyPort = colon != value.npos ? number(value.substr(colon + 1), kHighestPort) : 0;
-            if (options.proxyPort == 0)
-                return L"--proxy requires HOST:PORT";
-            options.proxyHost = value.substr(0, colon);
-        } else if (argument == L"--timeout") {
-            options.timeout = number(value, kLongestTimeout);
-            if (options.timeout == 0)
-                return L"--timeout requires a whole number of seconds from 1 to 4294967295";
-        } else if (argument == L"--proxy-user") {
-            options.proxyUser = value;
-        } else if (argument == L"--proxy-password") {
-            options.proxyPassword = value;
-        } else {
-            return L"unknown option " + argument;
-        }
+/// \return Empty if the parameters are valid, otherwise their fault.
+std::wstring read(const Parameters& parameters, Options& options) {
+    if (parameters.positional.size() != 1)
+        return L"download requires one URL";
+    options.url = parameters.positional[0];
+    options.proxyUser = parameters.value(L"--proxy-user");
+    options.proxyPassword = parameters.value(L"--proxy-password");
+    if (parameters.has(L"--folder"))
+        options.folder = fullPath(parameters.value(L"--folder"));
+    if (parameters.has(L"--proxy")) {
+        const std::wstring value = parameters.value(L"--proxy");
+        const auto colon = value.rfind(L':');
+        options.proxyPort = colon != value.npos ? wholeNumber(value.substr(colon + 1), kHighestPort) : 0;
+        if (options.proxyPort == 0 || colon == 0)
+            return L"--proxy requires HOST:PORT";
+        options.proxyHost = value.substr(0, colon);
     }
-    return options.url.empty() ? L"no URL" : L"";
+    if (parameters.has(L"--timeout")) {
+        options.timeout = wholeNumber(parameters.value(L"--timeout"), kLongestTimeout);
+        if (options.timeout == 0)
+            return L"--timeout requires a whole number of seconds from 1 to 4294967295";
+    }
+    return {};
 }
 
 /// Where the library writes the file, see startDownloadFile().
 std::wstring outputPath(const Options& options) {
-    const wchar_t* roaming = _wgetenv(L"APPDATA");
-    const std::wstring folder = !options.folder.empty() || roaming == nullptr
-                                    ? options.folder
-                                    : std::wstring(roaming) + L"\\Quenlith";
+    std::wstring folder = options.folder;
+    if (folder.empty())
+        folder =
+            win32::joinPath(win32::knownFolder(win32::KnownFolder::roamingAppData, {}), win32::kBrandFolder);
     return folder + L"\\" + options.url.substr(options.url.rfind(L'/') + 1);
 }
 
 std::int64_t fileSize(const std::wstring& path) {
-    const HANDLE file = CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
+    const win32::KernelHandle file(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                               nullptr, OPEN_EXISTING, 0, nullptr));
     LARGE_INTEGER size{};
-    if (file != INVALID_HANDLE_VALUE) {
-        GetFileSizeEx(file, &size);
-        CloseHandle(file);
-    }
+    if (file)
+        GetFileSizeEx(file.get(), &size);
     return size.QuadPart;
 }
 
@@ -147,8 +129,8 @@ void showProgress(std::uint32_t percent, std::uint32_t seconds, std::int64_t byt
     printPart(line + L"   ");
 }
 
-/// Polls until the download ends, the user interrupts it or its time is over.
-End follow(const Library& library, const Options& options) {
+/// Polls until the download ends, the user interrupts it or it times out.
+End follow(const Library& library, const Options& options, const PolledInterrupt& interrupt) {
     const bool isTerminal = _isatty(_fileno(stdout)) != 0;
     const std::wstring path = outputPath(options);
     const ULONGLONG begin = GetTickCount64();
@@ -164,53 +146,58 @@ End follow(const Library& library, const Options& options) {
         if (isShown)
             showProgress(percent, seconds, fileSize(path));
         const bool isTimedOut = options.timeout != 0 && GetTickCount64() - begin >= options.timeout * 1000ULL;
-        if (isRunning != 0 && !interrupted && !isTimedOut)
+        const bool isInterrupted = interrupt.isSet();
+        if (isRunning != 0 && !isInterrupted && !isTimedOut)
             continue;
         if (isTerminal || isShown)
             printPart(L"\n");
-        return isRunning == 0 ? End::kReached : interrupted ? End::kInterrupted : End::kTimedOut;
+        return isRunning == 0 ? End::kReached : isInterrupted ? End::kInterrupted : End::kTimedOut;
     }
 }
 
-int report(const Outcome& outcome) {
+int report(const std::wstring& what, const Outcome& outcome) {
     field("errorNumber", outcome.error);
     field("stage", outcome.stage);
     field("httpStatus", outcome.status);
     if (outcome.isGood())
         return kDone;
     const std::wstring stage = L"stage " + std::to_wstring(outcome.stage);
-    if (outcome.status >= kFirstErrorStatus) {
-        complain(L"the server answered with HTTP status " + std::to_wstring(outcome.status) +
-                 (outcome.stage == 0 ? L"; what was downloaded is its error page" : L" (" + stage + L")"));
-        return kFailed;
-    }
+    if (outcome.status >= kFirstErrorStatus)
+        return fail(what + L": the server answered with HTTP status " + std::to_wstring(outcome.status) +
+                    (outcome.stage == 0 ? L"; the file is its error page" : L" (" + stage + L")"));
     const auto* row = std::ranges::find(kStageTexts, outcome.stage, &StageText::stage);
-    const std::wstring text = row != std::end(kStageTexts) ? row->text : L"the download failed";
-    complain(text + L" (" + stage + L", HTTP status " + std::to_wstring(outcome.status) + L"). Error " +
-             describeError(outcome.error));
-    return kFailed;
+    const bool isKnown = row != std::end(kStageTexts);
+    Cause cause = outcome.error != 0 ? windowsError(outcome.error) : Cause();
+    if (cause.advice.empty() && isKnown)
+        cause.advice = row->advice;
+    const std::wstring text = isKnown ? row->text : L"the download failed";
+    return fail(what + L": " + text + L" (" + stage + L", HTTP status " + std::to_wstring(outcome.status) +
+                    L")",
+                cause);
 }
 
-int run(const Library& library, const Arguments& arguments) {
+int run(const Library& library, const Parameters& parameters) {
     Options options;
-    if (const std::wstring problem = parse(arguments, options); !problem.empty())
+    if (const std::wstring problem = read(parameters, options); !problem.empty())
         return wrongUsage(kDownloadCommand, problem);
 
-    SetConsoleCtrlHandler(onControl, TRUE);
+    const PolledInterrupt interrupt;
     const auto error =
         library.startDownloadFile(options.proxyHost.c_str(), options.proxyPort, options.proxyUser.c_str(),
                                   options.proxyPassword.c_str(), options.url.c_str(), options.folder.c_str());
-    field("file", outputPath(options));
-    const End end = error != 0 ? End::kReached : follow(library, options);
+    const std::wstring path = outputPath(options), what = L"Cannot download " + options.url;
+    field("file", path);
+    const End end = error != 0 ? End::kReached : follow(library, options, interrupt);
     int code = kFailed;
     if (end == End::kReached)
-        code = report(Outcome(library));
+        code = report(what, Outcome(library));
     else
-        complain((end == End::kTimedOut ? L"not finished after " + std::to_wstring(options.timeout) + L" s"
-                                        : std::wstring(L"interrupted")) +
-                 L"; the part that arrived is left in the file");
+        fail(what + (end == End::kTimedOut
+                         ? L": not finished after " + std::to_wstring(options.timeout) + L" s"
+                         : std::wstring(L": interrupted")),
+             {.advice = L"the part that arrived is in " + path});
     library.stopDownloadFile();
-    return code;
+    return end == End::kInterrupted ? int{kInterrupted} : code;
 }
 
 } // namespace
@@ -219,11 +206,12 @@ const Command kDownloadCommand{
     L"download",
     L"download URL [--folder FOLDER] [--timeout SECONDS] [--proxy HOST:PORT]\n"
     L"         [--proxy-user USER --proxy-password PASSWORD]\n"
-    L"    Downloads a file and shows its progress; Ctrl+C and the time-out stop it. The file goes to the "
-    L"folder,\n"
-    L"    or to the suite's settings folder, under the name after the URL's last \"/\". A port in the URL "
-    L"is\n"
-    L"    ignored.",
+    L"    Downloads a file and shows its progress; Ctrl+C and the time-out stop it. The file is written to "
+    L"the\n"
+    L"    folder, by default the suite's settings folder, under the name after the last \"/\" of the URL. A "
+    L"port\n"
+    L"    in the URL is ignored.",
+    kOptions,
     run,
 };
 

@@ -7,47 +7,35 @@
 namespace host {
 namespace {
 
-struct Field {
-    const wchar_t* option;
-    bool onlyFull;
+// The fields in the order of the parameters of sendAppEventFull().
+constexpr Option kOptions[] = {
+    {L"--name", true},      {L"--source", true},   {L"--info-type", true},    {L"--info", true},
+    {L"--app-id", true},    {L"--version", true},  {L"--adv-type", true},     {L"--camp-type", true},
+    {L"--inst-type", true}, {L"--inst-ref", true}, {L"--inst-channel", true}, {L"--guid", true},
+    {L"--build", true},     {L"--full", false},
 };
+constexpr std::size_t kFieldCount = 13;
 
-// In the order of the parameters of sendAppEventFull().
-constexpr Field kFields[] = {
-    {L"--name", false},     {L"--source", false},  {L"--info-type", false},   {L"--info", false},
-    {L"--app-id", false},   {L"--version", false}, {L"--adv-type", false},    {L"--camp-type", false},
-    {L"--inst-type", true}, {L"--inst-ref", true}, {L"--inst-channel", true}, {L"--guid", false},
-    {L"--build", false},
-};
-constexpr std::size_t kFieldCount = std::size(kFields);
-
-int run(const Library& library, const Arguments& arguments) {
+void send(const Library& library, const Parameters& parameters) {
     std::array<std::string, kFieldCount> values;
-    bool isFull = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        if (arguments[i] == L"--full") {
-            isFull = true;
-            continue;
-        }
-        std::size_t field = 0;
-        while (field < kFieldCount && arguments[i] != kFields[field].option)
-            ++field;
-        if (field == kFieldCount)
-            return wrongUsage(kEventCommand, L"unknown option " + arguments[i]);
-        if (i + 1 == arguments.size())
-            return wrongUsage(kEventCommand, arguments[i] + L" wants a value");
-        values[field] = toUtf8(arguments[++i]);
-        isFull = isFull || kFields[field].onlyFull;
-    }
-
+    for (std::size_t field = 0; field < kFieldCount; ++field)
+        values[field] = toUtf8(parameters.value(kOptions[field].name));
     const auto value = [&](std::size_t field) { return values[field].c_str(); };
-    if (isFull)
+    if (parameters.has(L"--full") || parameters.has(L"--inst-type") || parameters.has(L"--inst-ref") ||
+        parameters.has(L"--inst-channel"))
         library.sendAppEventFull(value(0), value(1), value(2), value(3), value(4), value(5), value(6),
                                  value(7), value(8), value(9), value(10), value(11), value(12));
     else
         library.sendAppEvent(value(0), value(1), value(2), value(3), value(4), value(5), value(6), value(7),
                              value(11), value(12));
-    print(L"Done; whether it arrived is told in the log (logs\\Quenlith.log below %APPDATA%, \"Level\" 7).");
+}
+
+int run(const Library& library, const Parameters& parameters) {
+    if (!parameters.positional.empty())
+        return wrongUsage(kEventCommand, L"event takes options only");
+    send(library, parameters);
+    print(L"The call returned, which does not show whether the event arrived");
+    leaveOutcomeOpen();
     return kDone;
 }
 
@@ -58,8 +46,10 @@ const Command kEventCommand{
     L"event [--full] [OPTION VALUE]...\n"
     L"    Sends one usage event and waits until the exchange is over.\n"
     L"    --name --source --info-type --info --app-id --version --adv-type --camp-type --guid --build\n"
-    L"    --inst-type --inst-ref --inst-channel   with one of these, or with --full, the event also tells\n"
-    L"                                            about the installation",
+    L"    --inst-type --inst-ref --inst-channel   with one of these, or with --full, the event also has the\n"
+    L"                                            data of the installation\n"
+    L"    --version is the application's version here.",
+    kOptions,
     run,
 };
 

@@ -1,7 +1,8 @@
 #include "commands.h"
 #include "console.h"
+#include "errors.h"
+#include "interrupt.h"
 
-#include <cstring>
 #include <vector>
 
 namespace host {
@@ -33,89 +34,103 @@ const Command* findCommand(const std::wstring& name) {
     return nullptr;
 }
 
-void printHelp() {
-    print(L"Usage: zelsyshelper-host [--json] [--dll NAME_OR_PATH] COMMAND ...\n"
-          L"       zelsyshelper-host COMMAND --help\n"
-          L"\n"
-          L"Calls the functions of zelsyshelper.dll, which is looked for beside this program.\n"
-          L"With --json, each command prints one JSON object instead of text.");
+std::span<const Option> optionsOf(const std::wstring& name) {
+    const Command* const command = findCommand(name);
+    return command != nullptr ? command->options : std::span<const Option>();
+}
+
+std::wstring programHelp() {
+    std::wstring help =
+        L"Usage: zelsyshelper-host [--json] [--dll NAME_OR_PATH] COMMAND ...\n"
+        L"       zelsyshelper-host help [COMMAND]\n"
+        L"       zelsyshelper-host --version\n"
+        L"\n"
+        L"Calls the functions of zelsyshelper.dll, by default of the one in this program's folder.\n"
+        L"\n"
+        L"--json          Prints one JSON object instead of text, also for errors.\n"
+        L"--dll NAME      Loads another DLL: a name in this program's folder, or a path.\n"
+        L"--help, -h, /?  Prints help, after a command that of the command.\n"
+        L"--              Everything that follows is no option.\n"
+        L"Options may stand before and after the command.\n";
     for (const Group& group : groups()) {
-        print(std::wstring(L"\n") + group.title + L"\n");
+        help += std::wstring(L"\n") + group.title + L"\n\n";
         for (const Command* command : group.commands)
-            print(command->usage);
+            help += std::wstring(command->usage) + L"\n";
     }
-    print(L"\nExit codes: 0 done, 1 failed or the answer is no, 2 wrong usage, 3 the DLL cannot be loaded.");
+    return help + L"\nExit codes: 0 done, 1 failed or the answer is no, 2 wrong usage, 3 the DLL cannot be "
+                  L"loaded,\n130 interrupted by Ctrl+C.";
 }
 
-void complainOf(const Library& library, const std::wstring& dll) {
-    if (library.module == nullptr)
-        complain(L"cannot load " + dll + L" (Windows error " + std::to_wstring(library.error) +
-                 L"): put it beside this program, or name it with --dll PATH");
-    else
-        complain(dll + L" has no function " +
-                 std::wstring(library.missing, library.missing + std::strlen(library.missing)) +
-                 L": it is older than this program; install the two from one release");
+int failUsage(const std::wstring& problem) {
+    fail(problem, {.advice = L"\"zelsyshelper-host help\" lists commands and options"});
+    return kUsage;
 }
 
-/// Takes the options before the command away.
-/// \return False when they cannot be understood.
-bool takeOptions(Arguments& arguments, std::wstring& dll) {
-    while (!arguments.empty() && arguments[0].starts_with(L"--") && arguments[0] != L"--help") {
-        std::size_t taken = 1;
-        if (arguments[0] == L"--json") {
-            useJson();
-        } else if (arguments[0] == L"--dll" && arguments.size() > 1) {
-            dll = arguments[1];
-            taken = 2;
-        } else {
-            complain(arguments[0] + L" wants a value, or is unknown; --help lists the options");
-            return false;
-        }
-        arguments.erase(arguments.begin(), arguments.begin() + static_cast<std::ptrdiff_t>(taken));
-    }
-    return true;
+int printHelp(const std::wstring& commandName) {
+    const Command* const command = findCommand(commandName);
+    if (command == nullptr && !commandName.empty())
+        return failUsage(L"Unknown command " + commandName);
+    const std::wstring help = command != nullptr ? command->usage : programHelp();
+    print(help);
+    field("help", help);
+    return kDone;
 }
 
-int run(Arguments arguments) {
-    std::wstring dll = L"zelsyshelper.dll";
-    if (!takeOptions(arguments, dll))
-        return kUsage;
-    if (arguments.empty() || arguments[0] == L"--help") {
-        printHelp();
-        return arguments.empty() ? kUsage : kDone;
+int failToLoad(const Library& library, const std::wstring& dll) {
+    if (library.module == nullptr) {
+        Cause cause = windowsError(library.error);
+        cause.advice = L"put it into the folder of this program, or name it with --dll PATH";
+        fail(L"Cannot load " + dll, cause);
+    } else {
+        fail(dll + L" has no function " + toWide(library.missing),
+             {.advice = L"it is older than this program; install both from one release"});
     }
-    const Command* const command = findCommand(arguments[0]);
-    if (command == nullptr) {
-        complain(L"unknown command " + arguments[0] + L"; --help lists the commands");
-        return kUsage;
-    }
-    field("command", arguments[0]);
-    if (arguments.size() == 2 && arguments[1] == L"--help") {
-        print(command->usage);
+    return kNoLibrary;
+}
+
+int run(const Arguments& arguments) {
+    const CommandLine line = parseCommandLine(arguments, optionsOf);
+    if (line.isJson)
+        useJson();
+    if (!line.command.empty())
+        field("command", line.command);
+    if (line.wantsVersion) {
+        print(L"zelsyshelper-host " + toWide(ZELSYSHELPER_VERSION));
+        field("version", toWide(ZELSYSHELPER_VERSION));
         return kDone;
     }
-    const bool isPath = dll.find_first_of(L"\\/:") != dll.npos;
-    const Library library((isPath ? fullPath(dll) : dll).c_str());
-    if (!library) {
-        complainOf(library, dll);
-        return kNoLibrary;
-    }
-    return command->run(library, Arguments(arguments.begin() + 1, arguments.end()));
+    const Arguments& positional = line.parameters.positional;
+    if (line.command == L"help")
+        return printHelp(positional.empty() ? L"" : positional.front());
+    if (line.wantsHelp)
+        return printHelp(line.command);
+    const Command* const command = findCommand(line.command);
+    if (command == nullptr)
+        return failUsage(!line.problem.empty()  ? line.problem
+                         : line.command.empty() ? L"No command"
+                                                : L"Unknown command " + line.command);
+    if (!line.problem.empty())
+        return wrongUsage(*command, line.problem);
+    const bool isPath = line.dll.find_first_of(L"\\/:") != line.dll.npos;
+    const Library library((isPath ? fullPath(line.dll) : line.dll).c_str());
+    if (!library)
+        return failToLoad(library, line.dll);
+    return command->run(library, line.parameters);
 }
 
 } // namespace
 
 int wrongUsage(const Command& command, const std::wstring& problem) {
-    complain(problem + L"; usage:\n" + command.usage);
+    printError(problem + L"\n\n" + command.usage);
+    field("error", problem);
+    field("usage", command.usage);
     return kUsage;
 }
 
 } // namespace host
 
 int wmain(int count, wchar_t** arguments) {
-    const UINT codePage = GetConsoleOutputCP();
-    SetConsoleOutputCP(CP_UTF8);
-    const int code = host::finish(host::run(host::Arguments(arguments + 1, arguments + count)));
-    SetConsoleOutputCP(codePage); // the window belongs to others too
-    return code;
+    host::openConsole();
+    host::installInterruptHandler();
+    return host::finish(host::run(host::Arguments(arguments + 1, arguments + count)));
 }

@@ -1,5 +1,7 @@
 #include "commands.h"
 #include "console.h"
+#include "errors.h"
+#include "win32/known_folders.h"
 
 #include <iterator>
 
@@ -10,122 +12,132 @@ namespace {
 constexpr std::uint32_t kLargestValue = 4 * 1024 * 1024;
 
 constexpr std::wstring_view kEnciphered = L"--enciphered";
+constexpr Option kPropertyOptions[] = {{kEnciphered, false}};
 
-int explain(std::uint64_t status, const std::wstring& file, const std::wstring& key) {
-    field("status", static_cast<std::int64_t>(status));
+/// What an action of the command works on. Only `set` and `write` have a value.
+struct Property {
+    std::wstring file, key, value;
+    std::string narrowKey;
+    bool isEnciphered;
+
+    std::wstring named() const { return L"the key \"" + key + L"\" of " + file; }
+};
+
+int explain(std::uint64_t status, const std::wstring& what) {
+    field("errorNumber", static_cast<std::int64_t>(status));
     switch (status) {
+    case 0:
+        return kDone;
     case ZELSYSHELPER_NO_KEY:
-        complain(L"100000 (NO_KEY): no key \"" + key + L"\" in " + file + L"; keys are case-sensitive");
-        break;
+        return fail(what, {.number = ZELSYSHELPER_NO_KEY,
+                           .name = L"NO_KEY",
+                           .text = L"the file has no such key",
+                           .advice = L"check upper and lower case"});
     case ZELSYSHELPER_NO_FILE:
-        complain(L"100002 (NO_FILE): no file " + file +
-                 L"; check the path, or make the file with \"property set\"");
-        break;
+        return fail(what, {.number = ZELSYSHELPER_NO_FILE,
+                           .name = L"NO_FILE",
+                           .text = L"there is no such file",
+                           .advice = L"check the path, or create the file with \"property set\""});
     default:
-        complain(std::to_wstring(status) + L" (FILE_FAILED): cannot read " + file +
-                 L"; check its permissions, and that no other program keeps it to itself");
+        return fail(what, {.number = static_cast<std::int64_t>(status),
+                           .name = L"FILE_FAILED",
+                           .text = L"the file cannot be opened, read or written",
+                           .advice = L"check its folder and permissions, and close programs that use it"});
     }
-    return kFailed;
 }
 
-int get(const Library& library, const Arguments& arguments) {
-    const std::string key = toUtf8(arguments[1]);
+int get(const Library& library, const Property& property) {
     std::wstring buffer(kLargestValue, L'\0');
-    const auto status =
-        library.getValueFromPropertyFile(arguments[0].c_str(), key.c_str(), buffer.data(), kLargestValue);
-    if (status != 0)
-        return explain(status, arguments[0], arguments[1]);
-    field("value", buffer.c_str());
-    print(buffer.c_str());
-    return kDone;
+    const auto status = library.getValueFromPropertyFile(property.file.c_str(), property.narrowKey.c_str(),
+                                                         buffer.data(), kLargestValue);
+    if (status == 0) {
+        field("value", buffer.c_str());
+        print(buffer.c_str());
+    }
+    return explain(status, L"Cannot read " + property.named());
 }
 
-/// Complains of a key or a value that a file cannot hold.
-bool cannotBeKept(const std::wstring& key, const std::wstring& value) {
+/// Returns why a file cannot hold the key and the value; empty if it can.
+std::wstring cannotBeKept(const std::wstring& key, const std::wstring& value) {
     const bool isFound =
         (key + value).find_first_of(L"\r\n") != std::wstring::npos || key.find(L'=') != key.npos;
-    if (isFound)
-        complain(L"a file cannot hold line breaks in keys and values, nor \"=\" in keys");
-    return isFound;
+    return isFound ? L"Files cannot hold line breaks in keys and values, nor \"=\" in keys" : L"";
 }
 
-int set(const Library& library, const Arguments& arguments) {
-    if (cannotBeKept(arguments[1], arguments[2]))
-        return kUsage;
-    const std::string key = toUtf8(arguments[1]);
-    library.setValueInPropertyFile(arguments[0].c_str(), key.c_str(), arguments[2].c_str());
-    // The result does not tell whether the value was written, so look.
-    std::wstring buffer(arguments[2].size() + 2, L'\0');
-    const auto status = library.getValueFromPropertyFile(arguments[0].c_str(), key.c_str(), buffer.data(),
-                                                         static_cast<std::uint32_t>(buffer.size()));
+int set(const Library& library, const Property& property) {
+    library.setValueInPropertyFile(property.file.c_str(), property.narrowKey.c_str(), property.value.c_str());
+    // The result does not show whether the value was written.
+    std::wstring buffer(property.value.size() + 2, L'\0');
+    const auto status =
+        library.getValueFromPropertyFile(property.file.c_str(), property.narrowKey.c_str(), buffer.data(),
+                                         static_cast<std::uint32_t>(buffer.size()));
     const bool isRemoved =
-        arguments[2].empty() && (status == ZELSYSHELPER_NO_KEY || status == ZELSYSHELPER_NO_FILE);
+        property.value.empty() && (status == ZELSYSHELPER_NO_KEY || status == ZELSYSHELPER_NO_FILE);
     buffer.resize(buffer.find(L'\0'));
-    if (isRemoved || (status == 0 && buffer == arguments[2]))
+    if (isRemoved || (status == 0 && buffer == property.value))
         return kDone;
-    complain(L"the value did not get into " + arguments[0] +
-             L"; check that its folder is there and the file can be written");
-    return kFailed;
+    return explain(ZELSYSHELPER_FILE_FAILED, L"Cannot write " + property.named());
 }
 
-int integer(const Library& library, const Arguments& arguments) {
-    const std::string key = toUtf8(arguments[1]);
-    const auto number =
-        static_cast<std::int32_t>(library.getIntFromPropertyFile(arguments[0].c_str(), key.c_str()));
+int integer(const Library& library, const Property& property) {
+    const auto number = static_cast<std::int32_t>(
+        library.getIntFromPropertyFile(property.file.c_str(), property.narrowKey.c_str()));
     field("value", number);
     print(std::to_wstring(number));
-    // The library cannot tell these from stored numbers; asking for the text can.
+    // A stored number can equal a failure value of the library; the status of the text is unambiguous.
     wchar_t unused = 0;
-    const auto status = library.getValueFromPropertyFile(arguments[0].c_str(), key.c_str(), &unused, 1);
-    return status == 0 ? kDone : explain(status, arguments[0], arguments[1]);
+    return explain(
+        library.getValueFromPropertyFile(property.file.c_str(), property.narrowKey.c_str(), &unused, 1),
+        L"Cannot read " + property.named());
 }
 
-int filled(const Library& library, const Arguments& arguments) {
-    const std::string key = toUtf8(arguments[1]);
-    return answer("filled", library.isValueFromPropertyFileNotEmpty(arguments[0].c_str(), key.c_str()) != 0);
+int filled(const Library& library, const Property& property) {
+    return answer("filled", library.isValueFromPropertyFileNotEmpty(property.file.c_str(),
+                                                                    property.narrowKey.c_str()) != 0);
 }
 
-// For `read`, `write` and `check`: an argument behind those that they want can only be --enciphered.
+/// Reads a value of either form. The caller has checked that the key is there.
+std::wstring readValue(const Library& library, const Property& property) {
+    const auto read = [&](wchar_t* buffer, std::uint32_t capacity) {
+        return library.readProperty(property.file.c_str(), property.narrowKey.c_str(), buffer, capacity,
+                                    property.isEnciphered);
+    };
+    std::wstring buffer(read(nullptr, 0) + 2, L'\0');
+    read(buffer.data(), static_cast<std::uint32_t>(buffer.size()));
+    buffer.resize(buffer.find(L'\0'));
+    return buffer;
+}
 
-int read(const Library& library, const Arguments& arguments) {
-    const std::string key = toUtf8(arguments[1]);
-    const wchar_t* const file = arguments[0].c_str();
-    const std::uint8_t form = arguments.size() > 2;
-    if (library.checkProperty(file, key.c_str(), form) == 0) {
-        complain(L"no key \"" + arguments[1] + L"\" in " + arguments[0] + L", or no such file");
-        return kFailed;
-    }
-    std::wstring buffer(library.readProperty(file, key.c_str(), nullptr, 0, form) + 2, L'\0');
-    library.readProperty(file, key.c_str(), buffer.data(), static_cast<std::uint32_t>(buffer.size()), form);
-    field("value", buffer.c_str());
-    print(buffer.c_str());
+bool isThere(const Library& library, const Property& property) {
+    return library.checkProperty(property.file.c_str(), property.narrowKey.c_str(), property.isEnciphered) !=
+           0;
+}
+
+int read(const Library& library, const Property& property) {
+    if (!isThere(library, property))
+        return fail(L"Cannot read " + property.named(),
+                    {.text = L"there is no such key or no such file", .advice = L"check path and key"});
+    const std::wstring value = readValue(library, property);
+    field("value", value);
+    print(value);
     return kDone;
 }
 
-int write(const Library& library, const Arguments& arguments) {
-    if (cannotBeKept(arguments[1], arguments[2]))
-        return kUsage;
-    const std::string key = toUtf8(arguments[1]);
-    const auto status =
-        library.writeProperty(arguments[0].c_str(), key.c_str(), arguments[2].c_str(), arguments.size() > 3);
-    if (status == 0)
-        return kDone;
-    complain(std::to_wstring(status) + L": the value did not get into " + arguments[0] +
-             L"; check that its folder is there and the file can be written");
-    return kFailed;
+int write(const Library& library, const Property& property) {
+    return explain(library.writeProperty(property.file.c_str(), property.narrowKey.c_str(),
+                                         property.value.c_str(), property.isEnciphered),
+                   L"Cannot write " + property.named());
 }
 
-int check(const Library& library, const Arguments& arguments) {
-    const std::string key = toUtf8(arguments[1]);
-    return answer("there",
-                  library.checkProperty(arguments[0].c_str(), key.c_str(), arguments.size() > 2) != 0);
+int check(const Library& library, const Property& property) {
+    return answer("there", isThere(library, property));
 }
 
 struct Action {
     const wchar_t* name;
     std::size_t arguments;
-    bool hasForms; ///< Whether --enciphered may follow.
-    int (*run)(const Library& library, const Arguments& arguments);
+    bool hasForms; ///< Whether the action accepts --enciphered.
+    int (*run)(const Library& library, const Property& property);
 };
 
 constexpr Action kActions[] = {{L"get", 2, false, get},     {L"set", 3, false, set},
@@ -133,36 +145,73 @@ constexpr Action kActions[] = {{L"get", 2, false, get},     {L"set", 3, false, s
                                {L"read", 2, true, read},    {L"write", 3, true, write},
                                {L"check", 2, true, check}};
 
-int run(const Library& library, const Arguments& arguments) {
+int run(const Library& library, const Parameters& parameters) {
+    const Arguments& arguments = parameters.positional;
     if (arguments.empty())
-        return wrongUsage(kPropertyCommand, L"what is to be done with the property?");
+        return wrongUsage(kPropertyCommand, L"property requires an action");
+    const bool isEnciphered = parameters.has(kEnciphered);
     for (const Action& action : kActions) {
         if (arguments[0] != action.name)
             continue;
-        const Arguments rest(arguments.begin() + 1, arguments.end());
-        const bool hasOption =
-            action.hasForms && rest.size() > action.arguments && rest.back() == kEnciphered;
-        if (rest.size() != action.arguments + (hasOption ? 1 : 0))
-            return wrongUsage(kPropertyCommand, L"property " + arguments[0] + L" wants " +
+        if (arguments.size() != action.arguments + 1)
+            return wrongUsage(kPropertyCommand, L"property " + arguments[0] + L" requires " +
                                                     std::to_wstring(action.arguments) + L" arguments");
-        return action.run(library, rest);
+        if (isEnciphered && !action.hasForms)
+            return wrongUsage(kPropertyCommand, L"property " + arguments[0] + L" does not take --enciphered");
+        const Property property{.file = arguments[1],
+                                .key = arguments[2],
+                                .value = arguments.size() > 3 ? arguments[3] : L"",
+                                .narrowKey = toUtf8(arguments[2]),
+                                .isEnciphered = isEnciphered};
+        const std::wstring problem =
+            arguments.size() > 3 ? cannotBeKept(property.key, property.value) : std::wstring();
+        return problem.empty() ? action.run(library, property) : wrongUsage(kPropertyCommand, problem);
     }
-    return wrongUsage(kPropertyCommand, L"unknown action " + arguments[0]);
+    return wrongUsage(kPropertyCommand, L"Unknown action " + arguments[0]);
 }
 
-int runSwitch(const Library& library, const Arguments& arguments) {
-    const std::wstring action = arguments.empty() ? L"" : arguments[0];
-    if (arguments.size() > 1 && arguments[1].empty())
-        return wrongUsage(kSwitchCommand, L"the file's name is empty");
-    if (arguments.size() == 3 && cannotBeKept(arguments[2], {}))
-        return kUsage;
-    if (action == L"clear" && arguments.size() == 2)
-        library.clearFx(arguments[1].c_str());
-    else if ((action == L"on" || action == L"off") && arguments.size() == 3)
-        library.enableFx(arguments[1].c_str(), toUtf8(arguments[2]).c_str(), action == L"on");
-    else
-        return wrongUsage(kSwitchCommand, L"which switch of which file is to be on or off?");
-    return kDone;
+/// Returns the path of a switch file; empty if the name leads out of the settings folder: to another folder,
+/// to a stream of another file, or to a device.
+std::wstring switchFile(const std::wstring& name) {
+    const std::wstring roaming = win32::knownFolder(win32::KnownFolder::roamingAppData, {});
+    const std::wstring path = win32::joinPath(win32::joinPath(roaming, win32::kBrandFolder), name + L".fx");
+    const bool isInside = !name.empty() && name.find_first_of(L"\\/:") == name.npos && fullPath(path) == path;
+    return isInside ? path : std::wstring();
+}
+
+int clearSwitches(const Library& library, const std::wstring& name, const std::wstring& path) {
+    library.clearFx(name.c_str());
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    const bool isEmpty = !GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) ||
+                         (data.nFileSizeHigh == 0 && data.nFileSizeLow == 0);
+    return isEmpty ? int{kDone} : explain(ZELSYSHELPER_FILE_FAILED, L"Cannot empty " + path);
+}
+
+int runSwitch(const Library& library, const Parameters& parameters) {
+    const Arguments& arguments = parameters.positional;
+    const bool isClear = arguments.size() == 2 && arguments[0] == L"clear";
+    const bool isOn = arguments.size() == 3 && arguments[0] == L"on";
+    if (!isClear && !isOn && (arguments.size() != 3 || arguments[0] != L"off"))
+        return wrongUsage(kSwitchCommand,
+                          L"switch requires on or off, a name and a switch, or clear and a name");
+    const std::wstring path = switchFile(arguments[1]);
+    if (path.empty())
+        return wrongUsage(kSwitchCommand,
+                          L"\"" + arguments[1] + L"\" is no name of a file in the settings folder");
+    if (isClear)
+        return clearSwitches(library, arguments[1], path);
+    if (const std::wstring problem = cannotBeKept(arguments[2], {}); !problem.empty())
+        return wrongUsage(kSwitchCommand, problem);
+    const Property property{.file = path,
+                            .key = arguments[2],
+                            .value = {},
+                            .narrowKey = toUtf8(arguments[2]),
+                            .isEnciphered = true};
+    library.enableFx(arguments[1].c_str(), property.narrowKey.c_str(), isOn);
+    // The function has no result.
+    if (isThere(library, property) && readValue(library, property) == (isOn ? L"1" : L"0"))
+        return kDone;
+    return explain(ZELSYSHELPER_FILE_FAILED, L"Cannot write " + property.named());
 }
 
 } // namespace
@@ -177,7 +226,8 @@ const Command kPropertyCommand{
     L"property read FILE KEY [--enciphered]\n"
     L"property write FILE KEY VALUE [--enciphered]\n"
     L"property check FILE KEY [--enciphered]\n"
-    L"                              The same by the functions that know enciphered files too.",
+    L"                              The same with the functions that support enciphered files too.",
+    kPropertyOptions,
     run,
 };
 
@@ -185,6 +235,7 @@ const Command kSwitchCommand{
     L"switch",
     L"switch on|off NAME SWITCH     Sets a switch of the file NAME.fx in the suite's settings folder.\n"
     L"switch clear NAME             Empties that file.",
+    {},
     runSwitch,
 };
 

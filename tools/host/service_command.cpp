@@ -1,6 +1,7 @@
 #include "commands.h"
 #include "console.h"
 #include "errors.h"
+#include "service_state.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,82 +11,116 @@ namespace {
 
 struct CodeText {
     std::int32_t code;
+    const wchar_t* name;
     const wchar_t* text;
+    const wchar_t* advice;
 };
 
 constexpr CodeText kCodes[] = {
-    {ZELSYSHELPER_SERVICE_NO_MANAGER,
-     L"(SERVICE_NO_MANAGER): the service manager cannot be opened; run this as an administrator"},
-    {ZELSYSHELPER_SERVICE_NOT_OPENED,
-     L"(SERVICE_NOT_OPENED): the service cannot be opened, or the path is not "
-     L"usable; is it installed? are you an administrator?"},
-    {ZELSYSHELPER_SERVICE_FAILED,
-     L"(SERVICE_FAILED): the service manager refused; run this as an administrator"},
-    {ZELSYSHELPER_SERVICE_STOP_REFUSED,
-     L"(SERVICE_STOP_REFUSED): the service refused to stop; perhaps it is stopped already"},
-    {ZELSYSHELPER_SERVICE_STOP_UNKNOWN,
-     L"(SERVICE_STOP_UNKNOWN): the service's state cannot be found out; try again"},
-    {ZELSYSHELPER_SERVICE_STOP_STUCK,
-     L"(SERVICE_STOP_STUCK): the service is stopping and does not get on; end its process"},
-    {ZELSYSHELPER_SERVICE_START_UNKNOWN,
-     L"(SERVICE_START_UNKNOWN): the service's state cannot be found out; look at \"service status\""},
+    {ZELSYSHELPER_SERVICE_NO_MANAGER, L"SERVICE_NO_MANAGER", L"the service manager cannot be opened",
+     L"run this as an administrator"},
+    {ZELSYSHELPER_SERVICE_NOT_OPENED, L"SERVICE_NOT_OPENED",
+     L"the service cannot be opened, or the path of its program is not usable",
+     L"check \"service status\", and run this as an administrator"},
+    {ZELSYSHELPER_SERVICE_FAILED, L"SERVICE_FAILED", L"the service manager refused the operation",
+     L"run this as an administrator"},
+    {ZELSYSHELPER_SERVICE_STOP_REFUSED, L"SERVICE_STOP_REFUSED", L"the service refused to stop",
+     L"it may be stopped already; check its state"},
+    {ZELSYSHELPER_SERVICE_STOP_UNKNOWN, L"SERVICE_STOP_UNKNOWN",
+     L"the state of the service cannot be queried", L"try again"},
+    {ZELSYSHELPER_SERVICE_STOP_STUCK, L"SERVICE_STOP_STUCK", L"the service is stopping without progress",
+     L"end its process"},
+    {ZELSYSHELPER_SERVICE_START_UNKNOWN, L"SERVICE_START_UNKNOWN",
+     L"the state of the service cannot be queried", L"check \"service status\""},
 };
 
-int report(std::int64_t result) {
+int report(const std::wstring& what, std::int64_t result) {
     const auto code = static_cast<std::int32_t>(result);
-    field("code", code);
+    field("errorNumber", code);
     if (code == 0)
         return kDone;
     const CodeText* row = std::ranges::find(kCodes, code, &CodeText::code);
-    complain(row != std::end(kCodes) ? std::to_wstring(code) + L" " + row->text
-                                     : L"error " + describeError(static_cast<std::uint32_t>(code)));
-    return kFailed;
+    if (row == std::end(kCodes))
+        return fail(what, windowsError(static_cast<std::uint32_t>(code)));
+    return fail(what, {.number = code, .name = row->name, .text = row->text, .advice = row->advice});
 }
 
-int status(const Library& library) {
+int install(const Library& library, const std::wstring& argument) {
+    // The service manager starts the program from the system folder.
+    const std::wstring path = fullPath(argument);
+    const std::wstring what = L"Cannot register the update service with the program " + path;
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return fail(what, windowsError(GetLastError()));
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return fail(what, {.text = L"it is a folder", .advice = L"name the executable file"});
+    field("program", path);
+    return report(what, library.installService(path.c_str()));
+}
+
+int status(const Library& library, const std::wstring&) {
     std::uint8_t isInstalled = 0;
     library.isServiceInstalled(&isInstalled);
-    print(isInstalled != 0 ? L"installed" : L"not installed");
     flag("installed", isInstalled != 0);
-    return isInstalled != 0 ? kDone : kFailed;
+    if (isInstalled == 0) {
+        print(L"not installed");
+        return kFailed;
+    }
+    const ServiceState state = updateServiceState();
+    field("state", state.text);
+    print(std::wstring(L"installed, ") + state.text);
+    return state.error == ERROR_SUCCESS
+               ? int{kDone}
+               : fail(L"Cannot query the state of the update service", windowsError(state.error));
+}
+
+int stopOther(const Library& library, const std::wstring& name) {
+    const std::wstring what = L"Cannot stop the service " + name;
+    if (library.isServicePresent(name.c_str()) == 0)
+        return fail(what, windowsError(ERROR_SERVICE_DOES_NOT_EXIST));
+    return report(what, library.stopSystemService(name.c_str()));
 }
 
 struct Action {
     const wchar_t* name;
     std::size_t arguments;
-    int (*run)(const Library& library, const wchar_t* argument);
+    int (*run)(const Library& library, const std::wstring& argument);
 };
 
 constexpr Action kActions[] = {
-    {L"install", 1,
-     [](const Library& library, const wchar_t* path) { return report(library.installService(path)); }},
-    {L"start", 0, [](const Library& library, const wchar_t*) { return report(library.startService()); }},
-    {L"stop", 0, [](const Library& library, const wchar_t*) { return report(library.stopService()); }},
-    {L"status", 0, [](const Library& library, const wchar_t*) { return status(library); }},
-    {L"update", 0, [](const Library& library, const wchar_t*) { return report(library.updateService()); }},
-    {L"uninstall", 0,
-     [](const Library& library, const wchar_t*) { return report(library.uninstallService()); }},
-    {L"stop-other", 1,
-     [](const Library& library, const wchar_t* name) {
-         if (library.isServicePresent(name) == 0) {
-             complain(std::wstring(L"no service ") + name);
-             return int{kFailed};
-         }
-         return report(library.stopSystemService(name));
+    {L"install", 1, install},
+    {L"start", 0,
+     [](const Library& library, const std::wstring&) {
+         return report(L"Cannot start the update service", library.startService());
      }},
+    {L"stop", 0,
+     [](const Library& library, const std::wstring&) {
+         return report(L"Cannot stop the update service", library.stopService());
+     }},
+    {L"status", 0, status},
+    {L"update", 0,
+     [](const Library& library, const std::wstring&) {
+         return report(L"Cannot update the description of the update service", library.updateService());
+     }},
+    {L"uninstall", 0,
+     [](const Library& library, const std::wstring&) {
+         return report(L"Cannot remove the update service", library.uninstallService());
+     }},
+    {L"stop-other", 1, stopOther},
 };
 
-int runService(const Library& library, const Arguments& arguments) {
+int runService(const Library& library, const Parameters& parameters) {
+    const Arguments& arguments = parameters.positional;
     for (const Action& action : kActions)
         if (!arguments.empty() && arguments[0] == action.name && arguments.size() == action.arguments + 1)
-            return action.run(library, arguments.back().c_str());
-    return wrongUsage(kServiceCommand, L"what is to be done with which service?");
+            return action.run(library, arguments.back());
+    return wrongUsage(kServiceCommand, L"service requires an action and its arguments");
 }
 
-int runRaise(const Library& library, const Arguments& arguments) {
-    if (arguments.size() != 1)
-        return wrongUsage(kRaiseCommand, L"raise wants the name of one application");
-    const bool isRaised = library.bringRuningAppToTop(toUtf8(arguments[0]).c_str()) != 0;
+int runRaise(const Library& library, const Parameters& parameters) {
+    if (parameters.positional.size() != 1)
+        return wrongUsage(kRaiseCommand, L"raise requires the name of one application");
+    const bool isRaised = library.bringRuningAppToTop(toUtf8(parameters.positional[0]).c_str()) != 0;
     print(isRaised ? L"raised" : L"no other instance has answered");
     flag("raised", isRaised);
     return isRaised ? kDone : kFailed;
@@ -97,14 +132,16 @@ const Command kServiceCommand{
     L"service",
     L"service install PATH          Registers the suite's update service with its program.\n"
     L"service start|stop|update|uninstall\n"
-    L"service status                Tells whether it is installed.\n"
+    L"service status                Prints whether it is installed, and its state.\n"
     L"service stop-other NAME       Stops any service.",
+    {},
     runService,
 };
 
 const Command kRaiseCommand{
     L"raise",
     L"raise NAME                    Brings the running instance of an application to the front.",
+    {},
     runRaise,
 };
 

@@ -16,6 +16,9 @@ struct Name {
     const wchar_t* text;
 };
 
+constexpr Option kFolderViewOptions[] = {
+    {L"--view", true}, {L"--sort", true}, {L"--group", true}, {L"--descending", false}};
+
 constexpr Name kViews[] = {
     {ZELSYSHELPER_VIEW_ICONS, L"icons"},
     {ZELSYSHELPER_VIEW_SMALL_ICONS, L"small-icons"},
@@ -55,7 +58,7 @@ std::wstring listed(const Name (&names)[size]) {
     return list;
 }
 
-/// The shell's functions want COM.
+/// The shell's functions require COM on the calling thread.
 class Com {
 public:
     Com() { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
@@ -65,14 +68,22 @@ public:
 };
 
 int report(std::uint32_t error, std::uint32_t status, const std::wstring& folder) {
+    const std::wstring what = L"Cannot reach the view of the folder " + folder;
+    field("errorNumber", error);
+    field("status", status);
     if (error == ERROR_INVALID_PARAMETER)
-        complain(L"no folder " + folder + L"; give a full path");
-    else if (error != 0)
-        complain(L"the file manager's windows cannot be found; is the desktop running? Error " +
-                 describeError(error));
-    else if (status == ZELSYSHELPER_NO_SHELL_WINDOW)
-        complain(L"no file-manager window is open; try again once it is");
-    return error == 0 && status == 0 ? kDone : kFailed;
+        return fail(what, {.number = error,
+                           .name = L"ERROR_INVALID_PARAMETER",
+                           .text = L"there is no such folder",
+                           .advice = L"check the path"});
+    if (error != 0) {
+        Cause cause = windowsError(error);
+        cause.advice = L"check that the desktop runs";
+        return fail(what, cause);
+    }
+    if (status == ZELSYSHELPER_NO_SHELL_WINDOW)
+        return fail(what, {.text = L"no file-manager window is open", .advice = L"open one and try again"});
+    return status == 0 ? int{kDone} : fail(what);
 }
 
 int getView(const Library& library, const std::wstring& folder) {
@@ -81,10 +92,8 @@ int getView(const Library& library, const std::wstring& folder) {
     library.retrieveShellFolderViewOptions(folder.c_str(), &view, &sort, &group, &error, &status);
     if (const int code = report(error, status, folder); code != kDone)
         return code;
-    if (view == 0 && sort.code == 0 && sort.ascending != 0) {
-        complain(L"no window shows " + folder + L" yet; try again once it does");
-        return kFailed;
-    }
+    if (view == 0 && sort.code == 0 && sort.ascending != 0)
+        return fail(L"No window shows the folder " + folder + L" yet", {.advice = L"try again"});
     field("view", nameOf(kViews, view));
     field("sort", nameOf(kColumns, sort.code));
     field("group", nameOf(kColumns, group.code));
@@ -95,41 +104,40 @@ int getView(const Library& library, const std::wstring& folder) {
     return kDone;
 }
 
-int setView(const Library& library, const std::wstring& folder, const Arguments& options) {
+/// Reads the name that an option has as its value.
+/// \param[out] code Unchanged without the option; 0 for an unknown name.
+template <std::size_t size>
+std::wstring readName(const Parameters& parameters, std::wstring_view option, const Name (&names)[size],
+                      std::uint32_t& code) {
+    if (!parameters.has(option))
+        return {};
+    code = codeOf(names, parameters.value(option));
+    return code != 0 ? L"" : L"Unknown name " + parameters.value(option) + L"; known are " + listed(names);
+}
+
+int setView(const Library& library, const std::wstring& folder, const Parameters& parameters) {
     std::uint32_t view = 0, groupCode = 0;
-    SortOption sort{.code = 0, .ascending = 1};
-    for (std::size_t i = 0; i < options.size(); ++i) {
-        if (options[i] == L"--descending") {
-            sort.ascending = 0;
-            continue;
-        }
-        if (i + 1 == options.size())
-            return wrongUsage(kFolderViewCommand, options[i] + L" wants a value, or is unknown");
-        const std::wstring& option = options[i++];
-        const bool isView = option == L"--view";
-        std::uint32_t* const code = isView                 ? &view
-                                    : option == L"--sort"  ? &sort.code
-                                    : option == L"--group" ? &groupCode
-                                                           : nullptr;
-        if (code == nullptr)
-            return wrongUsage(kFolderViewCommand, L"unknown option " + option);
-        *code = isView ? codeOf(kViews, options[i]) : codeOf(kColumns, options[i]);
-        if (*code == 0)
-            return wrongUsage(kFolderViewCommand, L"unknown name " + options[i] + L"; there are " +
-                                                      (isView ? listed(kViews) : listed(kColumns)));
-    }
+    SortOption sort{.code = 0, .ascending = !parameters.has(L"--descending")};
+    for (const std::wstring& problem :
+         {readName(parameters, L"--view", kViews, view), readName(parameters, L"--sort", kColumns, sort.code),
+          readName(parameters, L"--group", kColumns, groupCode)})
+        if (!problem.empty())
+            return wrongUsage(kFolderViewCommand, problem);
     std::uint32_t error = 0, status = 0;
     library.assignShellFolderViewOptions(folder.c_str(), &view, &sort, &groupCode, &error, &status);
     return report(error, status, folder);
 }
 
-int runFolderView(const Library& library, const Arguments& arguments) {
+int runFolderView(const Library& library, const Parameters& parameters) {
     const Com com;
-    if (arguments.size() == 2 && arguments[0] == L"get")
+    const Arguments& arguments = parameters.positional;
+    const bool hasOptions = !parameters.options.empty();
+    if (arguments.size() == 2 && arguments[0] == L"get" && !hasOptions)
         return getView(library, fullPath(arguments[1]));
-    if (arguments.size() > 2 && arguments[0] == L"set")
-        return setView(library, fullPath(arguments[1]), Arguments(arguments.begin() + 2, arguments.end()));
-    return wrongUsage(kFolderViewCommand, L"what is to be done with the view of which folder?");
+    if (arguments.size() == 2 && arguments[0] == L"set" && hasOptions)
+        return setView(library, fullPath(arguments[1]), parameters);
+    return wrongUsage(kFolderViewCommand,
+                      L"folder-view requires get and a folder, or set, a folder and options");
 }
 
 const wchar_t* explainStep(std::uint32_t step) {
@@ -145,20 +153,22 @@ const wchar_t* explainStep(std::uint32_t step) {
     }
 }
 
-int runLink(const Library& library, const Arguments& arguments) {
+int runLink(const Library& library, const Parameters& parameters) {
+    const Arguments& arguments = parameters.positional;
     if (arguments.size() < 3 || arguments.size() > 4 || arguments[0] != L"create")
-        return wrongUsage(kLinkCommand, L"link create wants a target and the link's path");
+        return wrongUsage(kLinkCommand, L"link create requires a target and the link's path");
     const Com com;
+    const std::wstring path = fullPath(arguments[2]);
     std::uint32_t error = 0, step = 0;
-    library.createShellLink(arguments[1].c_str(), fullPath(arguments[2]).c_str(),
+    library.createShellLink(arguments[1].c_str(), path.c_str(),
                             arguments.size() == 4 ? arguments[3].c_str() : nullptr, &error, &step);
     field("failedStep", step);
     field("errorNumber", error);
     if (step == 0)
         return kDone;
-    complain(std::wstring(explainStep(step)) + L" (step " + std::to_wstring(step) + L"). Error " +
-             describeError(error));
-    return kFailed;
+    return fail(L"Cannot create the link " + path + L": " + explainStep(step) + L", step " +
+                    std::to_wstring(step),
+                error != 0 ? windowsError(error) : Cause());
 }
 
 bool isFolder(const std::wstring& path) {
@@ -166,34 +176,33 @@ bool isFolder(const std::wstring& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-int runCopyDir(const Library& library, const Arguments& arguments) {
-    if (arguments.size() != 2)
-        return wrongUsage(kCopyDirCommand, L"copy-dir wants a source and a destination");
-    // A blank path stays blank, so that the library refuses it; made full, it would be the current folder.
+int runCopyDir(const Library& library, const Parameters& parameters) {
+    if (parameters.positional.size() != 2)
+        return wrongUsage(kCopyDirCommand, L"copy-dir requires a source and a destination");
+    // A blank path stays blank, so that the library refuses it; its full path would be the current folder.
     const auto full = [](const std::wstring& path) {
         return path.find_first_not_of(L" \t") == path.npos ? path : fullPath(path);
     };
-    if (const std::wstring source = full(arguments[0]); !isFolder(source)) {
-        complain(L"Source is not an existing folder: " + source + L". Nothing was deleted or copied");
-        return kFailed;
-    }
-    const auto failures =
-        static_cast<std::uint32_t>(library.copyDirEx(full(arguments[0]).c_str(), full(arguments[1]).c_str()));
+    const std::wstring source = full(parameters.positional[0]), destination = full(parameters.positional[1]);
+    if (!isFolder(source))
+        return fail(L"Source is not an existing folder: " + source,
+                    {.advice = L"nothing was deleted or copied"});
+    const auto failures = static_cast<std::uint32_t>(library.copyDirEx(source.c_str(), destination.c_str()));
     field("failures", failures);
     print(std::to_wstring(failures) + (failures == 1 ? L" failure" : L" failures"));
     return failures == 0 ? kDone : kFailed;
 }
 
-int runExtension(const Library& library, const Arguments& arguments) {
-    if (!arguments.empty())
+int runExtension(const Library& library, const Parameters& parameters) {
+    if (!parameters.positional.empty())
         return wrongUsage(kExtensionCommand, L"extension takes no arguments");
     const auto result = static_cast<std::uint32_t>(library.zelChromeExtWasDeleted());
-    if (result >= ZELSYSHELPER_EXTENSION_NO_FOLDER)
-        complain(L"the user's local data folder cannot be found (" + std::to_wstring(result) + L")");
-    else
-        print(result == 0 ? L"listed" : L"not listed");
     field("result", result);
     flag("listed", result == 0);
+    if (result >= ZELSYSHELPER_EXTENSION_NO_FOLDER)
+        return fail(L"Cannot find the user's local data folder",
+                    windowsError(result - ZELSYSHELPER_EXTENSION_NO_FOLDER));
+    print(result == 0 ? L"listed" : L"not listed");
     return result == 0 ? kDone : kFailed;
 }
 
@@ -205,6 +214,7 @@ const Command kFolderViewCommand{
     L"folder-view set FOLDER [--view NAME] [--sort COLUMN] [--group COLUMN] [--descending]\n"
     L"                              Sets it. Views: icons, small-icons, list, details, thumbnails, strip,\n"
     L"                              tiles, content. Columns: none, name, size, type, modified, other.",
+    kFolderViewOptions,
     runFolderView,
 };
 
@@ -212,6 +222,7 @@ const Command kLinkCommand{
     L"link",
     L"link create TARGET LINK.LNK [DESCRIPTION]\n"
     L"                              Writes a shell link.",
+    {},
     runLink,
 };
 
@@ -223,12 +234,14 @@ const Command kCopyDirCommand{
     L"                              failure, and files of the source's root are copied only when a "
     L"subfolder\n"
     L"                              is listed before them.",
+    {},
     runCopyDir,
 };
 
 const Command kExtensionCommand{
     L"extension",
-    L"extension                     Tells whether the browser still lists the suite's extension.",
+    L"extension                     Prints whether the browser still lists the suite's extension.",
+    {},
     runExtension,
 };
 

@@ -1,0 +1,87 @@
+#include "proxy_check.h"
+
+#include "win32/owner.h"
+
+#include <winsock2.h>
+#include <ws2tcpip.h>
+
+namespace host {
+namespace {
+
+constexpr int kConnectSeconds = 3;
+
+struct SocketTraits {
+    using Type = SOCKET;
+    static Type empty() { return INVALID_SOCKET; }
+    static bool isValid(Type value) { return value != INVALID_SOCKET; }
+    static void release(Type value) { closesocket(value); }
+};
+
+struct AddressesTraits : win32::NullableTraits<ADDRINFOW*> {
+    static void release(ADDRINFOW* value) { FreeAddrInfoW(value); }
+};
+
+class Winsock {
+public:
+    Winsock() { WSAStartup(MAKEWORD(2, 2), &data_); }
+    Winsock(const Winsock&) = delete;
+    Winsock& operator=(const Winsock&) = delete;
+    ~Winsock() { WSACleanup(); }
+
+private:
+    WSADATA data_{};
+};
+
+bool connects(const ADDRINFOW& address) {
+    const win32::Owner<SocketTraits> socket(
+        ::socket(address.ai_family, address.ai_socktype, address.ai_protocol));
+    u_long isNonBlocking = 1;
+    if (!socket || ioctlsocket(socket.get(), static_cast<long>(FIONBIO), &isNonBlocking) != 0)
+        return false;
+    // Fails with WSAEWOULDBLOCK; select() returns the outcome.
+    static_cast<void>(connect(socket.get(), address.ai_addr, static_cast<int>(address.ai_addrlen)));
+    fd_set connected;
+    FD_ZERO(&connected);
+    FD_SET(socket.get(), &connected);
+    timeval patience{kConnectSeconds, 0};
+    return select(0, nullptr, &connected, nullptr, &patience) == 1;
+}
+
+} // namespace
+
+std::wstring proxyHost(const std::wstring& address) {
+    constexpr std::wstring_view kScheme = L"http://";
+    if (_wcsnicmp(address.c_str(), kScheme.data(), kScheme.size()) != 0)
+        return address;
+    const std::wstring host = address.substr(kScheme.size());
+    return host.substr(0, host.find(L'/'));
+}
+
+std::wstring proxyProblem(const std::wstring& host) {
+    if (host.empty())
+        return L"asks for a proxy and names none; set ProxyAddress, or ProxyType to 0";
+    if (host.find(L'/') != host.npos)
+        return L"has the ProxyAddress " + host +
+               L", which events cannot use; only \"http://\" may precede the name";
+    // Several colons are an IPv6 address.
+    const auto colon = host.find(L':');
+    if (colon != host.npos && colon == host.rfind(L':') && host.front() != L'[')
+        return L"has the ProxyAddress " + host + L", which events cannot use; put the port into ProxyPort";
+    return {};
+}
+
+std::wstring connectionFault(const Proxy& proxy) {
+    const Winsock winsock;
+    ADDRINFOW wanted{};
+    wanted.ai_family = AF_UNSPEC;
+    wanted.ai_socktype = SOCK_STREAM;
+    win32::Owner<AddressesTraits> found;
+    if (GetAddrInfoW(proxy.host.c_str(), proxy.port.c_str(), &wanted, found.receive()) != 0)
+        return L"cannot be resolved; check the name and the network";
+    for (const ADDRINFOW* address = found.get(); address != nullptr; address = address->ai_next)
+        if (connects(*address))
+            return {};
+    return L"does not answer; check it and the firewall";
+}
+
+} // namespace host

@@ -3,8 +3,11 @@
 import json
 import os
 import shutil
+import signal
+import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 from urllib.parse import parse_qs
@@ -16,6 +19,8 @@ from server import Reply, Server  # noqa: E402
 
 FIELDS = ("guid country_id pid adv_type camp_type appid ver event_type event_number src info_type info inst_type "
           "inst_ch inst_ref test tc_build_num product_name id_zel_keys").split()
+LOG_SETTINGS = prefix.LOGS / "Quenlith.cfg"
+USERS_SETTINGS = b"; not a key\r\nOther=\nLevel=3\nLevel=9"  # each event is checked, which must leave them alone
 
 
 class Events(unittest.TestCase):
@@ -24,7 +29,7 @@ class Events(unittest.TestCase):
         authority = Authority(cls.enterClassContext(tempfile.TemporaryDirectory()))
         cls.pem = authority.issue("statistics.quenlith.example", "country.quenlith.example")
         prefix.trust(authority)
-        prefix.set_log_level(7)
+        prefix.LOGS.mkdir(exist_ok=True)
 
     def setUp(self):
         self.statuses = []  # of the next replies of the statistics host; 200 when there are no more
@@ -33,14 +38,17 @@ class Events(unittest.TestCase):
         self.addCleanup(self.server.close)
         prefix.set_proxy(self.server.port)
         prefix.LOG.unlink(missing_ok=True)
+        LOG_SETTINGS.write_bytes(USERS_SETTINGS)
 
     def answer(self, request, _handler):
         if request.host.startswith("country."):
             return self.country
         return Reply(self.statuses.pop(0) if self.statuses else 200, b"the\nreply")
 
-    def send(self, *arguments, **options):
-        self.assertEqual(prefix.host("event", *arguments, **options).returncode, 0)
+    def send(self, *arguments, problem="", **options):
+        result = prefix.host("event", "--check", *arguments, **options)
+        self.assertIn(problem, result.stderr)
+        self.assertEqual((result.returncode, LOG_SETTINGS.read_bytes()), (int(problem != ""), USERS_SETTINGS))
 
     def run_case(self, name):
         result = prefix.run(prefix.BIN / "exports_test.exe", f"--gtest_filter=Events.{name}")
@@ -86,7 +94,8 @@ class Events(unittest.TestCase):
             with self.subTest(statuses):
                 self.setUp()
                 self.statuses = list(statuses)
-                self.send("--name", "n", env=os.environ | {"SET_TEST_STAT_HOST": "1 "})
+                self.send("--name", "n", problem="HTTP status 503: the" if line == rejected else "",
+                          env=os.environ | {"SET_TEST_STAT_HOST": "1 "})
                 records = self.records()
                 self.assertEqual(len(records), posts)
                 self.assertEqual((records[0], records[0]["test"]), (records[-1], "0"))
@@ -94,8 +103,18 @@ class Events(unittest.TestCase):
 
     def test_transport_failure_is_told_by_its_number_only(self):
         self.server.close()
-        self.send("--name", "n")
+        self.send("--name", "n", problem="cannot be reached (7)")
         self.assertEqual(self.log()[1:], [(7, "AppEventStat", "stats::sendEvent: curl 7")])
+
+    def test_interrupted_check_restores_the_level_and_keeps_the_key_of_another_program(self):
+        self.server.answer = lambda request, _handler: time.sleep(5)
+        with subprocess.Popen([prefix.WINE, prefix.BIN / "zelsyshelper-host.exe", "event", "--check"]) as host:
+            for _ in range(100):
+                time.sleep(0 if self.server.requests else 0.1)
+            self.assertEqual(LOG_SETTINGS.read_bytes(), b"Level=7\n" + USERS_SETTINGS)
+            prefix.host("property", "set", prefix.windows_path(LOG_SETTINGS), "Other", "new")
+            host.send_signal(signal.SIGINT)
+            self.assertEqual((host.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=3\nOther=new\n"))
 
     def test_only_the_systems_own_dlls_are_loaded(self):
         with tempfile.TemporaryDirectory() as name:

@@ -24,9 +24,9 @@ BOOL WINAPI onControl(DWORD) {
     isInterrupted = true;
     if (isPolled)
         return TRUE;
+    fail(L"Interrupted");
     if (cleanUpNow)
         cleanUpNow();
-    fail(L"Interrupted");
     ExitProcess(static_cast<UINT>(finish(kInterrupted)));
 }
 

@@ -87,8 +87,7 @@ def event(folder):
     server = Server(answer, authority.issue("statistics.quenlith.example", "country.quenlith.example"))
     prefix.trust(authority)
     prefix.set_proxy(server.port)
-    prefix.set_log_level(7)
-    show("event", "--name", "install_done", "--source", "installer", "--info-type", "path", "--info",
+    show("event", "--check", "--name", "install_done", "--source", "installer", "--info-type", "path", "--info",
          'C:\\Media "A&B"', "--app-id", "2", "--version", "4.1", "--inst-type", "full", "--guid", "demo-guid")
     show("doctor")
     server.close()

@@ -18,33 +18,28 @@ class Host(unittest.TestCase):
         result = prefix.host(*arguments, "--json")
         object = json.loads(result.stdout)
         self.assertEqual((object["exitCode"], object["ok"]), (result.returncode, result.returncode == 0))
-        self.assertEqual(result.stderr.count("zelsyshelper-host:"), 0, "errors are members too")
+        self.assertNotIn("zelsyshelper-host:", result.stderr)
         return object
 
-    def test_one_object_per_command(self):
+    def test_one_object_per_command_and_options_in_any_order(self):
         file = prefix.windows_path(prefix.ROAMING / 'größer.cfg')
         value = 'C:\\Media "A&B"\t音楽'
-        self.assertTrue(self.json("property", "set", file, "k", value)["ok"])
-        for action in "get", "read":
-            self.assertEqual(self.json("property", action, file, "k")["value"], value)
+        self.json("property", "set", file, "k", value)
+        self.assertEqual(self.json("property", "get", file, "k")["value"], value)
+        prefix.host("property", "--enciphered", "write", file + ".fx", "--", "-h", "--json")
+        self.assertEqual(prefix.host("property", "read", file + ".fx", "--enciphered", "--", "-h").stdout, "--json\n")
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
         self.assertEqual(self.json("property", "get", file, "none")["errorName"], "NO_KEY")
         self.assertEqual(self.json("copy-dir", ".", "")["failures"], 1)  # the library's own lines go elsewhere
         self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
         self.assertEqual(self.json("os-version", "--dll", "none.dll")["exitCode"], 3)
-
-    def test_command_lines_in_any_order(self):
-        file = prefix.windows_path(prefix.ROAMING / "order.cfg")
-        for arguments in (["--enciphered", "write", file, "--", "-h", "--json"], ["read", "--enciphered", file, "--", "-h"]):
-            result = prefix.host("property", *arguments)
-        self.assertEqual(result.stdout, "--json\n")
         for arguments in (["download", "-h"], ["/?", "download", "--frob"], ["help", "download"]):
             self.assertTrue(self.json(*arguments)["help"].startswith("download URL"), arguments)
         for arguments in (["nonsense"], ["help", "nonsense"], ["download", "http://a/b", "--proxy", "host:80x"],
                           ["download", "http://a/b", "--timeout", "10x"], ["os-version", "--frob"],
                           ["property", "get", file, "k", "--enciphered"], ["switch", "on", "..\\..\\x", "s"]):
             self.assertEqual(self.json(*arguments)["exitCode"], 2, arguments)
-        self.assertEqual(self.json("switch", "--version")["version"], "1.0.0")
+        self.assertRegex(self.json("switch", "--version")["version"], r"^\d+\.\d+\.\d+$")
 
     def test_variants_are_drawn_by_their_weight(self):
         drawn = self.json("adv-type", "A8 B5 C2 D1", "--draws", "80000")
@@ -56,10 +51,10 @@ class Host(unittest.TestCase):
         install = "install", prefix.windows_path(prefix.BIN / "update_service.exe")
         for arguments, expected in (
                 (["start"], "SERVICE_NOT_OPENED"), (["install", "none.exe"], "ERROR_FILE_NOT_FOUND"), (install, ""),
-                (install, "ERROR_SERVICE_EXISTS"), (["update"], ""), (["stop"], "SERVICE_STOP_REFUSED"), (["start"], ""),
-                (["start"], ""), (["status"], "running"), (["stop"], ""), (["status"], "stopped"), (["start"], ""),
-                (["stop-other", "Corvane.Update.Service"], ""),
-                (["uninstall"], ""), (install, ""), (["uninstall"], "")):
+                (install, "ERROR_SERVICE_EXISTS"), (["update"], ""), (["stop"], "SERVICE_STOP_REFUSED"),
+                (["start"], ""), (["start"], ""), (["status"], "running"), (["stop"], ""), (["status"], "stopped"),
+                (["start"], ""), (["stop-other", "Corvane.Update.Service"], ""), (["uninstall"], ""), (install, ""),
+                (["uninstall"], "")):
             with self.subTest(arguments):
                 result = self.json("service", *arguments)
                 self.assertEqual(result.get("errorName", result.get("state", "")), expected)

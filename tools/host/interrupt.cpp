@@ -19,15 +19,22 @@ bool isPolled = false;
 std::atomic<bool> isInterrupted = false;
 
 /// Windows calls this on a thread of its own.
-BOOL WINAPI onControl(DWORD) {
-    const std::lock_guard guard(mutex);
-    isInterrupted = true;
-    if (isPolled)
-        return TRUE;
-    fail(L"Interrupted");
-    if (cleanUpNow)
-        cleanUpNow();
-    ExitProcess(static_cast<UINT>(finish(kInterrupted)));
+BOOL WINAPI onControl(DWORD event) {
+    {
+        const std::lock_guard guard(mutex);
+        isInterrupted = true;
+        if (!isPolled) {
+            fail(L"Interrupted");
+            if (cleanUpNow)
+                cleanUpNow();
+            ExitProcess(static_cast<UINT>(finish(kInterrupted)));
+        }
+    }
+    // Returning from the other events (close, log-off, shutdown) terminates the process at once. The polling
+    // thread has a few seconds to end it properly.
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+        Sleep(INFINITE);
+    return TRUE;
 }
 
 } // namespace

@@ -9,10 +9,15 @@ if(NOT version_macros STREQUAL
     message(FATAL_ERROR "The version macros of ${version_header} are not those of version ${PROJECT_VERSION}")
 endif()
 
-# zelsys_version(<target> <file name> <type> <description>)
+# zelsys_version(<target> <file name> <type> <description> [<name> <value>]...)
 #
 # Gives a program or DLL its version resource. The type is VFT_APP or VFT_DLL.
 function(zelsys_version target file type description)
+    set(values "")
+    while(ARGN)
+        list(POP_FRONT ARGN name value)
+        string(APPEND values "            VALUE \"${name}\", \"${value}\"\n")
+    endwhile()
     configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in version.rc @ONLY)
     target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/version.rc)
 endfunction()

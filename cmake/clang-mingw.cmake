@@ -8,7 +8,9 @@ set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 
 file(GLOB gcc /usr/lib/gcc/x86_64-w64-mingw32/*-posix)
-set(CMAKE_CXX_FLAGS_INIT "-isystem ${gcc}/include/c++ -isystem ${gcc}/include/c++/x86_64-w64-mingw32")
+# GCC defines this macro for the target; without it, headers and library both define std::type_info::operator==.
+set(CMAKE_CXX_FLAGS_INIT "-D__GXX_TYPEINFO_EQUALITY_INLINE=0 \
+-isystem ${gcc}/include/c++ -isystem ${gcc}/include/c++/x86_64-w64-mingw32")
 foreach(kind EXE SHARED)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -fuse-ld=lld -L${gcc}")
 endforeach()

@@ -79,7 +79,7 @@ public:
 /// \param library A \ref delayed::Library.
 /// \param failure What the function returns while it is missing. Its callers must recognise it as a failure.
 #define ZELSYS_DELAYED(library, function, failure)                                                           \
-    extern "C" std::atomic<decltype(&function)> __imp_##function;                                            \
+    extern "C" std::atomic<decltype(&(function))> __imp_##function;                                          \
     namespace {                                                                                              \
     struct function##Import {                                                                                \
         static void* find() { return (library).find(#function); }                                            \
@@ -87,6 +87,6 @@ public:
         static auto failed() { return (failure); }                                                           \
     };                                                                                                       \
     }                                                                                                        \
-    constinit std::atomic<decltype(&function)> __imp_##function =                                            \
+    constinit std::atomic<decltype(&(function))> __imp_##function =                                          \
         &delayed::FirstCall<function##Import, decltype(function)>::call;                                     \
     ZELSYS_JUMP_TO_SLOT(function)

@@ -295,8 +295,8 @@ ZELSYSHELPER_API uint64_t setValueInPropertyFile(const wchar_t* file, const char
  * Reads one value as a decimal integer: blanks, a sign, digits up to the first other character.
  *
  * \return A number of 32 bits, sign-extended to 64. 0 if the value does not begin with a number,
- *         ZELSYSHELPER_NO_INT if the file does not have the key, ZELSYSHELPER_NO_FILE or ZELSYSHELPER_FILE_FAILED
- *         if the file cannot be read. A stored number can have the same value as these.
+ *         ZELSYSHELPER_NO_INT if the file does not have the key, ZELSYSHELPER_NO_FILE or
+ *         ZELSYSHELPER_FILE_FAILED if the file cannot be read. A stored number can have the same value.
  * \since 1.0
  */
 ZELSYSHELPER_API int64_t getIntFromPropertyFile(const wchar_t* file, const char* key);

@@ -1,7 +1,8 @@
 /**
  * \file
- * Loads zelsyshelper.dll at run time, for C++11 and later. Needs only this header and zelsyshelper.h. Includes
- * <windows.h> with WIN32_LEAN_AND_MEAN: include it yourself before this header if you need all of it.
+ * Loads zelsyshelper.dll at run time, for C++11 and later. Needs only this header and zelsyshelper.h.
+ * Includes <windows.h> with WIN32_LEAN_AND_MEAN: include it yourself before this header if you need all of
+ * it.
  *
  *     zelsyshelper_load library(L"zelsyshelper.dll");
  *     if (!library)

@@ -10,7 +10,8 @@ export WINE
 # Of its own messages only those that tell why a program did not start, see tools/loopback/prefix.py.
 export WINEDEBUG=${WINEDEBUG:--all,err+virtual}
 # No debugger: a crash must end the program, not wait for somebody to look at it.
-export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe="
+# No menu entries either: for each link, Wine would write some into the user's home.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=;winemenubuilder.exe="
 # Arguments outside ASCII arrive only where the locale can hold them.
 export LC_ALL=C.UTF-8
 unset DISPLAY

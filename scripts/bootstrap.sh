@@ -19,6 +19,7 @@ packages=(
     lld
     llvm
     ninja-build
+    nsis
     openssl
     osslsigncode
     python3

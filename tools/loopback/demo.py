@@ -10,6 +10,7 @@ import time
 from pathlib import Path
 from urllib.parse import parse_qs
 
+import nsis
 import prefix
 from certificates import Authority
 from server import Reply, Server
@@ -138,6 +139,7 @@ def main():
         event(Path(folder))
         download(Path(folder))
         installer(Path(folder))
+        nsis.show(Path(folder))
     single_instance()
     machine()
 

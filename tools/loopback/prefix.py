@@ -30,6 +30,14 @@ def run(program, *arguments, timeout=60, **options):
     return result
 
 
+def run_silently(program, *arguments, timeout=60):
+    """Runs a program that opens windows, without output, and returns its exit code. The first window of a prefix
+    starts its desktop, a process that inherits the output and would keep a pipe open."""
+    null = subprocess.DEVNULL
+    return subprocess.run([WINE, str(program), *arguments], stdin=null, stdout=null, stderr=null,
+                          timeout=timeout).returncode
+
+
 def host(*arguments, **options):
     """Runs the console host with the built library."""
     return run(BIN / "zelsyshelper-host.exe", *arguments, **options)

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what building, testing and the demo need, from Debian's own packages. Does nothing when all is there.
+# Installs what building, testing and the demo need, from Debian's own packages, and the packages that its
+# arguments name. Does nothing when all is there.
 set -euo pipefail
 
 packages=(
@@ -27,6 +28,7 @@ packages=(
     wine64
     xvfb
 )
+packages+=("$@")
 
 missing=()
 for package in "${packages[@]}"; do

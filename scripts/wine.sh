@@ -2,6 +2,7 @@
 #
 #   wine_start    makes the prefix that WINEPREFIX names (default: a temporary one) and keeps Wine's server up
 #   wine_stop     ends what runs in that prefix, and removes it when it was a temporary one
+#   wine_display  starts an X server, WIDTHxHEIGHT pixels, for the windows of a wine_start that follows
 #   $WINE         the loader, to be put before a Windows program
 
 # The loader itself is called, since the wrapper on PATH warns about a missing 32-bit half that nobody needs.
@@ -20,6 +21,18 @@ wine_started=
 wine_keeper=
 wine_log=
 wine_temporary=
+wine_x_server=
+
+wine_display() {
+    local number
+    number=$(mktemp)
+    Xvfb -displayfd 3 -screen 0 "$1x24" 3>"$number" 2>/dev/null &
+    wine_x_server=$!
+    for _ in $(seq 100); do [ -s "$number" ] || sleep 0.1; done
+    DISPLAY=:$(cat "$number")
+    export DISPLAY
+    rm -f "$number"
+}
 
 wine_start() {
     if [ -z "${WINEPREFIX:-}" ]; then
@@ -51,6 +64,7 @@ wine_stop() {
         [ -z "$wine_keeper" ] || kill "$wine_keeper" 2>/dev/null || true
         rm -f "$wine_log"
     fi
+    [ -z "$wine_x_server" ] || kill "$wine_x_server" 2>/dev/null || true
     if [ -n "$wine_temporary" ]; then
         # The server keeps its socket outside the prefix, in a folder whose name it leaves there.
         local socket_folder

@@ -14,8 +14,8 @@ if(WIN32)
         target_compile_options(zelsys_options INTERFACE -g -gcodeview -ffile-compilation-dir=.)
         file(RELATIVE_PATH relative_source ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
         foreach(step COMPILE LINK)
-            set_property(GLOBAL PROPERTY RULE_LAUNCH_${step} "${PROJECT_SOURCE_DIR}/cmake/launch.sh \
-${PROJECT_SOURCE_DIR} ${relative_source} ${PROJECT_BINARY_DIR}")
+            set_property(GLOBAL PROPERTY RULE_LAUNCH_${step} "\"${PROJECT_SOURCE_DIR}/cmake/launch.sh\" \
+\"${PROJECT_SOURCE_DIR}\" ${relative_source} \"${PROJECT_BINARY_DIR}\"")
         endforeach()
     endif()
     target_link_options(zelsys_options INTERFACE

@@ -3,5 +3,15 @@
 # A PDB contains both command lines and must not contain a path of the building machine. LIBRARY_PATH adds some.
 source=$1 relative=$2 build=$3
 shift 3
-set -- "${@//"$build/"/}"
-exec env -u LIBRARY_PATH "${@//"$source/"/"$relative"}"
+
+command=()
+for argument; do
+    [[ $argument =~ ^(-[[:alnum:]_-]*=?)?(.*)$ ]]
+    option=${BASH_REMATCH[1]} path=${BASH_REMATCH[2]}
+    case $path in
+    "$build"/*) path=${path#"$build/"} ;;
+    "$source"/*) path=$relative${path#"$source/"} ;;
+    esac
+    command+=("$option$path")
+done
+exec env -u LIBRARY_PATH "${command[@]}"

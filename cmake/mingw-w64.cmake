@@ -1,5 +1,5 @@
 # Cross build for 64-bit Windows with Debian's MinGW-w64 and its GCC, as a second opinion. The posix thread
-# model brings std::thread and std::mutex; everything of the runtime is linked statically, so the DLL needs only what Windows brings.
+# model brings std::thread and std::mutex. The runtime is linked statically, so the DLL needs only Windows.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 

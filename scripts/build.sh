@@ -4,5 +4,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh
-[ -f build/build.ninja ] || cmake --preset windows
+# A tree that another toolchain has configured keeps it until it is configured from the beginning.
+grep -qs '^CMAKE_TOOLCHAIN_FILE:.*/clang-mingw.cmake$' build/CMakeCache.txt || cmake --preset windows --fresh
 cmake --build --preset windows

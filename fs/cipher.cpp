@@ -18,7 +18,7 @@ static_assert(std::endian::native == std::endian::little);
 
 constexpr std::size_t kWord = sizeof(Word);
 
-// The mixing pass works on each byte together with two that lie before it.
+// Distances from a byte to the two earlier bytes that the mixing pass combines with it.
 constexpr std::size_t kFar = 7;
 constexpr std::size_t kNear = 2;
 constexpr std::size_t kFirstMixed = 8;
@@ -45,10 +45,10 @@ void store(void* to, Word word) {
     std::memcpy(to, &word, kWord);
 }
 
-/// Bytes that repeat without end, read a word at a time from any place.
+/// An endless periodic byte sequence. Reads one word at any place of the period.
 class Stream {
 public:
-    /// \param period At least a word long.
+    /// \param period At least `kWord` bytes long.
     explicit Stream(std::string period) : period_(period.size()), bytes_(std::move(period)) {
         bytes_.append(bytes_, 0, kWord);
     }
@@ -68,7 +68,8 @@ private:
     std::string bytes_;
 };
 
-/// Joins bytes with those of a stream from `position` on. `to` may be `from`, or lie before it.
+/// XORs bytes with a stream, starting at `position` of the stream. The ranges may overlap if `to` does not
+/// follow `from`.
 void join(Byte* to, const Byte* from, std::size_t size, const Stream& stream, std::size_t position) {
     std::size_t i = 0;
     for (std::size_t place = stream.placeOf(position); i + kWord <= size;
@@ -78,7 +79,8 @@ void join(Byte* to, const Byte* from, std::size_t size, const Stream& stream, st
         to[i] = static_cast<Byte>(from[i] ^ stream.byteAt(position + i));
 }
 
-/// The same from the end to the beginning, for a `to` that lies behind `from`.
+/// Like `join`, but runs from the end to the beginning. The ranges may overlap if `to` does not precede
+/// `from`.
 void joinBackwards(Byte* to, const Byte* from, std::size_t size, const Stream& stream, std::size_t position) {
     std::size_t place = stream.placeOf(position + size);
     for (; size >= kWord; size -= kWord) {
@@ -89,7 +91,7 @@ void joinBackwards(Byte* to, const Byte* from, std::size_t size, const Stream& s
         to[size] = static_cast<Byte>(from[size] ^ stream.byteAt(position + size));
 }
 
-// Each byte is joined with the key and with the one before it, after that has been joined itself.
+// Inverts the first byte. XORs every other byte with a key byte and with the enciphered byte before it.
 void chain(Byte* data, std::size_t size, const Stream& key) {
     data[0] = static_cast<Byte>(~data[0]);
     Byte last = data[0];
@@ -133,11 +135,19 @@ void unmixPlainly(Byte* data, std::size_t size) {
     }
 }
 
-// What the mixing comes to, as a whole: the byte that is joined and handed on is the same each five steps. So the
-// bytes from the sixth on move down by five, joined with the second to the sixth in turn, and those five end up in
-// the gap before the last two bytes.
+// Effect of `mixPlainly` on n bytes:
+//
+//   before   b[0] | b[1] ... b[5] | b[6] b[7] | b[8] ... b[n-3] | b[n-2] b[n-1]
+//
+//   after    b[0] | b[6] b[7] | b[8]^K ... b[n-3]^K | b[1] ... b[5], rotated | b[n-2]^K b[n-1]^K
+//   index    0      1    2      3      ... n-8        n-7  ... n-3             n-2      n-1
+//
+//   b[i]^K   is b[i] XOR b[1 + (i - 8) % 5]
+//   rotated  means that index i holds b[1 + (i - 6) % 5]
+//
+// Each step XORs one byte with one of b[1] to b[5] and moves the latter five places towards the end.
 constexpr std::size_t kShift = kFar - kNear;
-constexpr std::size_t kSmallestMixed = kFirstMixed + kShift; // below it the five do not all get to the end
+constexpr std::size_t kSmallestMixed = kFirstMixed + kShift; // shorter data does not move all of b[1] to b[5]
 
 Stream handedOn(const Byte* five) {
     std::string period;
@@ -174,10 +184,10 @@ void unmix(Byte* data, std::size_t size) {
     std::memcpy(data + 1, turned, kShift);
 }
 
-// Its own inverse, since no byte depends on another.
+// Self-inverse: XORs each byte with a value that depends on its position only. Every second byte of the key
+// is replaced by 0xFF. The key is doubled, because this alternation needs an even period.
 void mask(Byte* data, std::size_t size, const std::string& key) {
-    std::string period =
-        key + key; // even, so that it says for each place whether the key or all bits turn it
+    std::string period = key + key;
     for (std::size_t i = 0; i < period.size(); ++i)
         if (((i ^ key.size()) & 1) == 0)
             period[i] = '\xFF';

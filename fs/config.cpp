@@ -28,7 +28,7 @@ int CConfig::save(bool& wasRead) {
         return 0;
     }
 
-    // The merge happens beside the map in memory, so that running out of memory here loses no change.
+    // Merges into a separate map, so that std::bad_alloc here loses no change.
     ConfigValues merged;
     std::string contents;
     SharedFile file(filePath);

@@ -15,11 +15,11 @@ inline constexpr int kStatusNoKey = 100000; ///< the key is not in the file
 
 /// \brief A flat key/value configuration file: read whole, held in memory, written whole.
 ///
-/// Keys and values are plain bytes, UTF-8 by convention. The file is shared between processes only through
-/// `save`, which reads it again and applies only the keys that this instance changed, under an advisory lock.
+/// Keys and values are plain bytes, UTF-8 by convention. Processes share the file through `save`: under an
+/// advisory lock, it rereads the file and applies only the keys that this instance changed.
 ///
-/// Safe to share between threads. Failures of the file are told by status numbers, never thrown. There is no
-/// virtual destructor: an instance lives and dies by its static type.
+/// Safe to share between threads. File errors are returned as status numbers, never thrown. The destructor is
+/// not virtual: do not delete an instance through a pointer to a base class.
 class CConfig {
 public:
     CConfig() = default;
@@ -27,39 +27,42 @@ public:
     CConfig(const CConfig&) = delete;
     CConfig& operator=(const CConfig&) = delete;
 
-    /// \brief Turns to another file and forgets all values and changes. Reads nothing.
+    /// \brief Selects another file and discards all values and changed keys. Does not read the file.
     virtual void setFilePath(const std::wstring& path);
 
-    /// \brief Applies the changed keys to what the file holds now and writes it.
+    /// \brief Merges the changed keys into the current contents of the file and writes the result.
     ///
-    /// Without changes the disk is not touched. A file that can be opened but not read counts as empty, so
-    /// its other keys are lost. If the file cannot be opened or written, it stays as it was, and the changes
-    /// are kept for a later `save`. Waits up to 2 s for another process that saves the same file.
-    /// \return 0, 100002 without a path, 100004 if the file cannot be opened or written.
+    /// Without changed keys, does not access the disk. A file that can be written but not read counts as
+    /// empty, so its other keys are lost. If the file cannot be opened or written, its contents stay, and the
+    /// changes are kept for a later `save`. Waits up to 2 s for another process that saves the same file.
+    /// \return 0; `kStatusNoFile` (100002) without a path; `kStatusFileFailed` (100004) if the file cannot be
+    /// opened or written.
     virtual int save();
 
-    /// \brief Like `save()`.
+    /// \brief Saves like `save()` and reports whether the merge used the contents of the file.
     /// \param[out] wasRead True if the file existed and was read.
     int save(bool& wasRead);
 
-    /// \brief Reads the file; values that are already in memory win over the file's. Forgets which keys were
-    /// changed.
-    /// \return 0, 100002 when there is no file, 100004 when it cannot be read (nothing is changed then).
+    /// \brief Reads the file. Values already in memory take precedence over those of the file.
+    ///
+    /// Clears the set of changed keys. A failed call changes nothing.
+    /// \return 0; `kStatusNoFile` (100002) if the file does not exist; `kStatusFileFailed` (100004) if it
+    /// cannot be read.
     virtual int load();
 
-    /// \brief As `load`, but what was in memory is dropped.
+    /// \brief Like `load`, but replaces the values in memory by those of the file.
     virtual int reload();
 
-    /// \brief The value of a key, also when it is empty; \p defaultValue when the key is absent.
+    /// \brief Returns the value of a key, which may be empty, or \p defaultValue if the key is absent.
     std::string getValue(const std::string& key, std::string defaultValue) const;
 
-    /// \brief The value of a key, be it empty or not; nothing when the key is absent.
+    /// \brief Returns the value of a key, which may be empty, or `std::nullopt` if the key is absent.
     std::optional<std::string> findValue(const std::string& key) const;
 
     /// \brief Sets a value in memory. An empty value removes the key from the file at the next `save`.
     void setValue(const std::string& key, const std::string& value);
 
-    /// \brief Whether a value was set since the last `load`, `reload` or successful `save`.
+    /// \brief Returns true if a value was set since the last successful `load`, `reload` or `save`.
     bool isModified() const;
 
 protected:
@@ -67,7 +70,7 @@ protected:
 
     ConfigValues values;
     std::set<std::string> changedKeys;
-    mutable sys::Mutex lock; ///< Guards all of these.
+    mutable sys::Mutex lock; ///< Guards all other data members.
     bool modified = false;
     std::wstring filePath;
 
@@ -75,8 +78,8 @@ private:
     int read(bool dropMemory);
 };
 
-/// \brief Reads one value of a file, and keeps nothing of the rest.
-/// \param[out] value Nothing when the key is not in the file.
+/// \brief Reads one value of a configuration file without holding the whole file in memory.
+/// \param[out] value `std::nullopt` if the key is not in the file. Unchanged if the call fails.
 /// \return As `CConfig::load`.
 int readValue(const std::wstring& path, std::string_view key, std::optional<std::string>& value);
 

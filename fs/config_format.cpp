@@ -19,7 +19,8 @@ std::string_view withoutTrailingZeros(std::string_view contents) {
 
 using Beginning = ConfigSearch::Beginning;
 
-/// What the beginning of a line tells, and where the value begins. Carriage returns do not count.
+/// Compares the start of a line with the key. Ignores carriage returns.
+/// \param[out] value Offset of the value in `line`; valid only for `Beginning::found`.
 Beginning lookForKey(std::string_view line, std::string_view key, std::size_t& value) {
     if (key.find('=') != key.npos)
         return Beginning::other;
@@ -74,7 +75,7 @@ void ConfigSearch::take(std::string_view piece) {
     }
 }
 
-/// Keeps what may be needed of a line that the next piece goes on with.
+/// Buffers the start of a line that continues in the next piece, unless the line holds another key.
 void ConfigSearch::begin(std::string_view line) {
     if (beginning_ != Beginning::other)
         begun_.append(line);
@@ -84,7 +85,7 @@ void ConfigSearch::begin(std::string_view line) {
     if (beginning_ == Beginning::other)
         begun_.clear();
     if (beginning_ == Beginning::unknown)
-        std::erase(begun_, '\r'); // or a long run of them would be gone over for each piece
+        std::erase(begun_, '\r'); // otherwise each piece would rescan a long run of carriage returns
 }
 
 std::optional<std::string> ConfigSearch::finish() {

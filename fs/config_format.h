@@ -13,25 +13,27 @@ using ConfigValues = std::map<std::string, std::string, std::less<>>;
 
 /// \brief Parses the contents of a configuration file into `values`.
 ///
-/// One key=value per line feed; the first "=" divides. Carriage returns and trailing zero bytes do not count,
-/// lines without "=" are ignored, nothing is trimmed. A key that `values` already holds keeps its value, so
-/// the first occurrence in a file wins.
+/// Lines end with a line feed and hold key=value; the first "=" separates the two. Ignores carriage returns,
+/// trailing zero bytes and lines without "=". Trims nothing. A key that `values` already holds keeps its
+/// value, so the first occurrence in a file wins.
 void parseConfig(std::string_view contents, ConfigValues& values);
 
-/// \brief Looks for one value in a configuration file that comes in pieces, and keeps nothing of other
-/// lines, however long they are.
+/// \brief Finds one value in a configuration file that arrives in pieces.
+///
+/// Buffers only a line that can still hold the key. Other lines need no memory, whatever their length.
 class ConfigSearch {
 public:
+    /// \param key Not copied; must outlive the search.
     explicit ConfigSearch(std::string_view key) : key_(key) {}
 
-    /// What a line is known to have: another key, nothing yet, or the key that is looked for.
+    /// Result of comparing the start of a line: another key, too short to decide, or the wanted key.
     enum class Beginning { other, unknown, found };
 
-    /// Takes the next piece of the file.
+    /// Consumes the next piece of the file.
     void take(std::string_view piece);
 
-    /// \brief The value that `parseConfig` would give to the key; nothing when the key is not there. To be
-    /// called once, behind the last piece.
+    /// \brief Returns the value that `parseConfig` would store for the key, or `std::nullopt` if the key is
+    /// absent. Call once, after the last piece.
     std::optional<std::string> finish();
 
 private:
@@ -39,14 +41,14 @@ private:
     void begin(std::string_view line);
 
     std::string_view key_;
-    std::string
-        begun_; ///< The beginning of a line that the next piece goes on with; empty where it has another key.
+    /// The start of a line that continues in the next piece; empty if the line holds another key.
+    std::string begun_;
     Beginning beginning_ = Beginning::unknown;
     std::optional<std::string> value_;
 };
 
-/// \brief The contents of a configuration file that holds `values`: a line each, ended by a line feed, in the
-/// order of the keys. Entries with an empty value are left out.
+/// \brief Returns the contents of a configuration file: one line per entry, ended by a line feed, in key
+/// order. Omits entries with an empty value.
 std::string serialiseConfig(const ConfigValues& values);
 
 } // namespace fs

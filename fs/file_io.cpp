@@ -9,9 +9,9 @@
 namespace fs {
 namespace {
 
-constexpr std::size_t kPiece = 65'536; // bytes; larger blocks of memory cost more than the reading
+constexpr std::size_t kPiece = 65'536; // bytes; a larger buffer takes longer to allocate than to fill
 constexpr std::size_t kPage = 4096;
-constexpr std::size_t kMostPadding = 16 << 20; // bytes; longer files are read under the lock
+constexpr std::size_t kMostPadding = 16 << 20; // bytes; bounds the memory for the padding
 constexpr int kMostReads = 10;
 constexpr ULONGLONG kInUseTime = 250;              // milliseconds
 constexpr DWORD kLockTime = 2000;                  // milliseconds
@@ -35,7 +35,7 @@ bool isInUse(DWORD error) {
     return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION;
 }
 
-/// Errors that mean that the file does not exist.
+/// Returns true for an error that means that the file does not exist.
 bool isAbsent(DWORD error) {
     constexpr DWORD kErrors[] = {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME,
                                  ERROR_BAD_PATHNAME,   ERROR_INVALID_DRIVE,  ERROR_FILENAME_EXCED_RANGE,
@@ -43,7 +43,8 @@ bool isAbsent(DWORD error) {
     return std::ranges::find(kErrors, error) != std::end(kErrors);
 }
 
-/// Opens a file with the attributes that its path has; the error of the last attempt is in `error`.
+/// Opens or creates a file. Retries while the file is in use.
+/// \param[out] error GetLastError after the last CreateFileW, also on success.
 win32::KernelHandle opened(const std::wstring& path, DWORD access, DWORD share, DWORD disposition,
                            DWORD& error) {
     win32::KernelHandle file;
@@ -58,7 +59,7 @@ win32::KernelHandle opened(const std::wstring& path, DWORD access, DWORD share, 
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-/// Opens a file for reading. It keeps no one from writing: a reader that did would make savers fail.
+/// Opens a file for reading. Shares all access: without FILE_SHARE_WRITE, a reader would make savers fail.
 int openForReading(const std::wstring& path, win32::KernelHandle& file) {
     if (path.empty())
         return kStatusNoFile;
@@ -70,14 +71,14 @@ int openForReading(const std::wstring& path, win32::KernelHandle& file) {
     });
     if (attributes == FILE_ATTRIBUTE_DIRECTORY || (attributes == INVALID_FILE_ATTRIBUTES && isAbsent(error)))
         return kStatusNoFile;
-    // A query that has failed for another reason does not tell whether there is a file.
+    // After any other error of GetFileAttributesW the file may exist: CreateFileW decides.
     file = opened(path, GENERIC_READ, kShareAll, OPEN_EXISTING, error);
     if (file)
         return 0;
     return isAbsent(error) ? kStatusNoFile : kStatusFileFailed;
 }
 
-/// A file of at most \ref kPage bytes; the byte after them shows that there are more.
+/// Contents of a file of at most \ref kPage bytes. The additional byte detects a longer file.
 struct Page {
     char bytes[kPage + 1];
     std::size_t size = 0;
@@ -110,8 +111,8 @@ bool readAll(HANDLE file, std::string& contents) {
     return true;
 }
 
-/// Whether a write may be under way: some file systems let a read overlap it, and return a mixture of the old
-/// and the new contents. Those set the time when a write begins.
+/// Returns true if a write may be in progress. On some file systems a read can overlap a write and return a
+/// mix of old and new contents. Those file systems set the last-write time when the write begins.
 bool isJustWritten(HANDLE file) {
     FILETIME now, written;
     if (!GetFileTime(file, nullptr, nullptr, &written))
@@ -180,11 +181,11 @@ SharedFile::SharedFile(const std::wstring& path)
 }
 
 bool SharedFile::read(FileForm form, std::string& contents) {
-    // A file that cannot be written may still be read: the caller learns what it holds.
+    // Opening for writing failed. The file may still be readable.
     if (!file_)
         return readFile(path_, form, contents) == 0 || (contents.clear(), false);
-    // Also one that was missing when it was opened: another process may have written it before the lock was
-    // acquired.
+    // Reads even a file that this object created: another process may have written it before this one
+    // acquired the lock.
     if (Page page; !isLocked_ && readSettled(file_.get(), page))
         contents = page.text();
     else if (!readAll(file_.get(), contents)) {
@@ -202,10 +203,11 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
         return kStatusFileFailed;
     const auto oldSize = static_cast<std::size_t>(size.QuadPart);
 
-    // Not for an enciphered file: zeros that a killed process leaves would make it unreadable.
+    // Only plain files are padded: zeros that a killed process leaves would make an enciphered file
+    // unreadable.
     std::string padded;
     if (form == FileForm::plain && contents.size() > oldSize) {
-        // Reserves the space before a byte is changed. Zeros instead of SetEndOfFile, which reserves none on
+        // Reserves the space before any byte changes. Writes zeros, because SetEndOfFile reserves no space on
         // file systems with sparse files.
         if (!win32::writeAt(file_.get(), oldSize, std::string(contents.size() - oldSize, '\0'))) {
             win32::setFileSize(file_.get(), oldSize);
@@ -221,7 +223,7 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
         win32::setFileSize(file_.get(), oldSize);
         return kStatusFileFailed;
     }
-    // Without the lock, another saver may have written a longer text meanwhile.
+    // Without the lock, another saver may have written longer contents meanwhile. Truncating would cut them.
     if (contents.size() >= oldSize || (!isLocked_ && !isUnchanged(bytes)))
         return 0;
     if (!win32::setFileSize(file_.get(), contents.size()) && form == FileForm::enciphered) {

@@ -11,9 +11,9 @@ namespace fs {
 inline constexpr int kStatusNoFile = 100002;     ///< no path, or no such file
 inline constexpr int kStatusFileFailed = 100004; ///< a file could not be read or written
 
-/// Whether a file that is only partly written can still be read.
+/// Whether readers can use a partly written file.
 enum class FileForm {
-    plain,     ///< Yes: zero bytes at its end are not contents.
+    plain,     ///< Yes: readers ignore trailing zero bytes.
     enciphered ///< No: each byte depends on others.
 };
 
@@ -21,33 +21,35 @@ enum class FileForm {
 
 /// \brief Reads a whole file.
 ///
-/// Acquires the lock of \ref SharedFile, for at most 2 s, unless the file is plain, at most 4096 bytes long
-/// and was last written more than 250 ms ago. A plain directory is no file; one with any further attribute
-/// (read-only, hidden, not indexed) counts as a file that cannot be read.
-/// \param[out] contents The bytes of the file; unspecified when the call fails.
+/// Waits up to 2 s for the lock of \ref SharedFile. After a time-out, reads without it. Skips the lock if the
+/// file is plain, has at most 4096 bytes and was last written more than 250 ms ago. A directory counts as no
+/// file if its only attribute is FILE_ATTRIBUTE_DIRECTORY. A directory with further attributes (read-only,
+/// hidden, not indexed) counts as a file that cannot be read.
+/// \param[out] contents The bytes of the file; unspecified if the call fails.
 /// \return 0, \ref kStatusNoFile or \ref kStatusFileFailed.
 int readFile(const std::wstring& path, FileForm form, std::string& contents);
 
 /// \brief Reads a plain file in pieces. Retries and locks like `readFile`.
-/// \param take Called with each piece, which is valid during the call.
-/// \return As `readFile`; pieces may have been taken before a failure.
+/// \param take Receives each piece, which is valid only during the call.
+/// \return As `readFile`. Before a failure, `take` may have received some pieces.
+/// \throws std::bad_alloc, and any exception of `take`.
 int readPieces(const std::wstring& path, const std::function<void(std::string_view)>& take);
 
-/// \brief Empties an existing file. Does nothing if there is none, or another process keeps it open.
+/// \brief Truncates an existing file to 0 bytes. Does nothing if the file is missing or another handle to it
+/// is open.
 void emptyFile(const std::wstring& path);
 
-/// \brief A file that is read, changed in memory and written back in place, while other processes do the
-/// same.
+/// \brief Reads a file and writes it back in place while other processes do the same.
 ///
-/// Holds an advisory lock from its construction to its end, so that savers take turns. The lock is best
-/// effort: a holder that keeps it for 2 s, or a file system without byte locks, does not prevent the change.
-/// Savers that meet without the lock can damage the file.
+/// Holds an advisory lock from construction to destruction, so that savers take turns. The lock is best
+/// effort: after a time-out of 2 s, or on a file system without byte locks, the change is made without it.
+/// Concurrent savers without the lock can corrupt the file.
 class SharedFile {
 public:
-    /// Opens the file and creates it when missing. A failure is reported by `replace`.
+    /// Opens the file, or creates it if it is missing. `replace` reports a failure.
     explicit SharedFile(const std::wstring& path);
 
-    /// \brief Reads what the file holds.
+    /// \brief Reads the current contents of the file.
     /// \param[out] contents Empty if the file cannot be read.
     /// \return True if the file existed and was read.
     /// \throws std::bad_alloc, std::length_error if the contents do not fit into memory.
@@ -55,10 +57,11 @@ public:
 
     /// \brief Replaces the contents of the file.
     ///
-    /// Never truncates before writing. While the lock is held, readers see the old or the new contents. A
-    /// killed process leaves one of them too, except that an enciphered file that shrinks can keep the end of
-    /// the old bytes and is then unreadable. A full disk leaves the old contents.
-    /// \param old What `read` has returned.
+    /// While the lock is held, readers see either the old or the new contents. A process that is killed
+    /// leaves either of them, with one exception. An enciphered file, or one above 16 MiB, that shrinks can
+    /// keep the end of its old bytes; if enciphered, it is then unreadable. A full disk leaves the old
+    /// contents. Only a file that denies reading is truncated first and can lose its old contents.
+    /// \param old The contents that `read` returned.
     /// \return 0 or \ref kStatusFileFailed.
     int replace(std::string_view contents, std::string_view old, FileForm form);
 
@@ -67,7 +70,7 @@ private:
     bool isUnchanged(std::string_view contents) const;
 
     std::wstring path_;
-    DWORD error_ = ERROR_SUCCESS; ///< Of the opening.
+    DWORD error_ = ERROR_SUCCESS; ///< GetLastError after CreateFileW, also on success.
     win32::KernelHandle file_;
     bool existed_ = false;
     bool isLocked_ = false;

@@ -7,11 +7,11 @@
 
 namespace fs {
 
-/// \brief A configuration file that is enciphered as a whole, so that users do not edit it by hand: the store
-/// of named on/off switches, "1" and "0".
+/// \brief Stores named on/off switches, "1" and "0", in a file that is enciphered as a whole, so that users
+/// do not edit it by hand.
 ///
-/// Always written whole from memory, without a merge: of two processes that change one file at the same
-/// moment, one can undo the change of the other. Do not call `reload`: it is inherited and does not decipher.
+/// `save` writes the values in memory without a merge. If two processes change one file at the same time, the
+/// later `save` overwrites the change of the other. Do not call the inherited `reload`: it does not decipher.
 class FxConfig : public CConfig {
 public:
     using Defaults = std::map<std::string, bool>;
@@ -22,26 +22,28 @@ public:
 
     /// \brief Enciphers the values and writes them, even if none changed. If the last `load` could not read
     /// the file, reads it first and keeps its switches.
-    /// \return 0, 100002 without a path, 100004 when the file cannot be written.
+    /// \return 0; `kStatusNoFile` (100002) without a path; `kStatusFileFailed` (100004) if the file cannot be
+    /// written.
     int save() override;
 
-    /// \brief Reads and deciphers the file; values that are already in memory win over the file's. The set of
-    /// changed keys is left as it is.
-    /// \return 0, 100002 when there is no file, another number when it cannot be read.
+    /// \brief Reads and deciphers the file. Values already in memory take precedence over those of the file.
+    /// Does not clear the set of changed keys.
+    /// \return 0; `kStatusNoFile` (100002) if the file does not exist; `kStatusFileFailed` (100004) if it
+    /// cannot be read.
     int load() override;
 
-    /// \brief Replaces the defaults. While `defaultsPending` is set, the store is emptied and the mark
-    /// cleared.
+    /// \brief Replaces the defaults. If `defaultsPending` is true, also discards all values in memory and
+    /// sets it to false.
     void setDefaults(Defaults switches);
 
-    /// \brief Loads the file and sets each default switch that it does not hold. Does nothing while
-    /// `defaultsPending` is set.
+    /// \brief Loads the file, then sets each default switch that has no value. Does nothing while
+    /// `defaultsPending` is true.
     void loadWithDefaults();
 
     void setSwitch(const std::string& name, bool isOn) { setValue(name, isOn ? "1" : "0"); }
 
-    /// Skips the next `loadWithDefaults`; the next `setDefaults` empties the store. Set it before other
-    /// threads use the store.
+    /// While true, `loadWithDefaults` does nothing, and the next `setDefaults` discards all values in memory.
+    /// Set it before other threads use the store.
     bool defaultsPending = false;
 
 private:

@@ -13,16 +13,14 @@ constexpr DWORD kLockTime = 2000;                 // milliseconds
 constexpr std::size_t kPiece = 65'536;            // bytes
 constexpr std::uint64_t kHandOverPause = 262'144; // bytes
 
-/// Set once a process has kept the lock for \ref kLockTime: until it can be acquired again, no line waits for
-/// it.
+/// True after a time-out of the lock. Calls then try the lock without waiting, until one acquires it.
 std::atomic<bool> isLockStuck;
 
-/// After a hand-over that has failed, the size at which the next one is tried: not with each line, since a
-/// copy of megabytes takes milliseconds.
+/// The size at which a failed hand-over is retried. A retry at each line would copy megabytes each time.
 std::atomic<std::uint64_t> nextHandOver;
 
-/// Copies the end of the file, at most \ref kLargestLog bytes that begin with a whole line: a log that
-/// something else has filled with gigabytes must not keep every process waiting.
+/// Copies the end of the file to `path`: at most \ref kLargestLog bytes, starting with a whole line. The
+/// limit bounds the time under the lock, even if another program has filled the log with gigabytes.
 bool copyEnd(HANDLE file, std::uint64_t size, const std::wstring& path) {
     const win32::KernelHandle copy(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -77,8 +75,9 @@ void LogFile::append(std::string_view bytes) {
         win32::setFileSize(file_.get(), size); // the next line must not continue a torn one
 }
 
-/// Empties the file after a copy of its end, or without one if it has twice its size.
-/// \return The size that it then has.
+/// Copies the end of the file, then truncates the file to 0 bytes. If the copy fails, truncates only a file
+/// above twice \ref kLargestLog.
+/// \return The new size of the file.
 std::uint64_t LogFile::handOver(std::uint64_t size) const {
     const bool isEmpty = (copyEnd(file_.get(), size, path_ + L".1") || size > 2 * kLargestLog) &&
                          win32::setFileSize(file_.get(), 0);

@@ -21,7 +21,7 @@ std::string formatLine(const LineParts& parts) {
     } else {
         std::size_t end = kLongestText;
         while (end > 0 && (static_cast<unsigned char>(parts.text[end]) & 0xC0) == 0x80)
-            --end; // not in the middle of a character
+            --end; // does not split a character
         line += text::lineEscape(parts.text.substr(0, end)) + " [cut]";
     }
     line += '\n';

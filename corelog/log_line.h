@@ -12,7 +12,7 @@ struct UtcTime {
     unsigned year, month, day, hour, minute, second, millisecond;
 };
 
-/// What one line of the log tells.
+/// The fields of one log line.
 struct LineParts {
     UtcTime time;
     unsigned long processId;
@@ -24,11 +24,12 @@ struct LineParts {
     std::string_view text;
 };
 
-/// A longer text is cut: one message must not push everything else out of a bounded file.
+/// Longer texts are truncated: one message must not displace all others from the bounded file.
 inline constexpr std::size_t kLongestText = 65'536; // bytes
 
-/// \brief One line of UTF-8, ended by a line feed, with no other line break in it:
-/// time, process id, thread id, level, tag, file:line, text.
+/// \brief Returns one line of UTF-8 with a line feed at its end and no other line break.
+///
+/// Its fields: time, process id, thread id, level, tag, file:line, text. A truncated text ends with " [cut]".
 std::string formatLine(const LineParts& parts);
 
 } // namespace CoreLog

@@ -31,7 +31,7 @@ CLogMsgMultibyte::~CLogMsgMultibyte() {
             .text = text_,
         }));
     } catch (...) {
-        // Out of memory: the line is lost, the caller's work goes on.
+        // std::bad_alloc loses the line. The operation of the caller continues.
     }
 }
 

@@ -9,15 +9,15 @@
 
 namespace CoreLog {
 
-/// \brief One message of the log: text and integers are streamed into it, and it is written as one line when
-/// the object is destroyed.
+/// \brief Collects text and integers, and writes them as one log line in its destructor.
 ///
-/// Below the logger's threshold, and with a null logger, nothing is formatted.
+/// Formats nothing if the level exceeds the logger's threshold or the logger is null.
 class CLogMsgMultibyte {
 public:
     /// \param logger May be null. Must outlive the message.
-    /// \param tag Who logs; null counts as empty.
-    /// \param file The source file; null counts as empty. Only its last part is written.
+    /// \param tag The component that logs; null counts as empty. Must outlive the message.
+    /// \param file Path of the source file; null counts as empty. Only the file name is written. Must outlive
+    /// the message.
     CLogMsgMultibyte(ILogger* logger, std::uint32_t level, const char* tag, const char* file,
                      std::uint32_t line);
     CLogMsgMultibyte(const CLogMsgMultibyte&) = delete;
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    ILogger* logger_; // null: the message is not wanted
+    ILogger* logger_; // null: the message is discarded
     std::uint32_t level_;
     const char* tag_;
     const char* file_;

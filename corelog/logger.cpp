@@ -29,19 +29,19 @@ std::wstring settingsName() {
     return text::utf8ToUtf16(settings().name);
 }
 
-/// \return Where the logs lie. Kept once found, since asking the shell takes longer than writing a line.
+/// Returns the folder of the logs. Caches it: SHGetKnownFolderPath takes longer than writing a line.
 std::wstring folderOfLogs() {
     static sys::Mutex mutex;
     static std::wstring found;
     const std::lock_guard guard(mutex);
     if (found.empty())
-        found = win32::logsFolder({}); // a problem with it has no log to go to yet
+        found = win32::logsFolder({}); // no report: without the folder, no log exists
     return found;
 }
 
 std::int32_t readThreshold(const std::wstring& path) {
     fs::CConfig config(path);
-    config.load(); // without a file the default holds
+    config.load(); // without the file, the default applies
     const std::string level = config.getValue("Level", {});
     char* end = nullptr;
     const long number = std::strtol(level.c_str(), &end, 10);

@@ -7,22 +7,23 @@
 
 namespace CoreLog {
 
-/// \brief Selects the name of the log file and of its settings. Called once at load; stores the name only.
+/// \brief Sets the base name of the log file and of its settings file. Does no I/O. Called once when the DLL
+/// is loaded.
 void setSettingsName(std::string_view name);
 
-/// \brief Writes lines to the suite's log file. Obtained from `createLogger` for one piece of work.
+/// \brief Writes lines to the suite's log file. `createLogger` returns one for each operation.
 ///
-/// Threads and processes may log to one file at the same time, each with a logger of its own. No line is
-/// torn, and none is lost unless the disk is full or another program keeps the file from being opened.
+/// Threads and processes may log to one file concurrently, each with its own logger. No line is torn. A line
+/// is lost only if the disk is full or CreateFileW fails.
 class ILogger {
 public:
-    /// Releases the logger.
+    /// Destroys the logger.
     virtual void release() = 0;
 
-    /// The highest level that is written. Levels: 3 failure, 6 argument dumps, 7 routine success.
+    /// Returns the highest level that is written. Levels: 3 failure, 6 argument dumps, 7 routine success.
     virtual std::int32_t threshold() const = 0;
 
-    /// Appends one line. A failure is silent: logging never gets in the way of the work.
+    /// Appends one line. Ignores failures: logging must not make an operation fail.
     virtual void write(std::string_view line) = 0;
 
 protected:
@@ -33,15 +34,16 @@ struct LoggerRelease {
     void operator()(ILogger* logger) const { logger->release(); }
 };
 
-/// Holds a logger, or null where logging is not available.
+/// Owns a logger. Null if logging is not available.
 using LoggerSlot = std::unique_ptr<ILogger, LoggerRelease>;
 
-/// \brief Gets a logger for <roaming data>\\logs\\<settings name>.log. Creates a missing folder; the file
-/// is created by the first line.
+/// \brief Creates a logger for <roaming data>\\logs\\<settings name>.log. Creates the folder if it is
+/// missing; the first line creates the file.
 ///
-/// The threshold is the value of the key "Level" in <settings name>.cfg beside it, 3 by default.
-/// \param[in,out] slot What it holds is released first; null afterwards when the call fails.
-/// \return 0, or a Windows error number when there is no folder for the file.
+/// Uses the current directory if the roaming folder cannot be found. The threshold is the value of the key
+/// "Level" in <settings name>.cfg in the same folder, by default 3.
+/// \param[in,out] slot Its previous logger is destroyed first. Null if the call fails.
+/// \return 0; the error of CreateDirectoryW if the folder cannot be created; `ERROR_OUTOFMEMORY` (14).
 int createLogger(LoggerSlot& slot) noexcept;
 
 } // namespace CoreLog

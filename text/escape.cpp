@@ -13,8 +13,9 @@ std::uint8_t byteAt(std::string_view bytes, std::size_t index) {
     return static_cast<std::uint8_t>(bytes[index]);
 }
 
-/// Length of the well-formed UTF-8 sequence that begins with a byte of 0x80 or above at the start of `bytes`;
-/// 0 where there is none (stray or overlong bytes, surrogates, values above U+10FFFF, a cut sequence).
+/// Returns the length of the well-formed UTF-8 sequence at the start of `bytes`. Returns 0 for stray or
+/// overlong bytes, surrogates, values above U+10FFFF and truncated sequences.
+/// \param bytes Starts with a byte of 0x80 or above.
 std::size_t sequenceLength(std::string_view bytes) {
     const std::uint8_t lead = byteAt(bytes, 0);
     std::size_t length = 0;
@@ -27,7 +28,7 @@ std::size_t sequenceLength(std::string_view bytes) {
     if (length == 0 || bytes.size() < length)
         return 0;
 
-    // The second byte is what tells overlong forms, surrogates and too large values apart.
+    // Only the second byte reveals overlong forms, surrogates and values above U+10FFFF.
     const std::uint8_t low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const std::uint8_t high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     if (byteAt(bytes, 1) < low || byteAt(bytes, 1) > high)
@@ -43,7 +44,7 @@ void appendHex(std::string& out, std::uint8_t byte) {
     out.push_back(kHexDigits[byte & 15]);
 }
 
-/// Copies `value`; ASCII that `isPlain` refuses goes through `appendEscaped`, invalid UTF-8 is replaced.
+/// Copies `value`. Passes ASCII that `isPlain` rejects to `appendEscaped`; replaces bytes of invalid UTF-8.
 template <class IsPlain, class AppendEscaped>
 std::string escape(std::string_view value, IsPlain isPlain, AppendEscaped appendEscaped) {
     std::string out;
@@ -70,13 +71,13 @@ bool isControl(std::uint8_t byte) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-/// Whether a URL takes a character as it stands.
+/// Returns true for a character that a URL contains unencoded.
 bool isUnreserved(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
            c == '.' || c == '_' || c == '~';
 }
 
-/// The letter of the short escape that JSON and logs share for a control character; 0 where there is none.
+/// Returns the letter of the escape that JSON and logs share for a control character; 0 if there is none.
 char shortEscape(std::uint8_t byte) {
     switch (byte) {
     case '\n':

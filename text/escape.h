@@ -5,15 +5,17 @@
 
 namespace text {
 
-/// \brief Escapes a value for the inside of a JSON string.
+/// \brief Escapes a value for use inside a JSON string.
 ///
-/// Quotes, backslashes, all control characters and the ampersand are escaped; bytes that are not valid UTF-8
-/// become the replacement character U+FFFD, so the result is valid in every JSON parser. The ampersand is
-/// written as \\u0026 because the placeholder expansion takes one in its output for the start of a pair.
+/// Escapes quotes, backslashes, control characters and the ampersand. Replaces bytes of invalid UTF-8 by
+/// U+FFFD, so that every JSON parser accepts the result. Writes the ampersand as \\u0026, because
+/// `expandPlaceholders` treats an ampersand in its output as the start of a pair.
 std::string jsonEscape(std::string_view value);
 
-/// \brief Makes a text fit on one line of a log: control characters are escaped (\\n, \\r, \\t, \\xNN),
-/// invalid UTF-8 becomes U+FFFD, everything else stays.
+/// \brief Escapes a text for one line of a log.
+///
+/// Escapes control characters (\\n, \\r, \\t, \\xNN), replaces bytes of invalid UTF-8 by U+FFFD, and copies
+/// everything else.
 std::string lineEscape(std::string_view value);
 
 /// \brief Percent-encodes every byte except the unreserved characters (letters, digits, "-", ".", "_", "~").

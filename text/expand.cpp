@@ -15,7 +15,7 @@ std::size_t expandPlaceholders(std::string_view pattern, const PlaceholderValues
                                std::string& expanded) {
     expanded.clear();
     std::size_t dropped = 0;
-    std::size_t copied = 0; // everything of the pattern before here is dealt with
+    std::size_t copied = 0; // end of the part of the pattern that has been copied or replaced
     for (auto open = pattern.find('{'); open != pattern.npos; open = pattern.find('{', open + 1)) {
         const auto name = pattern.substr(open + 1);
         const auto nameEnd =

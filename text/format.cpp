@@ -9,7 +9,7 @@ int formattedPrint(char* buffer, std::size_t capacity, const char* format, ...) 
     std::va_list arguments;
     va_start(arguments, format);
 #ifdef _WIN32
-    // The runtime's own, since the standard one would be linked in with all of its kinds of numbers.
+    // _vsnprintf of the C runtime: MinGW's std::vsnprintf links a complete formatter into the DLL.
     const int count = _vsnprintf(buffer, capacity, format, arguments);
     if (capacity > 0)
         buffer[capacity - 1] = '\0';

@@ -8,7 +8,7 @@
 namespace text {
 namespace {
 
-constexpr std::size_t kBlock = 16; // bytes that are looked at together
+constexpr std::size_t kBlock = 16; // characters that are tested together for ASCII
 constexpr std::size_t kOtherScript = 16 * kBlock;
 
 bool isHighSurrogate(std::uint32_t unit) {
@@ -18,8 +18,8 @@ bool isLowSurrogate(std::uint32_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-/// Widens whole blocks of ASCII. Stops at a block that holds anything else, or a zero.
-/// \return How many characters were widened.
+/// Widens whole blocks of ASCII. Stops at a block with a null or non-ASCII character.
+/// \return Number of characters widened.
 std::size_t widenAscii(const char* in, std::size_t size, Utf16Unit* out) {
     const __m128i zero = _mm_setzero_si128();
     std::size_t done = 0;
@@ -33,8 +33,8 @@ std::size_t widenAscii(const char* in, std::size_t size, Utf16Unit* out) {
     return done;
 }
 
-/// Narrows whole blocks of ASCII; stops at a block that holds anything else.
-/// \return How many characters were narrowed.
+/// Narrows whole blocks of ASCII. Stops at a block with a non-ASCII character.
+/// \return Number of characters narrowed.
 std::size_t narrowAscii(const Utf16Unit* in, std::size_t size, char* out) {
     const __m128i others = _mm_set1_epi16(static_cast<short>(0xFF80));
     std::size_t done = 0;
@@ -53,8 +53,9 @@ char continuation(std::uint32_t codePoint, int shift) {
     return static_cast<char>(0x80 | ((codePoint >> shift) & 0x3F));
 }
 
+/// Encodes one code point.
 /// \param out Has room for four bytes.
-/// \return The end of what was written.
+/// \return Pointer past the last byte written.
 char* putUtf8(char* out, std::uint32_t codePoint) {
     if (codePoint <= 0x7F) {
         *out = static_cast<char>(codePoint);
@@ -78,8 +79,8 @@ char* putUtf8(char* out, std::uint32_t codePoint) {
     return out + 4;
 }
 
-/// Reads one code point.
-/// \return The length of its sequence; 0 for one that is not valid.
+/// Decodes the code point at the start of `in`.
+/// \return Length of its sequence in bytes; 0 if it is invalid.
 std::size_t readUtf8(std::string_view in, std::uint32_t& codePoint) {
     const auto byte = [&](std::size_t i) {
         return static_cast<std::uint32_t>(static_cast<unsigned char>(in[i]));
@@ -95,7 +96,7 @@ std::size_t readUtf8(std::string_view in, std::uint32_t& codePoint) {
         if (in.size() < 2 || !isContinuation(1))
             return 0;
         codePoint = (lead & 0x1F) << 6 | bits(1);
-        return lead >= 0xC2 ? 2 : 0; // the smaller ones repeat ASCII, or continue nothing
+        return lead >= 0xC2 ? 2 : 0; // below: overlong forms of ASCII, or stray continuation bytes
     }
     if (lead < 0xF0) {
         if (in.size() < 3 || !isContinuation(1) || !isContinuation(2))
@@ -119,14 +120,14 @@ Utf16Unit* putUtf16(Utf16Unit* out, std::uint32_t codePoint) {
     return out;
 }
 
-/// How many of 16 bytes are not 0, when the others are all 0xFF.
+/// Returns the number of bytes that are 0xFF. All others must be 0.
 std::size_t countSet(__m128i bytes) {
     const __m128i halves = _mm_sad_epu8(_mm_sub_epi8(_mm_setzero_si128(), bytes), _mm_setzero_si128());
     return static_cast<std::size_t>(_mm_cvtsi128_si64(halves) + _mm_extract_epi16(halves, 4));
 }
 
-/// The length in UTF-8, a little more where there are surrogates. Memory that is not needed costs more than
-/// counting.
+/// Returns the length in UTF-8; with surrogates, an upper bound. Counting costs less than allocating three
+/// bytes for each unit.
 std::size_t mostUtf8(std::basic_string_view<Utf16Unit> wide) {
     std::size_t size = 3 * wide.size();
     std::size_t read = 0;
@@ -146,7 +147,7 @@ std::size_t mostUtf8(std::basic_string_view<Utf16Unit> wide) {
     return size;
 }
 
-/// The length in UTF-16 of valid UTF-8; not less than the decoder writes for any other bytes.
+/// Returns the length in UTF-16 of valid UTF-8. For invalid input, an upper bound of what the decoder writes.
 std::size_t mostUtf16(std::string_view narrow) {
     constexpr signed char kFirstNotContinuation = -64, kFirstOfFour = -16;
     std::size_t size = narrow.size();
@@ -175,7 +176,7 @@ std::string utf16ToUtf8(std::basic_string_view<Utf16Unit> wide) {
         const std::size_t plain = narrowAscii(wide.data() + read, wide.size() - read, out);
         read += plain;
         out += plain;
-        // What is left of a block, or the way to the next one.
+        // Converts up to `stretch` units one by one, then probes for a block of ASCII again.
         const std::size_t begin = read;
         const char* const beginOut = out;
         for (const std::size_t end = std::min(read + stretch, wide.size()); read < end;) {
@@ -185,8 +186,8 @@ std::string utf16ToUtf8(std::basic_string_view<Utf16Unit> wide) {
             else if (read < wide.size() && isLowSurrogate(wide[read]))
                 out = putUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (wide[read++] - 0xDC00u));
         }
-        // In other scripts no block of ASCII is to be expected soon, and looking for one makes the branches above
-        // hard to foresee.
+        // Non-Latin text rarely contains a whole block of ASCII. Probing for one at every block defeats
+        // branch prediction.
         const bool isOtherScript = static_cast<std::size_t>(out - beginOut) > (read - begin) * 3 / 2;
         stretch = isOtherScript ? kOtherScript : kBlock;
     }
@@ -202,7 +203,7 @@ std::basic_string<Utf16Unit> utf8ToUtf16(std::string_view narrow) {
         const std::size_t plain = widenAscii(narrow.data() + read, narrow.size() - read, out);
         read += plain;
         out += plain;
-        // What is left of a block, or the way to the next one.
+        // Converts up to `kBlock` characters one by one, then probes for a block of ASCII again.
         for (std::size_t i = 0; i < kBlock && read < narrow.size(); ++i) {
             std::uint32_t codePoint = 0;
             const std::size_t length = readUtf8(narrow.substr(read), codePoint);

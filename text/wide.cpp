@@ -7,7 +7,7 @@
 namespace text {
 namespace {
 
-constexpr std::size_t kMaxInput = INT_MAX; // Windows counts in int
+constexpr std::size_t kMaxInput = INT_MAX; // MultiByteToWideChar takes the length as an int
 
 } // namespace
 
@@ -19,7 +19,7 @@ std::size_t codePageToUtf16(std::string_view narrow, unsigned codePage, std::wst
     const int length = MultiByteToWideChar(codePage, 0, narrow.data(), inputSize, nullptr, 0);
     if (length <= 0)
         return 0;
-    wide.resize(static_cast<std::size_t>(length)); // grows its capacity by half at least
+    wide.resize(static_cast<std::size_t>(length)); // grows geometrically: repeated calls rarely allocate
     if (MultiByteToWideChar(codePage, 0, narrow.data(), inputSize, wide.data(), length) <= 0)
         wide.clear();
     return wide.size();

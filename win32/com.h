@@ -12,11 +12,12 @@ struct ComTraits : NullableTraits<Interface*> {
     static void release(Interface* value) { value->Release(); }
 };
 
-/// One reference to an object.
+/// Owns one reference to a COM object. Released with IUnknown::Release.
 template <class Interface>
 using ComPointer = Owner<ComTraits<Interface>>;
 
-/// \brief Makes a failure of a success that gave no object away, and takes nothing from a failure.
+/// \brief Turns a success without an object into E_POINTER. On failure, ignores whatever the callee left in
+/// the out pointer.
 template <class Interface>
 HRESULT checked(HRESULT result, ComPointer<Interface>& given) {
     if (FAILED(result))
@@ -26,7 +27,7 @@ HRESULT checked(HRESULT result, ComPointer<Interface>& given) {
     return result;
 }
 
-/// \brief Another interface of an object; empty when there is no object, or it does not have the interface.
+/// \brief Returns another interface of an object; empty if there is no object or QueryInterface fails.
 template <class Interface, class From>
 ComPointer<Interface> queryInterface(const ComPointer<From>& from) {
     ComPointer<Interface> found;
@@ -39,7 +40,7 @@ struct ItemListTraits : NullableTraits<PIDLIST_ABSOLUTE> {
     static void release(PIDLIST_ABSOLUTE value) { CoTaskMemFree(value); }
 };
 
-/// The shell's name of a folder, as its functions and objects give it away.
+/// Owns an absolute item ID list of the shell. Released with CoTaskMemFree.
 using ItemList = Owner<ItemListTraits>;
 
 } // namespace win32

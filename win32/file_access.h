@@ -6,26 +6,27 @@
 
 #include <windows.h>
 
-// Access to an open file at a given offset in bytes. Moves the file pointer: a handle serves one thread at a
-// time.
+// Access to an open file at an offset in bytes. Reads and writes move the file pointer: use a handle from one
+// thread at a time.
 namespace win32 {
 
-/// \brief Reads until `size` bytes are there or the file ends.
-/// \param[out] got How many bytes were read, also before an error.
-/// \return False if the system reports an error.
+/// \brief Reads `size` bytes, or fewer if the file ends first.
+/// \param[out] got Number of bytes read, also on failure.
+/// \return False if SetFilePointerEx or ReadFile fails.
 bool readAt(HANDLE file, std::uint64_t offset, char* out, std::size_t size, std::size_t& got);
 
-/// \brief Writes all bytes, up to 1 GiB of them in one call of the system.
-/// \return False if the system reports an error, a full disk for instance; some of the bytes may be written
-/// then.
+/// \brief Writes all bytes, at most 1 GiB with each call of WriteFile.
+/// \return False if SetFilePointerEx or WriteFile fails, for instance with ERROR_DISK_FULL. The file may then
+/// contain some of the bytes.
 bool writeAt(HANDLE file, std::uint64_t offset, std::string_view bytes);
 
-/// \brief Writes at the end that the file has at that moment: two processes that do so do not overwrite each
-/// other.
-/// \return False if not all of the bytes were written.
+/// \brief Appends atomically with one call of WriteFile: concurrent appends do not overwrite each other.
+/// \param bytes At most 1 GiB.
+/// \return False if WriteFile did not write all bytes.
 bool appendTo(HANDLE file, std::string_view bytes);
 
-/// \brief Cuts or extends the file to `size`.
+/// \brief Truncates or extends the file to `size` bytes.
+/// \return False if SetFileInformationByHandle fails.
 bool setFileSize(HANDLE file, std::uint64_t size);
 
 } // namespace win32

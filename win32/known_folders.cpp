@@ -12,7 +12,7 @@ namespace {
 using GetKnownFolderPath = HRESULT(WINAPI*)(const KNOWNFOLDERID&, DWORD, HANDLE, PWSTR*);
 using TaskMemFree = void(WINAPI*)(void*);
 
-/// One function of a DLL that is loaded for as long as this object lives.
+/// Loads a DLL and finds one of its functions. The destructor frees the DLL.
 template <class Function>
 class LoadedFunction {
 public:
@@ -43,7 +43,7 @@ private:
 } // namespace
 
 std::wstring knownFolder(KnownFolder folder, const ProblemReport& report) {
-    // Loading these DLLs anew costs milliseconds, and whoever asks once asks again.
+    // Keeps both DLLs loaded: loading them again in every call would cost milliseconds.
     [[maybe_unused]] static const HMODULE kept[] = {
         LoadLibraryExA("shell32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32),
         LoadLibraryExA("ole32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32),
@@ -78,7 +78,7 @@ std::wstring settingsFolder(const ProblemReport& report) {
     if (roaming.empty())
         return {};
     std::wstring folder = joinPath(roaming, kBrandFolder);
-    CreateDirectoryW(folder.c_str(), nullptr); // it is there already on all but the first call
+    CreateDirectoryW(folder.c_str(), nullptr); // usually fails with ERROR_ALREADY_EXISTS
     return folder;
 }
 

@@ -49,7 +49,7 @@ bool isModuleRunning(const std::wstring& name) {
     const KernelHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
     PROCESSENTRY32W entry{};
     entry.dwSize = sizeof entry;
-    // The first entry is the idle process, which is no program of anybody's.
+    // Skips the first entry: the idle process has no executable.
     if (!snapshot || !Process32FirstW(snapshot.get(), &entry))
         return false;
     bool isFound = false;
@@ -57,7 +57,8 @@ bool isModuleRunning(const std::wstring& name) {
         if (_wcsicmp(entry.szExeFile, name.c_str()) != 0)
             continue;
         isFound = true;
-        // The process is asked for and let go; that this may be refused changes nothing.
+        // Opens and closes every match. OpenProcess may fail with ERROR_ACCESS_DENIED: the match still
+        // counts.
         KernelHandle(OpenProcess(PROCESS_ALL_ACCESS, FALSE, entry.th32ProcessID));
     }
     return isFound;

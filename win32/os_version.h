@@ -6,10 +6,12 @@
 
 namespace win32 {
 
-/// \brief The true version of the system, also where it tells older programs another.
+/// \brief Returns the true version of the system, from RtlGetVersion. All zero on failure.
+///
+/// GetVersionExW returns an older version to programs whose manifest does not name the system.
 TOsVersion osVersion();
 
-/// \brief Whether a process runs whose executable has this name, in any letter case.
+/// \brief Returns true if a running process has an executable of this name, in any letter case.
 /// \param name A file name with its extension. A path never matches.
 bool isModuleRunning(const std::wstring& name);
 

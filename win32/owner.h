@@ -8,8 +8,9 @@ namespace win32 {
 
 /// \brief Owns one resource of the system and releases it in its destructor.
 ///
-/// \tparam Traits Says what is owned: `Type`, `empty()` (the value that means "nothing owned") and
-/// `release(Type)`. Values that the system itself uses for "failed" count as empty too, see `isValid`.
+/// \tparam Traits Defines `Type`, `empty()` (the value of an owner without a resource), `isValid(Type)` and
+/// `release(Type)`. `isValid` returns false for `empty()` and for the failure value of the API, such as
+/// INVALID_HANDLE_VALUE.
 template <class Traits>
 class Owner {
 public:
@@ -30,7 +31,7 @@ public:
     Type operator->() const { return value_; }
     explicit operator bool() const { return Traits::isValid(value_); }
 
-    /// Gives the resource away; the caller releases it.
+    /// Transfers ownership to the caller.
     Type detach() { return std::exchange(value_, Traits::empty()); }
 
     void reset(Type value = Traits::empty()) {
@@ -39,7 +40,7 @@ public:
         value_ = value;
     }
 
-    /// For functions that return the resource through a pointer. Releases what was owned before.
+    /// Releases the owned resource and returns the address for an API that writes to an out parameter.
     Type* receive() {
         reset();
         return &value_;
@@ -49,7 +50,7 @@ private:
     Type value_ = Traits::empty();
 };
 
-/// Shared by all resources that are pointers or handles whose empty value is null.
+/// Base of the traits of all pointers and handles whose empty value is null.
 template <class T>
 struct NullableTraits {
     using Type = T;
@@ -70,11 +71,12 @@ struct LibraryTraits : NullableTraits<HMODULE> {
     static void release(HMODULE value) { FreeLibrary(value); }
 };
 
-/// Files, events, threads, mutexes. INVALID_HANDLE_VALUE counts as empty.
+/// Owns a file, event, thread or mutex handle. Released with CloseHandle. INVALID_HANDLE_VALUE counts as
+/// empty.
 using KernelHandle = Owner<KernelHandleTraits>;
-/// A listing of a folder.
+/// Owns a search handle of FindFirstFileW. Released with FindClose.
 using FindHandle = Owner<FindHandleTraits>;
-/// A DLL that was loaded at run time.
+/// Owns a reference to a loaded DLL. Released with FreeLibrary.
 using Library = Owner<LibraryTraits>;
 
 } // namespace win32

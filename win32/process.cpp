@@ -21,11 +21,11 @@ DWORD WINAPI detachedThread(void* parameter) {
         try {
             work->run();
         } catch (...) {
-            // Nobody waits for the outcome, and an exception must not end the host's process.
+            // No caller receives the exception, and letting it escape would terminate the host process.
         }
         module = work->keepLoaded.detach();
     }
-    // Only this call may drop the last reference from code inside the module itself.
+    // FreeLibrary would return into unmapped code if it released the last reference.
     FreeLibraryAndExitThread(module, 0);
 }
 

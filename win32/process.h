@@ -6,22 +6,23 @@
 namespace win32 {
 
 /// \brief Reads an environment variable.
-/// \return Its value; empty when it is missing or does not fit 2048 characters with its terminator.
+/// \return Its value; empty if the variable is missing or longer than 2047 characters.
 std::wstring environmentVariable(const wchar_t* name);
 
-/// \brief Whether the process is going down.
+/// \brief Returns true during process exit.
 ///
-/// Destructors of static objects ask before they call other DLLs: at process exit all other threads are
-/// gone, wherever they stood, and the system takes back every resource by itself.
+/// Destructors of static objects check this before they call other DLLs. At process exit the system has
+/// terminated all other threads, perhaps while they held a lock, and it reclaims every resource itself.
 bool isProcessEnding();
 
-/// \brief Keeps the module of this code loaded until the process ends, whoever frees it.
+/// \brief Keeps the module of this code loaded until the process ends. FreeLibrary no longer unloads it.
 void pinModule();
 
-/// \brief Runs `work` on a new thread that nobody waits for.
+/// \brief Runs `work` on a new thread and returns without waiting for it.
 ///
-/// The DLL stays loaded until the thread has ended, even when its last user frees it meanwhile.
-/// \return False when the thread could not be started; `work` has not run then.
+/// The DLL stays loaded until the thread ends, even if the application calls FreeLibrary. Discards exceptions
+/// of `work`.
+/// \return False if GetModuleHandleExW or CreateThread fails; `work` is then not run.
 bool runDetached(std::function<void()> work);
 
 } // namespace win32

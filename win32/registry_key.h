@@ -10,6 +10,7 @@ struct RegistryKeyTraits : NullableTraits<HKEY> {
     static void release(HKEY value) { RegCloseKey(value); }
 };
 
+/// Owns an open registry key. Released with RegCloseKey.
 using RegistryKey = Owner<RegistryKeyTraits>;
 
 } // namespace win32

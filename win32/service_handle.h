@@ -10,7 +10,7 @@ struct ServiceHandleTraits : NullableTraits<SC_HANDLE> {
     static void release(SC_HANDLE value) { CloseServiceHandle(value); }
 };
 
-/// The service manager, or a service.
+/// Owns a handle to the service control manager or to a service. Released with CloseServiceHandle.
 using ServiceHandle = Owner<ServiceHandleTraits>;
 
 } // namespace win32

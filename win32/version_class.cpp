@@ -13,7 +13,7 @@ struct Row {
     std::int32_t versionClass;
 };
 
-// The first row that fits decides.
+// The first matching row decides.
 constexpr Row kRows[] = {
     {10, kAnyMinor, 22000, 0, kClassWindows11},
     {10, kAnyMinor, 0, 10001, kClassWindows10Updated},

@@ -4,7 +4,7 @@
 
 namespace win32 {
 
-/// What the system tells about its version. All zero when it does not tell.
+/// The version of the system. All zero if it is unknown.
 struct TOsVersion {
     std::uint32_t major = 0;
     std::uint32_t minor = 0;
@@ -13,11 +13,11 @@ struct TOsVersion {
 };
 
 inline constexpr std::int32_t kClassWindows10 = 120;
-inline constexpr std::int32_t kClassWindows10Updated = 130; ///< Told by the revision, not by the build.
+inline constexpr std::int32_t kClassWindows10Updated = 130; ///< Depends on the revision, not on the build.
 inline constexpr std::int32_t kClassWindows11 = 140;
 
-/// \brief The class of a version, one of the numbers that the suite compares; 0 for an unknown version.
-/// Classes do not all ascend with the versions: 6.1 is 90, and 81 from its build 7601 on.
+/// \brief Returns the class of a version, a number that the suite compares; 0 for an unknown version.
+/// Classes do not always ascend with versions: 6.1 is 90, but 6.1 from build 7601 on is 81.
 std::int32_t versionClass(const TOsVersion& version);
 
 } // namespace win32

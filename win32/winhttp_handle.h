@@ -10,7 +10,7 @@ struct WinHttpHandleTraits : NullableTraits<HINTERNET> {
     static void release(HINTERNET value) { WinHttpCloseHandle(value); }
 };
 
-/// A WinHTTP session, connection or request.
+/// Owns a WinHTTP session, connection or request. Released with WinHttpCloseHandle.
 using WinHttpHandle = Owner<WinHttpHandleTraits>;
 
 } // namespace win32

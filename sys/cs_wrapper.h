@@ -4,10 +4,10 @@
 
 namespace sys {
 
-/// \brief One critical section of the system.
+/// \brief Wraps a CRITICAL_SECTION.
 ///
-/// May be entered again by the thread that holds it. There is no virtual destructor: an instance lives and
-/// dies by its static type.
+/// The thread that holds it may enter it again. The destructor is not virtual: do not delete an instance
+/// through a pointer to a base class.
 class CCsWrapper {
 public:
     CCsWrapper() { InitializeCriticalSection(&section_); }
@@ -18,17 +18,17 @@ public:
     virtual void Enter() { EnterCriticalSection(&section_); }
     virtual void Leave() { LeaveCriticalSection(&section_); }
 
-    /// \return Whether the section was taken.
+    /// \return True if the section was acquired.
     virtual bool TryEnter() { return TryEnterCriticalSection(&section_) != FALSE; }
 
-    /// The section itself, for \ref CsGuard.
+    /// Returns the section for \ref CsGuard.
     CRITICAL_SECTION& section() { return section_; }
 
 private:
     CRITICAL_SECTION section_;
 };
 
-/// \brief Holds a critical section for as long as it lives.
+/// \brief Holds a critical section for the lifetime of the guard.
 class CsGuard {
 public:
     explicit CsGuard(CRITICAL_SECTION& section) : section_(section) { EnterCriticalSection(&section_); }

@@ -4,9 +4,10 @@
 
 namespace sys {
 
-/// \brief A mutex that needs no memory and no destruction, so neither taking it nor the end of the process can fail.
+/// \brief Non-recursive mutex for `std::lock_guard`, based on an SRWLOCK.
 ///
-/// For `std::lock_guard`. It must not be taken again by the thread that holds it.
+/// Needs no allocation and no destructor: acquiring it cannot fail, and static objects may use it at process
+/// exit.
 class Mutex {
 public:
     Mutex() = default;
@@ -16,7 +17,8 @@ public:
     void lock() { AcquireSRWLockExclusive(&lock_); }
     void unlock() { ReleaseSRWLockExclusive(&lock_); }
 
-    /// \brief Lets go of it until `condition` is woken or the time is over, or for no reason at all.
+    /// \brief Releases the mutex and waits for `condition` or the time-out, then reacquires it. May wake
+    /// spuriously.
     void sleep(CONDITION_VARIABLE& condition, DWORD milliseconds) {
         SleepConditionVariableSRW(&condition, &lock_, milliseconds, 0);
     }

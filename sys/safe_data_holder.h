@@ -6,10 +6,10 @@
 
 namespace sys {
 
-/// \brief A value together with the lock that guards it.
+/// \brief Holds a value and the lock that guards it.
 ///
-/// Readers take copies; no reference to the value leaves the lock. Two reads, also of two fields, are two
-/// entries: what they give need not belong together.
+/// Readers receive copies; no reference to the value outlives the lock. Each call acquires the lock
+/// separately: two reads, even of two fields, can return different states of the value.
 template <class T>
 class CSafeDataHolder {
 public:
@@ -22,7 +22,7 @@ public:
     CSafeDataHolder& operator=(const CSafeDataHolder&) = delete;
     virtual ~CSafeDataHolder() { DeleteCriticalSection(&section_); }
 
-    /// \brief A copy of the whole value.
+    /// \brief Returns a copy of the whole value.
     T get() const {
         const CsGuard guard(section_);
         return value_;
@@ -34,7 +34,7 @@ public:
         value_ = std::move(value);
     }
 
-    /// \brief A copy of one field.
+    /// \brief Returns a copy of one field.
     template <class Owner, class Field>
     Field get(Field Owner::*field) const {
         const CsGuard guard(section_);
@@ -48,8 +48,8 @@ public:
         value_.*field = std::move(value);
     }
 
-    /// \brief Calls `work` with the value under the lock, for changes that read and write. It must keep no
-    /// reference to the value, and must not block.
+    /// \brief Calls `work` with the value under the lock, for changes that depend on the current value.
+    /// `work` must not keep a reference to the value and must not block.
     template <class Work>
     auto access(Work&& work) {
         const CsGuard guard(section_);

@@ -6,9 +6,9 @@
 
 namespace sys {
 
-/// \brief Tells one thread of this process that something has happened; taking note of it sets it back.
+/// \brief Auto-reset event for one waiting thread of this process.
 ///
-/// It is to be had without a handle of the system, so making it neither fails nor takes long.
+/// Uses no kernel handle: construction is cheap and cannot fail.
 class Signal {
 public:
     void set() {
@@ -17,8 +17,9 @@ public:
         WakeConditionVariable(&changed_);
     }
 
-    /// \param time In milliseconds.
-    /// \return Whether it was set by then.
+    /// \brief Blocks until the event is set or the time-out expires, then resets the event.
+    /// \param time Time-out in milliseconds.
+    /// \return True if the event was set in time.
     bool wait(ULONGLONG time) {
         const std::lock_guard guard(mutex_);
         const ULONGLONG end = GetTickCount64() + time;

@@ -5,8 +5,8 @@
 namespace thread {
 namespace {
 
-/// The UCRT's _beginthreadex keeps the module loaded by itself, and releases it after the thread function has
-/// returned; msvcrt's does not.
+/// The UCRT's _beginthreadex keeps the module loaded until the thread function has returned; msvcrt's does
+/// not.
 #if defined(_MSC_VER) || defined(_UCRT)
 constexpr bool kRuntimeKeepsModule = true;
 #else
@@ -34,13 +34,13 @@ std::uint32_t BaseThread::Start() {
     if (function_ == nullptr)
         return ERROR_INVALID_PARAMETER;
     for (auto* event : {&started_, &finished_})
-        if (!*event) // not in the constructor: most launchers of clients never start a thread
+        if (!*event) // created on demand: most launchers of clients never start a thread
             *event = makeEvent();
     if (!started_ || !finished_)
         return ERROR_BAD_ENVIRONMENT;
     if (isRunning())
         return ERROR_BUSY;
-    wait(INFINITE); // a thread that has only its way out before it is not busy
+    wait(INFINITE); // brief: the run is over, and the thread only exits
     thread_.reset();
     ResetEvent(started_.get());
     ResetEvent(finished_.get());
@@ -48,7 +48,7 @@ std::uint32_t BaseThread::Start() {
     unsigned threadId = 0;
     thread_.reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, entry, this, 0, &threadId)));
     if (!thread_)
-        return ERROR_BAD_ENVIRONMENT; // callers know "no thread" by this number, whatever the cause
+        return ERROR_BAD_ENVIRONMENT; // callers expect this error for any failure of _beginthreadex
     WaitForSingleObject(started_.get(), INFINITE);
     return 0;
 }
@@ -80,7 +80,7 @@ bool BaseThread::isOwnThread() const {
 unsigned __stdcall BaseThread::entry(void* launcher) {
     if (launcher == nullptr)
         return 0;
-    // An application that frees the library while this runs must not pull the code away from under it.
+    // Without this reference, FreeLibrary in the application would unload the code of this thread.
     HMODULE module = nullptr;
     if constexpr (!kRuntimeKeepsModule)
         GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&entry),

@@ -6,20 +6,20 @@
 
 namespace thread {
 
-/// \brief A piece of work that a thread runs.
+/// \brief Work that a \ref BaseThread runs.
 class CThreadFunction {
 public:
     virtual ~CThreadFunction() = default;
 
-    /// \brief Does the work. Its outcome is told by means of its own.
-    /// \param id The number of the launcher that runs it.
+    /// \brief Does the work on the thread. Returns no result and must not throw.
+    /// \param id Number of the launcher that runs the work.
     virtual void Run(std::uint32_t id) = 0;
 };
 
 /// \brief Runs a \ref CThreadFunction on a thread of its own, once for each `Start`.
 ///
-/// Destruction closes the handles and neither waits for the thread nor ends it: its user sees to it that the
-/// work is over. While the thread runs, the module that holds its code stays loaded.
+/// The destructor closes the handles. It neither waits for the thread nor terminates it: the owner must
+/// ensure that the run is over first. The module of the thread's code stays loaded while the thread runs.
 class BaseThread {
 public:
     explicit BaseThread(std::uint32_t id);
@@ -27,29 +27,31 @@ public:
     BaseThread& operator=(const BaseThread&) = delete;
     virtual ~BaseThread();
 
-    /// \brief Sets what the thread runs. It is not owned, and must outlive the thread's run.
+    /// \brief Sets the function to run. Not owned; must outlive every run.
     void setFunction(CThreadFunction* function) { function_ = function; }
 
-    /// \brief Starts the thread and returns once it is running.
-    /// \return 0; 87 without a function; 170 while the last run is not over; 10 when no thread can be made.
+    /// \brief Starts the thread and blocks until it is running.
+    /// \return 0; `ERROR_INVALID_PARAMETER` (87) without a function; `ERROR_BUSY` (170) during a run;
+    /// `ERROR_BAD_ENVIRONMENT` (10) if an event or the thread cannot be created.
     std::uint32_t Start();
 
-    /// \brief Waits until the thread of the last start is gone. Returns at once when there is none, or when
-    /// it is the calling one.
-    /// \return False when the time, in milliseconds, was over before.
+    /// \brief Blocks until the thread of the last `Start` has ended. Returns immediately without a thread,
+    /// and on that thread itself.
+    /// \param time Time-out in milliseconds, or INFINITE.
+    /// \return False if the wait timed out.
     bool wait(std::uint32_t time) const;
 
-    /// \brief Whether a run has begun and is not over.
+    /// \brief Returns true during a run.
     bool isRunning() const;
 
-    /// \brief Whether the last run is over; false before the first one.
+    /// \brief Returns true if the last run is over; false before the first run.
     bool isFinished() const;
 
-    /// \brief Waits until the last run is over or its thread is gone, whichever comes first. Returns at once
-    /// when there was none.
+    /// \brief Blocks until the last run is over or its thread has ended, whichever happens first. Returns
+    /// immediately if there was no run.
     void waitFinished() const;
 
-    /// \brief Whether the caller is on the thread of the last start.
+    /// \brief Returns true on the thread of the last `Start`.
     bool isOwnThread() const;
 
 private:
@@ -62,7 +64,7 @@ private:
     win32::KernelHandle finished_;
 };
 
-/// \brief The launcher that hands `N` to the work it runs.
+/// \brief Launcher that passes `N` to `CThreadFunction::Run`.
 template <std::uint32_t N>
 class CBaseThread : public BaseThread {
 public:

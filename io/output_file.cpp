@@ -5,7 +5,8 @@ namespace {
 
 constexpr std::uint32_t kNotOpen = 10;
 
-/// \return 0 or the system's error.
+/// Moves the file pointer to the end of the file.
+/// \return 0, or the error of SetFilePointer.
 DWORD moveToEnd(HANDLE file) {
     LONG high = 0;
     SetLastError(ERROR_SUCCESS);
@@ -60,7 +61,7 @@ std::uint32_t COStreamFile::Write(const char* buffer, std::uint32_t count) {
             lastError_ = ::GetLastError();
             return written;
         }
-        if (part == 0) { // or the loop would never end
+        if (part == 0) { // otherwise the loop would not end
             lastError_ = ERROR_WRITE_FAULT;
             return written;
         }

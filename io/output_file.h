@@ -8,19 +8,22 @@
 
 namespace io {
 
-/// \brief A file that is written from its start, and closed by the destructor.
+/// \brief Writes a new or truncated file. The destructor closes the file.
 ///
-/// Others may read the file meanwhile. `Write` belongs to one thread at a time.
+/// Other handles may read the file meanwhile. Call `Write` from one thread at a time.
 class COStreamFile final : public COStreamBase<char> {
 public:
-    /// \brief Makes the file, or empties the one that is there.
-    /// \return 0; 87 for an empty path; 123 for the name of a device; 183 when this stream is open already;
-    /// else the system's error.
+    /// \brief Creates the file, or truncates an existing one.
+    /// \return 0; `ERROR_INVALID_PARAMETER` (87) for an empty path; `ERROR_INVALID_NAME` (123) for a device;
+    /// `ERROR_ALREADY_EXISTS` (183) if this stream is already open; otherwise the error of CreateFileW.
     std::uint32_t open(const std::wstring& path);
 
     /// \brief Appends to the file.
     ///
-    /// Should the system take only a part, the next attempt begins with the first byte of the buffer again.
+    /// After a partial WriteFile, the next attempt starts at the first byte of the buffer again, not after
+    /// the bytes written. `GetLastError` returns `ERROR_BAD_ENVIRONMENT` (10) if the stream is not open, and
+    /// `ERROR_WRITE_FAULT` (29) if WriteFile succeeds without writing a byte. A null buffer writes nothing
+    /// and is no error.
     std::uint32_t Write(const char* buffer, std::uint32_t count) override;
 
     std::uint32_t GetLastError() const override { return lastError_; }

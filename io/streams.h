@@ -11,28 +11,29 @@ public:
     virtual ~COStreamBase() = default;
 
     /// \brief Writes `count` characters.
-    /// \return How many were written; fewer than `count` is a failure that `GetLastError` tells.
+    /// \return Number of characters written. Fewer than `count` means failure; `GetLastError` returns the
+    /// error.
     virtual std::uint32_t Write(const Character* buffer, std::uint32_t count) = 0;
 
     /// \brief Writes one character.
     /// \return 1, or 0 on failure.
     virtual std::uint32_t Put(Character character) { return Write(&character, 1); }
 
-    /// \brief The Windows error number of the last write; 0 when it went well.
+    /// \brief Returns the Windows error of the last write; 0 if it succeeded.
     virtual std::uint32_t GetLastError() const = 0;
 };
 
-/// \brief A source of bytes whose number is known.
+/// \brief A source of bytes of known length.
 class CIStreamBase {
 public:
     virtual ~CIStreamBase() = default;
 
-    /// \brief The number of bytes there are in all.
+    /// \brief Returns the total number of bytes.
     virtual std::int64_t size() const = 0;
 
     /// \brief Reads up to `capacity` bytes.
-    /// \param[out] count How many were read; 0 at the end.
-    /// \return False when reading failed.
+    /// \param[out] count Number of bytes read; 0 at the end.
+    /// \return False if reading fails.
     virtual bool read(char* buffer, std::uint32_t capacity, std::uint32_t& count) = 0;
 };
 

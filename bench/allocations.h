@@ -4,7 +4,7 @@
 
 namespace bench {
 
-/// \brief How often operator new was called in this program so far.
+/// \brief Returns the number of calls of operator new in this program so far.
 std::size_t allocations();
 
 } // namespace bench

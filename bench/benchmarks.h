@@ -1,7 +1,7 @@
 #pragma once
 
-/// \name The families
-/// Each measures its paths and prints their rows.
+/// \name Benchmark families
+/// Each function measures its paths and prints their rows.
 /// @{
 void benchFiles();
 void benchCipher();

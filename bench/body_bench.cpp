@@ -25,7 +25,7 @@ const stats::TApplicationValues kApplication{.applicationId = "2",
                                              .country = "DE"};
 const stats::TEvent kEvent{"install_done", "installer", "path", "C:\\Media \"A\" größer"};
 
-/// The body with its placeholders, which stand in braces.
+/// The body with its placeholders in braces.
 const std::string kTemplate =
     R"({"guid":"{GUID}","country_id":"{COUNTRY_ID}","pid":"{LICENSE_PID}","adv_type":"{ADVTYPE}",)"
     R"("camp_type":"{CAMPTYPE}","appid":"{APPID}","ver":"{VER}","event_type":"{EVENT_TYPE}",)"

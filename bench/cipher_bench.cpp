@@ -12,7 +12,7 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t kSize = 1'000'000;
-constexpr double kLeastRate = 400e6; // bytes in a second
+constexpr double kLeastRate = 400e6; // bytes per second
 
 Bytes sample() {
     Bytes bytes(kSize);

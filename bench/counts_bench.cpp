@@ -1,4 +1,4 @@
-// What one call of an export asks of the system: allocations and calls of Windows.
+// Memory allocations and Windows calls in one call of each export.
 
 #include "bench/benchmarks.h"
 #include "bench/harness.h"
@@ -16,7 +16,7 @@ struct Call {
     std::function<void()> run;
 };
 
-/// Functions that stay within the process and cost next to nothing.
+/// Returns true for a function that makes no system call and costs almost nothing.
 bool isLight(const std::string& function) {
     constexpr const char* kLight[] = {"EnterCriticalSection",
                                       "LeaveCriticalSection",
@@ -47,7 +47,7 @@ void report(const char* name, const std::vector<imports::Hooks::Calls>& calls) {
         const bool isRuntime = call.library == "msvcrt.dll" || call.library == "ucrtbase.dll";
         if (isRuntime && (function == "malloc" || function == "calloc" || function == "realloc"))
             allocations += call.count;
-        // Of the runtime, only what goes on to the system counts.
+        // Of the C runtime, only the file functions count: they call Windows.
         const bool isFile = function.starts_with("_wfopen") || function == "fclose" || function == "fread";
         if (isRuntime ? !isFile : isLight(function))
             continue;
@@ -123,7 +123,7 @@ std::vector<Call> callsToCount(const std::wstring& folder) {
 void benchCounts() {
     imports::Hooks counter(GetModuleHandleW(L"zelsyshelper.dll"));
     for (const Call& call : callsToCount(bench::setting(L"BENCH_FOLDER"))) {
-        call.run(); // what the first call makes for all later ones does not count
+        call.run(); // warm-up: one-time initialisation does not count
         counter.clear();
         call.run();
         report(call.name, counter.calls());

@@ -13,14 +13,14 @@
 #include <psapi.h>
 #include <winhttp.h>
 
-// These stand in a header of their own, which does not go together with that of WinHTTP.
+// Implemented in a separate file, because <wininet.h> and <winhttp.h> cannot be included together.
 #include "bench/other_downloads.h"
 
 namespace {
 
 using win32::WinHttpHandle;
 
-constexpr DWORD kChunk = 65535; // what the library asks for at once
+constexpr DWORD kChunk = 65535; // bytes; the buffer size of the library
 constexpr double kMegabyte = 1e6;
 constexpr int kRounds = 5;
 
@@ -61,7 +61,7 @@ double workingSet() {
     return static_cast<double>(counters.WorkingSetSize);
 }
 
-double peak; // of the working set, as far as our download was looked at while it ran
+double peak; // bytes; the largest working set sampled during our download
 
 bool ours() {
     if (startDownloadFile(L"127.0.0.1", static_cast<std::uint32_t>(std::stoul(port())), L"", L"",
@@ -69,7 +69,7 @@ bool ours() {
         return false;
     std::uint8_t isOver = 0;
     for (isDownloadFileCompleted(&isOver); isOver == 0; isDownloadFileCompleted(&isOver)) {
-        Sleep(10); // asking more often would cost what is to be measured
+        Sleep(10); // polling more often would distort the measurement
         static unsigned polls = 0;
         if (++polls % 4 == 0)
             peak = std::max(peak, workingSet());
@@ -96,7 +96,7 @@ bool receive(HINTERNET request, HANDLE file, bool asks) {
     }
 }
 
-/// \param asks Whether to ask for the size of each piece, as the library does, or to fill the buffer.
+/// \param asks True calls WinHttpQueryDataAvailable before each read, as the library does. False does not.
 bool byWinHttp(bool asks) {
     const WinHttpHandle session(WinHttpOpen(L"bench", WINHTTP_ACCESS_TYPE_NAMED_PROXY,
                                             (L"127.0.0.1:" + port()).c_str(), WINHTTP_NO_PROXY_BYPASS, 0));

@@ -44,7 +44,7 @@ bool post(HINTERNET connection, std::string body, bool keepsConnection) {
            status == 200;
 }
 
-/// A body as long as that of our events, so that all send the same.
+/// Returns a body as long as that of our events, so that all contenders send the same amount.
 std::string sampleBody() {
     return "data=" + std::string(640, 'x');
 }
@@ -58,8 +58,9 @@ bool postAllOnOneSession() {
     return isGood;
 }
 
-/// Windows closes the connections of a session with it. Wine keeps them for the whole process, so there they
-/// are closed by the request. They have a server of their own, or they would take the kept ones and close these.
+/// Opens a new connection for each event. Windows closes the connections of a session with its handle. Wine
+/// keeps connections for the whole process, so the requests set WINHTTP_DISABLE_KEEP_ALIVE. They go to a
+/// server of their own: otherwise they would reuse and close the kept connections of the other contenders.
 bool postEachOnItsOwnSession() {
     bool isGood = true;
     for (int i = 0; i < kEvents && isGood; ++i) {

@@ -15,7 +15,7 @@ namespace {
 
 using bench::Contender;
 
-/// A file of numbered keys in three copies, so that no contender finds what another one has written.
+/// A file of numbered keys with one copy for each contender, so that none reads what another has written.
 struct Sample {
     Sample(std::size_t keys, std::size_t wanted, std::size_t valueSize) {
         for (std::size_t i = 0; i < keys; ++i)
@@ -93,7 +93,7 @@ void benchLargeRead() {
                     .seconds = 4});
 }
 
-/// The value changes with every call, so that nobody can leave the writing out.
+/// Returns another value in every call, so that no contender can skip the write.
 const wchar_t* nextValue() {
     static unsigned calls = 0;
     return ++calls % 2 == 0 ? L"a new value of the setting" : L"the former value of the setting";

@@ -9,13 +9,13 @@
 namespace bench {
 namespace {
 
-constexpr double kShortestBatch = 0.003; // seconds; the clock is exact to less than a thousandth of it
+constexpr double kShortestBatch = 0.003; // seconds; over 1000 times the resolution of the clock
 constexpr std::size_t kFewestRounds = 5, kMostRounds = 201;
 
 struct Lane {
     const Contender* contender;
     std::size_t batch = 1;
-    std::vector<double> times{}; // seconds for one call, by round
+    std::vector<double> times{}; // seconds for one call, one entry for each round
 
     bool runBatch() {
         if (contender->prepare)
@@ -28,7 +28,7 @@ struct Lane {
         return true;
     }
 
-    /// Finds the length of a batch, and warms up.
+    /// Warms up and finds the number of calls in a batch. Returns false if the contender fails.
     bool calibrate() {
         if (!runBatch())
             return false;
@@ -119,7 +119,7 @@ void measure(const Path& path) {
     print(row);
 }
 
-// The script that runs the benchmarks lays the rows out.
+// Prints tab-separated fields, from which bench/run.py builds the table.
 void print(const Row& row) {
     const auto number = [](double value) { return value < 0 ? std::string() : format("%.2f", value); };
     std::printf("row\t%s\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n", row.path.c_str(), row.ours.c_str(),

@@ -1,4 +1,5 @@
-// Loading and freeing the library: a program of its own, that has no other DLL loaded which the library needs.
+// Loading and freeing the library. A separate program, which has loaded none of the DLLs that the library
+// needs.
 
 #include "bench/harness.h"
 

@@ -1,4 +1,4 @@
-/* A DLL that does nothing and needs kernel32 only: less than loading this costs no DLL. */
+/* A DLL that does nothing and imports only kernel32: the lower bound for the cost of loading a DLL. */
 #include <windows.h>
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* reserved) {

@@ -20,7 +20,7 @@ using InternetHandle = win32::Owner<InternetTraits>;
 } // namespace
 
 bool downloadByUrlmon(const std::wstring& url, const std::wstring& path) {
-    // It would be the cache, not the server, that the second download came from.
+    // Otherwise URLDownloadToFileW would read the second download from the cache.
     DeleteUrlCacheEntryW(url.c_str());
     return SUCCEEDED(URLDownloadToFileW(nullptr, url.c_str(), path.c_str(), 0, nullptr));
 }

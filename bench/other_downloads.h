@@ -4,7 +4,8 @@
 
 namespace bench {
 
-/// \name Downloads as applications write them otherwise
+/// \name Downloads through other Windows APIs
+/// Each function returns true if it has written the whole file.
 /// @{
 bool downloadByUrlmon(const std::wstring& url, const std::wstring& path);
 bool downloadByWinInet(const std::wstring& url, const std::wstring& path, unsigned long chunk);

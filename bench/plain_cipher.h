@@ -4,8 +4,10 @@
 
 namespace bench {
 
-/// \brief The passes of the switch files' cipher with the built-in phrase, byte by byte as one would write
-/// them down: what the library's own is compared with.
+/// \brief Runs the passes of the switch-file cipher with the built-in phrase, byte by byte in the simplest
+/// form.
+///
+/// Reference for the results and the speed of the library's cipher. The data must not be empty.
 void plainEncipher(unsigned char* data, std::size_t size);
 void plainDecipher(unsigned char* data, std::size_t size);
 

@@ -21,7 +21,7 @@ constexpr char kApplication[] = "bench";
 constexpr wchar_t kBarePipe[] = L"\\\\.\\pipe\\zelsyshelper-bench";
 constexpr DWORD kMessage = 4096;
 
-/// Answers any number of requests of a client before it takes the next one.
+/// Pipe server that echoes the messages of one client until it disconnects, then accepts the next client.
 class BareServer {
 public:
     BareServer()
@@ -53,7 +53,7 @@ private:
     std::thread thread_;
 };
 
-/// Waits for a server that has not yet done with the client before.
+/// Opens a pipe. On ERROR_PIPE_BUSY, waits until the server has disconnected the previous client.
 win32::KernelHandle open(const std::wstring& path) {
     for (;;) {
         win32::KernelHandle pipe(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
@@ -79,8 +79,9 @@ bool raiseBare() {
     return pipe && transact(pipe.get(), ipc::kGetWindowRequest) && transact(pipe.get(), ipc::kShowRequest);
 }
 
-/// The whole job without the library: find out whether an instance runs, ask for its window, raise it, tell
-/// it. The channel disconnects after each reply, so this needs two connections.
+/// Raises an instance without the library: checks the instance mutex, requests the window, raises it and
+/// sends the show request. The channel disconnects after each reply, so the two requests need two
+/// connections.
 bool raiseByChannel() {
     const win32::KernelHandle mutex(
         OpenMutexW(SYNCHRONIZE, FALSE, ipc::instanceMutexName(kApplication).c_str()));

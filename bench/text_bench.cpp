@@ -35,8 +35,9 @@ std::string repeated(const std::string& piece, std::size_t size) {
     return text;
 }
 
-/// Leaves free memory in the middle of the heap, as a program has that has run for a while. The end of the heap goes
-/// back to the system with each string that lies there, and getting it anew costs more than a conversion.
+/// Leaves free blocks in the middle of the heap, as in a program that has run for a while. Otherwise the
+/// strings lie at the end of the heap. Freeing one then returns its memory to the system, and allocating it
+/// again costs more than a conversion.
 void fragmentHeap() {
     static std::vector<std::string> kept;
     std::vector<std::string> freed;

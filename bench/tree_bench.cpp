@@ -58,7 +58,7 @@ bool copyByShell(const std::wstring& source, const std::wstring& destination) {
 }
 
 bool copyByRobocopy(const std::wstring& source, const std::wstring& destination) {
-    constexpr int kFirstFailure = 8; // below it the result tells what there was to copy
+    constexpr int kFirstFailure = 8; // smaller exit codes report success
     const int result = _wsystem((L"robocopy \"" + source + L"\" \"" + destination + L"\" /E >nul").c_str());
     return result >= 0 && result < kFirstFailure;
 }

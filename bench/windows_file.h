@@ -5,10 +5,12 @@
 
 namespace bench {
 
-/// \brief Reads a whole file in as few calls as Windows allows, and asks for its attributes first.
+/// \brief Queries the attributes of a file, then reads all of it with as few calls as Windows allows.
+/// \return False if a call fails.
 bool readWhole(const std::wstring& path, std::string& bytes);
 
-/// \brief Empties a file and writes it.
+/// \brief Creates or truncates a file and writes it with one call of WriteFile.
+/// \return False if a call fails.
 bool writeWhole(const std::wstring& path, std::string_view bytes);
 
 } // namespace bench

@@ -11,7 +11,7 @@ constexpr DWORD kCloseTime = 1000; // milliseconds
 
 } // namespace
 
-/// WinHTTP's threads use it until they have reported HANDLE_CLOSING.
+/// Used by WinHTTP's threads until they report HANDLE_CLOSING.
 struct AsyncRequest::State {
     sys::Signal stepOver;
     win32::KernelHandle closed{CreateEventW(nullptr, TRUE, FALSE, nullptr)};

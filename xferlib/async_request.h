@@ -27,11 +27,12 @@ public:
 
     bool isValid() const { return state_ != nullptr; }
 
-    /// For calls that do not block: options, headers of the reply.
+    /// Returns the handle for WinHTTP calls that do not block: options and headers of the reply.
     HINTERNET get() const { return request_.get(); }
 
     /// Sends the request with this body. May be repeated, for example with credentials.
     DWORD send(const std::string& body);
+    /// Waits for the headers of the reply.
     DWORD receiveResponse();
 
     /// \brief Appends the next part of the reply's body to `body`; appends nothing at its end.

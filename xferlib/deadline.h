@@ -7,15 +7,15 @@
 
 namespace xferlib {
 
-/// A moment by which everything has to be over.
+/// The time at which an operation times out.
 ///
-/// By the system's ticks: the runtime's own clock would bring a library for threads into the DLL.
+/// Uses GetTickCount64: with MinGW, std::chrono::steady_clock would link a POSIX thread library into the DLL.
 class Deadline {
 public:
     /// \param time In milliseconds.
     explicit Deadline(int time) : end_(GetTickCount64() + static_cast<ULONGLONG>(time)) {}
 
-    /// What is left, in milliseconds, as Windows wants a time-out: never 0, which would mean "none".
+    /// Returns the remaining milliseconds, at least 1: WinHttpSetTimeouts waits indefinitely for 0.
     int remaining() const {
         const auto left = static_cast<long long>(end_ - GetTickCount64());
         return static_cast<int>(std::clamp<long long>(left, 1, INT_MAX));

@@ -12,7 +12,7 @@ namespace {
 using win32::WinHttpHandle;
 
 constexpr std::int32_t kStatusNoContent = 204, kStatusNotModified = 304;
-constexpr int kMostSends = 32; // more than any handshake needs; stops one that never ends
+constexpr int kMostSends = 32; // more than any handshake needs; stops an endless one
 
 struct Address {
     std::wstring host;
@@ -32,7 +32,8 @@ TransferCode crack(const std::wstring& url, Address& address) {
     if (parts.dwHostNameLength == 0)
         return kMalformedUrl;
     address.host.assign(parts.lpszHostName, parts.dwHostNameLength);
-    // Without a length for it, the query is part of the path; what follows "#" never leaves the client.
+    // With dwExtraInfoLength 0, WinHttpCrackUrl leaves query and fragment in the path. A request must not
+    // contain the fragment.
     address.pathAndQuery.assign(parts.lpszUrlPath, parts.dwUrlPathLength);
     address.pathAndQuery.resize(std::min(address.pathAndQuery.find(L'#'), address.pathAndQuery.size()));
     address.port = parts.nPort;
@@ -51,11 +52,11 @@ bool setOption(HINTERNET request, DWORD option, DWORD value) {
 }
 
 bool configure(HINTERNET request, const Hop& hop, const Deadline& deadline) {
-    // Without it a server that requests an optional client certificate fails the request. Older systems do
-    // not know the option.
+    // Without this option, a server that requests an optional client certificate fails the request with
+    // ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED. Best effort: older systems lack the option.
     WinHttpSetOption(request, WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
     const int time = deadline.remaining();
-    // The caller follows redirects: it has the deadline, the limit and the rule on https.
+    // The caller follows redirects: it enforces the deadline, the limit and the rule on https.
     return WinHttpSetTimeouts(request, time, std::min(time, hop.connectTimeout), time, time) &&
            setOption(request, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, static_cast<DWORD>(time)) &&
            setOption(request, WINHTTP_OPTION_DISABLE_FEATURE,
@@ -101,7 +102,7 @@ TransferCode readToEnd(AsyncRequest& request, std::string& body) {
 
 /// Returns true if the TLS handshake of the request has completed. A proxy's reply to CONNECT precedes it.
 bool isEncrypted(HINTERNET request) {
-    // The query can succeed before the handshake, without a certificate.
+    // Before the handshake the query can succeed without returning a certificate.
     WINHTTP_CERTIFICATE_INFO certificate{};
     DWORD size = sizeof certificate;
     if (!WinHttpQueryOption(request, WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT, &certificate, &size))
@@ -119,8 +120,8 @@ bool isEncrypted(HINTERNET request) {
 /// Prepares a request that was answered with 407 for its next send with the proxy's credentials.
 /// \return kReceiveFailed if the credentials must not be sent, or not again.
 TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
-    // WinHTTP reports every 407 as the proxy's. Inside a tunnel it is the host's, and so would be the
-    // credentials. The page of a final 407 is dropped, since callers would mistake it for the host's reply.
+    // WinHTTP attributes every 407 to the proxy. Inside a tunnel the host has sent it, and would receive the
+    // credentials. The body of a final 407 is discarded: callers would mistake it for the host's reply.
     if (isEncrypted(request.get()) || !proxy.answerRefusal(request.get()))
         return kReceiveFailed;
     // NTLM and Negotiate authenticate the connection, so the next send must reuse it.
@@ -128,7 +129,7 @@ TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
     return readToEnd(request, page);
 }
 
-/// Sends the request, again with credentials after each 407, until another reply has arrived.
+/// Sends the request, and repeats it with credentials after each 407, until the reply has another status.
 TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& response) {
     static const std::string kNoBody;
     for (int sends = 0; sends < kMostSends; ++sends) {
@@ -154,7 +155,7 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
     return kReceiveFailed;
 }
 
-/// Returns true if the end of the body follows from its chunks, which outrank a Content-Length.
+/// Returns true if the body is chunked. A chunked body ignores Content-Length.
 bool isChunked(HINTERNET request) {
     std::wstring coding = textHeader(request, WINHTTP_QUERY_TRANSFER_ENCODING);
     coding.erase(0, coding.find_last_of(L',') + 1); // the last coding frames the message; npos + 1 is 0
@@ -166,7 +167,7 @@ bool isChunked(HINTERNET request) {
 TransferCode readBody(AsyncRequest& request, Response& response) {
     if (const auto code = readToEnd(request, response.body))
         return code;
-    // WinHttpReadData reports a connection that breaks as the end of the body.
+    // WinHttpReadData reports a broken connection as the end of the body.
     const bool hasLength = response.status != kStatusNoContent && response.status != kStatusNotModified &&
                            !isChunked(request.get());
     const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);

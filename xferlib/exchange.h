@@ -9,7 +9,7 @@
 
 namespace xferlib {
 
-/// As the last reply it is a failure (56), whether the proxy or a host has sent it.
+/// A final 407 fails the transfer with code 56, whether the proxy or a host has sent it.
 inline constexpr std::int32_t kStatusProxyAuthentication = 407;
 
 /// One request to one address. A Request becomes several hops if its replies redirect.
@@ -28,7 +28,8 @@ struct HopReply {
     std::wstring location; ///< Location header of a redirect, not yet resolved; otherwise empty.
 };
 
-/// \brief Sends one request and reads the whole reply.
+/// \brief Sends one request and reads the whole reply. Does not read the body of a redirect.
+/// \return `response.code` is 0 or a transport code.
 HopReply exchange(const Session& session, const Hop& hop, const Deadline& deadline);
 
 /// \brief Returns true if the URL is valid and its scheme is https.

@@ -14,7 +14,7 @@ constexpr DWORD kSchemes[] = {WINHTTP_AUTH_SCHEME_NEGOTIATE, WINHTTP_AUTH_SCHEME
 
 using Account = ProxySignIn::Account;
 
-/// The schemes by which a proxy has recently refused the last account.
+/// The schemes by which a proxy has recently refused an account. Remembers one account.
 class Refusals {
 public:
     DWORD find(const Account& account) {

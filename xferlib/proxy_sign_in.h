@@ -33,7 +33,7 @@ public:
     /// \brief Sets the credentials of a request that the proxy has answered with 407, for its next send.
     ///
     /// Call it after the status has been queried: WinHttpQueryAuthSchemes needs the parsed headers.
-    /// \return False if the proxy offers no scheme that is left to try.
+    /// \return False if the proxy offers no untried scheme.
     bool answerRefusal(HINTERNET request);
 
 private:

@@ -16,7 +16,7 @@ struct KeptSession {
     explicit KeptSession(win32::WinHttpHandle&& session) : handle(std::move(session)) {}
 
     const win32::WinHttpHandle handle;
-    std::atomic<ULONGLONG> lastUse = 0; ///< Ticks of the system.
+    std::atomic<ULONGLONG> lastUse = 0; ///< GetTickCount64.
 };
 
 class SessionCache {
@@ -31,8 +31,8 @@ public:
     Session get(const std::wstring& proxy) {
         const std::lock_guard guard(mutex_);
         if (!kept_ || proxy != proxy_ || GetTickCount64() - kept_->lastUse > kLongestIdleTime) {
-            // Closing the old session must not overwrite the error of opening the new one. The name precedes
-            // the session: an exception must not leave the session of one proxy under the name of another.
+            // Close the old session first: closing it later would overwrite the error of WinHttpOpen. Store
+            // the name before the session: an exception must not leave a session under another proxy's name.
             kept_.reset();
             proxy_ = proxy;
             kept_ = make(proxy);
@@ -53,7 +53,7 @@ private:
                                         WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC));
         if (!handle)
             return nullptr;
-        // Older systems leave TLS 1.2 off by default, and do not know TLS 1.3.
+        // Older systems disable TLS 1.2 by default and reject the flag of TLS 1.3.
         DWORD protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 | WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_3;
         if (!WinHttpSetOption(handle.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols)) {
             protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2;

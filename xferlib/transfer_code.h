@@ -4,7 +4,7 @@
 
 namespace xferlib {
 
-/// Transport codes, numbered as in the transfer library that log readers know from elsewhere.
+/// Transport codes. Log messages contain these numbers, so they must not change.
 enum TransferCode : std::int32_t {
     kOk = 0,
     kUnsupportedScheme = 1,
@@ -27,9 +27,9 @@ enum TransferCode : std::int32_t {
     kLoginDenied = 67,
 };
 
-/// \brief The transport code for an error of WinHTTP.
+/// \brief Returns the transport code for an error of WinHTTP or of a socket.
 /// \param error A Windows error number.
-/// \param otherwise The code for an error that has none of its own.
+/// \param otherwise Returned for an error without a code of its own.
 TransferCode transferCode(unsigned long error, TransferCode otherwise);
 
 } // namespace xferlib

@@ -26,8 +26,8 @@ bool convert(const std::string& narrow, std::wstring& wide) {
     return wide.empty() == narrow.empty();
 }
 
-/// The host of an address that users also write as a URL: "http://proxy/" is "proxy".
-/// \return Empty if there is none.
+/// Returns the host of a proxy address. Users also enter a URL: "http://proxy/" becomes "proxy".
+/// \return Empty if the address has no host, or a scheme other than http.
 std::wstring proxyHost(const std::string& address) {
     constexpr std::wstring_view kScheme = L"http://";
     std::wstring host = text::utf8ToUtf16(address);
@@ -36,11 +36,11 @@ std::wstring proxyHost(const std::string& address) {
         host.resize(std::min(host.find(L'/'), host.size()));
     }
     if (host.find(L'/') != host.npos)
-        host.clear(); // a scheme that WinHTTP cannot speak with a proxy
+        host.clear(); // another scheme: WinHTTP connects to proxies by http only
     return host;
 }
 
-/// "host:port" for WinHTTP; empty if the request names no proxy that can be used.
+/// Returns "host:port" for WinHttpOpen; empty if the request names no usable proxy.
 std::wstring proxyAddress(const Request& request) {
     const std::wstring host = proxyHost(request.proxyHost);
     if (host.empty() || request.proxyPort < 1 || request.proxyPort > kHighestPort)
@@ -48,7 +48,7 @@ std::wstring proxyAddress(const Request& request) {
     const auto colon = host.find(L':');
     const bool isBareIpv6 = colon != host.npos && host.front() != L'[';
     if (isBareIpv6 && colon == host.rfind(L':'))
-        return {}; // "host:port": the port has a setting of its own
+        return {}; // "host:port" instead of a host: the port is a separate setting
     return (isBareIpv6 ? L"[" + host + L"]" : host) + L":" + text::decimal(request.proxyPort);
 }
 
@@ -59,7 +59,7 @@ std::wstring headerLines(const Request& request) {
     return text::utf8ToUtf16(lines);
 }
 
-/// Where a redirect leads; empty when that cannot be made out.
+/// Returns the absolute URL of a Location header; empty if UrlCombineW fails.
 std::wstring combine(const std::wstring& base, const std::wstring& location) {
     constexpr std::size_t kRoomForJoints = 32;
     std::wstring target(base.size() + location.size() + kRoomForJoints, L'\0');
@@ -70,7 +70,8 @@ std::wstring combine(const std::wstring& base, const std::wstring& location) {
     return target;
 }
 
-/// Turns the hop to where the reply sends it.
+/// Points the hop at the target of a redirect.
+/// \return kMalformedUrl if the target is invalid; kUnsupportedScheme if it would leave https.
 TransferCode follow(const HopReply& reply, Hop& hop) {
     const std::wstring target = combine(hop.url, reply.location);
     if (target.empty())
@@ -81,7 +82,7 @@ TransferCode follow(const HopReply& reply, Hop& hop) {
     if (reply.response.status == kStatusSeeOther) {
         hop.post = false;
         hop.body = nullptr;
-        hop.headers = nullptr; // they describe the body
+        hop.headers = nullptr; // the headers describe the body
     }
     return kOk;
 }
@@ -120,11 +121,11 @@ Response fetch(const Request& request) {
         milliseconds(request.timeoutSeconds > 0 ? request.timeoutSeconds : kDefaultTimeoutSeconds));
     const std::wstring headers = headerLines(request);
     const std::wstring address = proxyAddress(request);
-    // Without a name, WinHTTP would connect to a proxy on this computer, or to the host itself.
+    // An unusable proxy must not turn the request into a direct connection.
     if (address.empty() && !request.proxyHost.empty())
         return {.code = kProxyNotResolved};
     std::wstring user, password;
-    // Without a proxy, a 407 comes from the host, which must not get the proxy's credentials.
+    // Without a proxy, a 407 comes from the host, which must not receive the proxy's credentials.
     if (!address.empty() && (!convert(request.proxyUser, user) || !convert(request.proxyPassword, password)))
         return {.code = kLoginDenied};
     ProxySignIn proxy(address, std::move(user), std::move(password));
@@ -134,7 +135,7 @@ Response fetch(const Request& request) {
         if (response.code == kOk || response.status == kStatusProxyAuthentication || deadline.isOver())
             break;
     }
-    // With a proxy, its name is the only one that is looked up here.
+    // With a proxy, this computer resolves the proxy's name only.
     if (response.code == kHostNotResolved && !request.proxyHost.empty())
         response.code = kProxyNotResolved;
     return response;

@@ -30,10 +30,10 @@ std::wstring defaultFolder() {
 void makeFolder(const std::wstring& folder) {
     const DWORD attributes = GetFileAttributesW(folder.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-        SHCreateDirectory(nullptr, folder.c_str()); // a failure shows when the file cannot be made
+        SHCreateDirectory(nullptr, folder.c_str()); // opening the file reports a failure
 }
 
-/// A job that does not run counts as ready and done: its events are signalled.
+/// Creates a signalled event: an idle job counts as ready and done.
 win32::KernelHandle makeEvent() {
     win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     SetEvent(event.get());
@@ -53,7 +53,7 @@ CHttpDownloadFile::~CHttpDownloadFile() {
 std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::optional<std::wstring>& url,
                                        const std::wstring& targetFolder) {
     if (running_.get() && result_.get().completed)
-        thread_.waitFinished(); // it has told its end, and is about to leave
+        thread_.waitFinished(); // the worker has reported its end and is about to return
     if (running_.get()) {
         record(0, kJobStageRunning);
         return 0;
@@ -70,7 +70,7 @@ std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::o
     stopping_.set(false);
 
     for (auto* event : {&ready_, &done_})
-        if (!*event) // there may be resources for it now
+        if (!*event) // an earlier CreateEventW has failed
             *event = makeEvent();
     if (!ready_ || !done_)
         return refuse(ERROR_INVALID_ENVIRONMENT, kJobStageReady);
@@ -91,15 +91,15 @@ bool CHttpDownloadFile::stop() {
     DWORD over = WAIT_TIMEOUT;
     while (over == WAIT_TIMEOUT && GetTickCount() - begin < kStopTime) {
         const bool isPatient = GetTickCount() - begin < CHttpRequest::kCancelGrace;
-        // A request that begins clears the flag, hence more than once.
+        // Repeated, since an exchange that begins clears the cancel flag.
         for (CHttpRequest* request : {&probe_, &transfer_})
             isPatient ? request->askToCancel() : request->forceCancel();
         over = WaitForSingleObject(done_.get(), kCancelInterval);
     }
     if (over == WAIT_TIMEOUT)
         return false;
-    // The worker has some instructions left that use this object. Its thread is not waited for: that would
-    // need the loader's lock, which belongs to the caller while the library is being unloaded.
+    // The worker still uses this object after it has set done_. Waiting for its thread handle would deadlock
+    // while the library is unloaded: a thread needs the loader lock to exit, and the caller holds it.
     thread_.waitFinished();
     return true;
 }
@@ -172,15 +172,15 @@ void CHttpDownloadFile::work() {
     result_.set(&SResultData::httpStatus, transfer_.response().statusCode);
 }
 
-/// The path of the file, whose folder is there afterwards if it can be made; empty without a name or a
-/// folder.
+/// Returns the path of the file and creates its folder, best effort. Empty if the URL ends in "/" or the
+/// default folder is unknown.
 std::wstring CHttpDownloadFile::outputPath() const {
     const auto slash = url_.rfind(L'/');
     const std::wstring name = slash != url_.npos ? url_.substr(slash + 1) : std::wstring();
     const std::wstring folder = targetFolder_.empty() ? defaultFolder() : targetFolder_;
     if (name.empty() || folder.empty())
         return {};
-    // The name may hold backslashes, and then folders of its own.
+    // The name may contain backslashes, and therefore subfolders.
     std::wstring path = win32::joinPath(folder, name);
     makeFolder(path.substr(0, path.rfind(L'\\')));
     return path;

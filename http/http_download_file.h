@@ -19,12 +19,12 @@ enum JobStage : std::uint32_t {
     kJobStageReady = 40,   ///< An event is missing, or the ready event cannot be reset.
     kJobStageThread = 50,  ///< The worker could not be started, or ran out of memory.
     kJobStageLength = 60,  ///< The server announces no length, or the length 0.
-    kJobStageFile = 70,    ///< The file cannot be made.
+    kJobStageFile = 70,    ///< The file cannot be created.
 };
 
 /// \brief Downloads one file at a time on a thread of its own.
 ///
-/// A first request reads the length alone; without a length the download fails. The HTTP status is not
+/// A first request obtains the Content-Length. Without one the download fails. The HTTP status is not
 /// checked: an error page with a length is downloaded like any file.
 ///
 /// One thread at a time may call `Start` and `stop`. Any thread may call everything else at any time.
@@ -33,7 +33,7 @@ public:
     struct SResultData {
         bool started = false;
         bool completed = false;
-        std::uint32_t startTick = 0; ///< Milliseconds of the system's tick counter.
+        std::uint32_t startTick = 0; ///< GetTickCount.
         std::uint32_t endTick = 0;
         std::uint32_t errorCode = 0;
         std::uint32_t errorStage = 0;
@@ -49,11 +49,11 @@ public:
 
     /// \brief Starts a download and returns once its worker is running.
     ///
-    /// Refuses to start while a download is running and without a URL: returns 0 and sets the result's stage.
+    /// Refuses to start without a URL and while a download is running: returns 0 and sets the result's stage.
     /// \param url `nullopt` is refused. White space around it is removed.
-    /// \param targetFolder Folder of the file, which is created if missing; empty for the suite's settings
-    ///                     folder. The file has the name that follows the URL's last "/".
-    /// \return 0, or the Windows error number of a worker that could not be started.
+    /// \param targetFolder Folder of the file, created if missing; empty for the suite's settings folder. The
+    ///                     file has the name that follows the URL's last "/".
+    /// \return 0, or the Windows error number if the worker or its event is not available.
     std::uint32_t Start(const web::TNetProxy& proxy, const std::optional<std::wstring>& url,
                         const std::wstring& targetFolder);
 
@@ -66,10 +66,10 @@ public:
 
     SResultData result() const { return result_.get(); }
 
-    /// \brief Returns the progress in percent: 0 before the start, 100 after the end, also of a failure.
+    /// \brief Returns the progress in percent: 0 before the start, 100 after the end, even after a failure.
     std::uint32_t progress() const;
 
-    /// \brief Returns how long the download has been running, or took.
+    /// \brief Returns the duration of the running or last download.
     std::uint32_t elapsedSeconds() const;
 
 private:

@@ -12,8 +12,8 @@ constexpr wchar_t kUserAgent[] = L"Mozilla/5.0 (Windows NT 6.1; rv:13.0) Gecko/2
 constexpr DWORD kCancelInterval = 50; // milliseconds
 constexpr INTERNET_PORT kHttpPort = 80, kHttpsPort = 443;
 
-/// Whether a failure at this stage also sets the mark in the error record. The selection has no system;
-/// callers know it as it is.
+/// Returns true if a failure at this stage sets `_TDownloadError::failed`. The selection follows no rule, but
+/// callers depend on it.
 bool marksFailed(Stage stage) {
     return stage == kStageCrackUrl || stage == kStageHostName || stage == kStageWriteData ||
            stage == kStageOutput || stage == kStageTimeouts;
@@ -26,7 +26,7 @@ std::wstring lowered(const wchar_t* text, DWORD length) {
     return lower;
 }
 
-/// The proxy's name for WinHTTP. The host is in the ANSI code page, the name in UTF-16.
+/// Returns "host:port" for WinHttpOpen. Converts the host from the ANSI code page.
 std::wstring proxyName(const web::TNetProxy& proxy) {
     std::wstring name;
     text::codePageToUtf16(proxy.host, CP_ACP, name);
@@ -69,7 +69,7 @@ std::uint32_t CHttpRequest::Cancel() {
     askToCancel();
     DWORD idle = WaitForSingleObject(idle_.get(), kCancelGrace);
     while (idle == WAIT_TIMEOUT) {
-        // An exchange that is just about to begin clears the flag, hence more than once.
+        // Repeated, since an exchange that begins clears the cancel flag.
         forceCancel();
         idle = WaitForSingleObject(idle_.get(), kCancelInterval);
     }
@@ -174,7 +174,7 @@ bool CHttpRequest::applyCredentials(Exchange& exchange) {
     const web::TNetCredentials credentials = credentials_.get();
     if (credentials.user.empty() || credentials.password.empty())
         return true;
-    // On a request that was not sent the query fails; callers rely on this order all the same.
+    // WinHttpQueryAuthSchemes fails on a request that was not sent. Callers depend on this order of calls.
     DWORD supported = 0, first = 0, target = 0;
     return goesOn(exchange, WinHttpQueryAuthSchemes(exchange.request, &supported, &first, &target),
                   kStageQueryAuthSchemes) &&
@@ -201,8 +201,9 @@ bool CHttpRequest::applyRedirectPolicy(Exchange& exchange) {
                   kStageRedirectPolicy);
 }
 
-/// To be called right behind a call of WinHTTP: whether the exchange goes on. One that was cancelled ends
-/// without a word, since the failure is then only the echo of the closed handles.
+/// Checks the outcome of a WinHTTP call. Call it directly after that call: it reads GetLastError. Records no
+/// error for a cancelled exchange, whose calls fail because its handles are closed.
+/// \return True if the exchange continues.
 bool CHttpRequest::goesOn(Exchange& exchange, bool succeeded, Stage stage) {
     const DWORD error = succeeded ? ERROR_SUCCESS : GetLastError();
     if (cancelled_.get())
@@ -221,7 +222,7 @@ void CHttpRequest::recordError(std::uint32_t error, Stage stage) {
     error_.set({error, stage, marksFailed(stage)});
 }
 
-/// Puts a handle where `Cancel` finds it, and returns it for use.
+/// Stores a handle where `Cancel` can close it. Returns the raw handle, null for an invalid one.
 HINTERNET CHttpRequest::keep(win32::WinHttpHandle THttpConnectionHandles::*which,
                              win32::WinHttpHandle handle) {
     const HINTERNET raw = handle.get();

@@ -15,7 +15,7 @@ namespace http {
 /// While an exchange runs, other threads may call the getters and cancel it.
 class CHttpRequest {
 public:
-    /// The last error of an exchange. Unlike the result, it also tells of a body that ended too early.
+    /// The last error of an exchange. Unlike the result, it also reports a body that ended too early.
     struct _TDownloadError {
         std::uint32_t error = 0;
         std::uint32_t stage = 0;
@@ -23,16 +23,16 @@ public:
     };
 
     struct _TRequestData {
-        std::wstring headers; ///< Lines divided by CR LF.
+        std::wstring headers; ///< Lines separated by CR LF.
     };
 
     struct _TResponseData {
         std::wstring contentType;
         std::wstring contentEncoding;
         std::wstring location;
-        std::wstring cookies;                      ///< All Set-Cookie headers, divided by CR LF.
-        std::uint32_t statusCode = HTTP_STATUS_OK; ///< Stays so when the reply tells none.
-        /// The Content-Length, to which each received byte is added.
+        std::wstring cookies;                      ///< All Set-Cookie headers, separated by CR LF.
+        std::uint32_t statusCode = HTTP_STATUS_OK; ///< Stays 200 without a status line.
+        /// The Content-Length plus the number of body bytes received.
         std::int64_t length = 0;
     };
 
@@ -58,12 +58,12 @@ public:
 
     /// \brief Performs one exchange and returns when it has ended. One thread at a time may call it.
     ///
-    /// A port in the URL is ignored: https uses port 443, any other scheme port 80. Cancelling does not
-    /// change the result, which is mostly 0/0 then. A body that is shorter than expected leaves the result
-    /// 0/0: only `error` reports it.
+    /// A port in the URL is ignored: https uses port 443, any other scheme port 80. Cancelling sets no error:
+    /// the result is then usually 0/0. A body that is shorter than expected also leaves the result 0/0: only
+    /// `error` reports it.
     /// \param input The body of the request; null for none. Not owned.
-    /// \param output Takes the body of the reply; with null the body is not read. Not owned.
-    /// \param expectedLength Bytes after which reading ends; 0 or less when unknown.
+    /// \param output Receives the body of the reply; null: the body is not read. Not owned.
+    /// \param expectedLength Bytes after which reading ends; 0 or less if unknown.
     void Execute(TResult& result, const std::wstring& url, const std::wstring& verb, io::CIStreamBase* input,
                  io::COStreamBase<char>* output, std::int64_t expectedLength) noexcept;
 
@@ -106,7 +106,7 @@ public:
     void setThrottle(std::uint32_t pause) { throttle_.set(pause); }
 
 private:
-    /// What belongs to one run of `Execute`.
+    /// The state of one call of `Execute`.
     struct Exchange {
         TResult& result;
         const std::wstring& url;
@@ -122,7 +122,7 @@ private:
         bool isSecure() const { return scheme == L"https"; }
     };
 
-    // The steps, in their order. Each returns whether the exchange goes on.
+    // The steps of an exchange, in order. Returning false ends the exchange.
     void begin(Exchange& exchange);
     bool crackUrl(Exchange& exchange);
     bool openSession(Exchange& exchange);

@@ -11,8 +11,8 @@ constexpr DWORD kChunk = 65535;
 constexpr int kSendAttempts = 17;
 constexpr DWORD kSendPause = 100; // milliseconds
 
-/// One response header as text; nothing when the response does not have it.
-/// \param index Which of several headers of the same name; nothing where there is only one.
+/// Returns a response header as text, or nullopt if the response lacks it.
+/// \param index Selects one of several headers of the same name; nullopt for a header that occurs once.
 std::optional<std::wstring> queryHeader(HINTERNET request, DWORD header, std::optional<DWORD> index = {}) {
     std::wstring value(256, L'\0');
     for (;;) {
@@ -71,7 +71,7 @@ bool CHttpRequest::upload(Exchange& exchange) {
     if (total < 1)
         return true;
     exchange.buffer.resize(kChunk);
-    std::uint32_t sent = 0; // only 32 bits are compared with the total
+    std::uint32_t sent = 0; // compared with the low 32 bits of the total
     std::uint32_t count = 0;
     while (exchange.input->read(exchange.buffer.data(), kChunk, count)) {
         if (const std::uint32_t pause = throttle_.get(); pause != 0)
@@ -128,7 +128,7 @@ void CHttpRequest::download(Exchange& exchange) {
         const bool isLengthKnown = exchange.expectedLength >= 1;
         if (isLengthKnown && downloaded >= exchange.expectedLength)
             return;
-        // The result does not tell of a body that ends before its length, only the error record does.
+        // Only the error record reports a body that ends too early. The result stays 0/0.
         const auto endEarly = [&](Stage stage) {
             if (isLengthKnown)
                 recordError(ERROR_SUCCESS, stage);
@@ -158,7 +158,7 @@ void CHttpRequest::download(Exchange& exchange) {
 bool CHttpRequest::writeOutput(Exchange& exchange, std::uint32_t count) {
     const std::uint32_t written = exchange.output->Write(exchange.buffer.data(), count);
     progress_.access([&](TProgress& progress) { progress.downloaded += written; });
-    // Callers know the length as what was announced and what came, added up.
+    // Callers depend on this sum of announced and received bytes.
     response_.access([&](_TResponseData& response) {
         response.length = static_cast<std::int64_t>(static_cast<std::uint64_t>(response.length) + written);
     });

@@ -7,9 +7,9 @@
 
 namespace web {
 
-/// A proxy; in use when it has a host or a port.
+/// A proxy. Used if the host or the port is set.
 struct TNetProxy {
-    std::uint64_t kind = 0; ///< Carried along, of no effect.
+    std::uint64_t kind = 0; ///< Stored, but without effect.
     std::string host{};     ///< In the ANSI code page.
     std::uint32_t port = 0;
     std::wstring user{};
@@ -18,11 +18,11 @@ struct TNetProxy {
     bool isUsed() const { return !host.empty() || port != 0; }
 };
 
-/// Credentials for a server; in use when user and password are both there.
+/// Credentials for a server. Used if both user and password are set.
 struct TNetCredentials {
     std::wstring user;
     std::wstring password;
-    std::wstring extra; ///< Carried along, of no effect.
+    std::wstring extra; ///< Stored, but without effect.
 };
 
 } // namespace web
@@ -53,7 +53,7 @@ enum Stage : std::uint32_t {
     kStageEmptyRead = 14122,
 };
 
-/// The outcome of a request: a Windows error number and the step at which it came up, both 0 on success.
+/// The outcome of a request: a Windows error number and the step that failed, both 0 on success.
 struct TResult {
     std::uint32_t error = 0;
     std::uint32_t stage = 0;

@@ -16,8 +16,8 @@ bool bringRunningToFront(const std::string& application) {
     CInterprocessCommunicationWin channel(instanceMutexName(application), pipeBaseName(application));
     if (channel.isFirstInstance())
         return false;
-    // Another start at the same moment, or a silent client, must not make the running instance appear absent.
-    // Without a connection the request fails.
+    // Wait while the instance serves another start or a silent client: it must not appear absent. Without a
+    // connection sendRequest fails.
     channel.connectToServer(kLongestConnect);
     channel.sendRequest(kGetWindowRequest);
     const std::string reply = channel.lastReply();

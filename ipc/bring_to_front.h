@@ -4,9 +4,9 @@
 
 namespace ipc {
 
-/// The request for the decimal handle of the main window.
+/// Asks for the handle of the main window, as a decimal number.
 inline constexpr char kGetWindowRequest[] = "/gethwnd";
-/// The request to show itself, sent after the window was brought to the front.
+/// Asks the application to show its window. Sent after SetForegroundWindow.
 inline constexpr char kShowRequest[] = "/show";
 
 /// \brief Brings the running instance of an application to the front.

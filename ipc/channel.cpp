@@ -63,7 +63,7 @@ void CInterprocessCommunicationWin::stop() {
     // A reset of ioEvent_ here could discard the completion that the listener waits for.
     SetEvent(stopEvent_.get());
     if (listener_.isOwnThread())
-        return; // the listener still needs the pipe and the buffers to get out
+        return; // the listener still uses the pipe and the buffers
     listener_.waitFinished();
     pipe_.reset();
     isConnected_ = false;

@@ -49,7 +49,7 @@ public:
     /// Two channels with one pipe name and different mutexes share the clients.
     /// \return `ERROR_BUSY` (170), without any change, if the channel already serves; `ERROR_PIPE_BUSY` (231)
     ///         or `ERROR_ACCESS_DENIED` (5) if another process serves the pipe's name and admits no further
-    ///         instance; the error with which the listener has ended.
+    ///         instance; otherwise the error of the call that failed.
     std::uint32_t startServer();
 
     /// \brief Opens the client end of the pipe, by the name of this computer or else as a local pipe.
@@ -73,8 +73,8 @@ public:
 
     /// \brief Stops the listener, waits until the request handler has returned, and closes the pipe.
     ///
-    /// Idempotent. The channel can be started again afterwards. When the request handler calls it, it only
-    /// asks the listener to end.
+    /// Idempotent. The channel can be started again afterwards. Called by the request handler, `stop` only
+    /// signals the listener to end and does not wait.
     void stop();
 
 private:
@@ -111,7 +111,7 @@ private:
     std::wstring mutexName_;
     std::wstring pipeBaseName_;
     IRequestHandler* handler_ = nullptr;
-    bool isLocalOnly_ = false; ///< The path with the computer's name has failed where the local one works.
+    bool isLocalOnly_ = false; ///< The path with the computer's name has failed, the local one works.
     bool isConnected_ = false; ///< `connectToServer` has succeeded; requests may reconnect.
     std::string lastReply_;
 };

@@ -18,7 +18,7 @@ std::wstring computerName() {
     return name;
 }
 
-/// Milliseconds until a tick count; 0 when it has passed.
+/// Returns the milliseconds until a tick count; 0 if it has passed.
 DWORD remaining(ULONGLONG deadline) {
     const ULONGLONG now = GetTickCount64();
     return now < deadline ? static_cast<DWORD>(deadline - now) : 0;
@@ -31,7 +31,7 @@ std::uint32_t CInterprocessCommunicationWin::connectToServer(DWORD patience) {
         return ERROR_BUSY;
     if (const std::uint32_t error = prepare({&stopEvent_, &ioEvent_}))
         return error;
-    // The bare name is not a pipe path: the call fails at once and the pipe is opened.
+    // The bare name is not a pipe path: WaitNamedPipeW fails at once, and the pipe is opened below.
     if (WaitNamedPipeW(pipeBaseName().c_str(), kConnectTimeOut))
         return GetLastError();
     const std::uint32_t error = openClientEnd(GetTickCount64() + patience);
@@ -47,7 +47,7 @@ std::uint32_t CInterprocessCommunicationWin::openClientEnd(ULONGLONG deadline) {
     std::uint32_t error = ERROR_BAD_NETPATH;
     if (!isLocalOnly_)
         error = openPath(L"\\\\" + computerName() + path, deadline);
-    // The computer's name leads through the Server service, which can be disabled.
+    // A path with the computer's name needs the Server service, which can be disabled.
     if (error != 0 && error != ERROR_PIPE_BUSY) {
         error = openPath(L"\\\\." + path, deadline);
         isLocalOnly_ = error == 0 || error == ERROR_PIPE_BUSY;
@@ -102,13 +102,14 @@ std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payl
 
 /// Sends the message in the send buffer and receives the reply.
 std::uint32_t CInterprocessCommunicationWin::attempt(ULONGLONG deadline, DWORD& received) {
-    // The listener drops a client that is silent for too long. The mode of such a connection cannot be set.
+    // The listener disconnects a client that sends nothing for 5 seconds. On such a connection
+    // SetNamedPipeHandleState fails.
     if (!pipe_ || setMessageMode() != 0)
         if (const std::uint32_t error = openClientEnd(deadline))
             return error;
     const std::uint32_t error = transact(deadline, received);
-    // A connection carries one request, since the server disconnects after its reply. Closed at once, it lets
-    // the server wait for the next client, and a late reply cannot be mistaken for that to the next request.
+    // A connection carries one request: the server disconnects after its reply. Closing it at once frees the
+    // server for the next client, and keeps a late reply from being read as the reply to the next request.
     pipe_.reset();
     return error;
 }

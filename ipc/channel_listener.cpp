@@ -32,8 +32,8 @@ std::uint32_t CInterprocessCommunicationWin::listen() {
         return error == ERROR_IO_PENDING ? 0 : error;
     };
     const std::uint32_t error = connect();
-    // A client has connected before the call, and perhaps closed its end again. A disconnected pipe accepts
-    // no client before the next call, which therefore waits.
+    // ERROR_PIPE_CONNECTED: a client connected before the call. ERROR_NO_DATA: it has also closed its end.
+    // After DisconnectNamedPipe no client can connect before ConnectNamedPipe, so the second call waits.
     if (error != ERROR_PIPE_CONNECTED && error != ERROR_NO_DATA)
         return error;
     DisconnectNamedPipe(pipe_.get());
@@ -48,7 +48,7 @@ bool CInterprocessCommunicationWin::serveClient() {
         return false;
     // The pipe has one instance: a silent client would keep all others out.
     const std::uint32_t error = read(kLongestSilence, count);
-    // A message larger than the buffer is cut.
+    // A message larger than the buffer is truncated.
     if (count >= kHeaderSize && handler_ != nullptr)
         answer({receiveBuffer_.get(), count});
     return error != ERROR_OPERATION_ABORTED;
@@ -74,13 +74,13 @@ void CInterprocessCommunicationWin::answer(std::string_view message) {
         sendBuffer_.resize(kHeaderSize + reply.size());
         writeMessage(GetCurrentProcessId(), reply, sendBuffer_.data());
     } catch (...) {
-        // A handler that throws leaves the request without an answer, not the application without a listener.
+        // A handler that throws must not end the listener. The client receives no reply.
         return;
     }
     DWORD count = 0;
     WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()), &count, nullptr);
     // DisconnectNamedPipe discards a reply that the client has not read. This read completes when the client
-    // closes its end. A second request on this connection is discarded: each needs a connection of its own.
+    // closes its end. It discards a second request: each request needs its own connection.
     read(kReplyGrace, count);
 }
 

@@ -5,8 +5,8 @@
 namespace ipc {
 namespace {
 
-/// Bytes of 0x80 and above become 0xFF80 and above: all instances build their names in this way, so they meet
-/// whatever the code page is.
+/// Sign-extends each byte: 0x80 becomes 0xFF80. The name does not depend on the code page, so all instances
+/// build the same one.
 std::wstring widened(const std::string& narrow) {
     std::wstring wide;
     for (const char byte : narrow)

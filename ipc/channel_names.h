@@ -4,11 +4,11 @@
 
 namespace ipc {
 
-/// \brief The name of the mutex that marks a running instance of an application. Names that differ only in
-/// the case of their letters give the same mutex.
+/// \brief Returns the name of the mutex that marks a running instance of an application. Applications whose
+/// names differ only in case share one mutex.
 std::wstring instanceMutexName(const std::string& application);
 
-/// \brief The base name of the pipe that a running instance of an application serves.
+/// \brief Returns the name, without path, of the pipe that a running instance of an application serves.
 std::wstring pipeBaseName(const std::string& application);
 
 } // namespace ipc

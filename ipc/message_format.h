@@ -14,24 +14,23 @@ namespace ipc {
 inline constexpr std::size_t kLargestMessage = 65535;
 inline constexpr std::size_t kHeaderSize = 9;
 
-/// \brief Whether a text fits a message.
+/// \brief Returns true if a text fits into a message.
 inline bool fitsMessage(std::string_view payload) {
     return payload.size() + kHeaderSize <= kLargestMessage;
 }
 
 /// \brief Writes a message to `out`, which has room for \ref kLargestMessage bytes.
-/// \param payload Must fit.
+/// \param payload Must fit, see \ref fitsMessage.
 /// \return The length of the message.
 std::size_t writeMessage(std::uint32_t senderProcessId, std::string_view payload, char* out);
 
-/// \brief The text of a message: everything behind the header, whatever the header says. Empty when there is
-/// nothing behind it.
+/// \brief Returns the text of a message: all bytes after the header. Ignores the length in the header.
 std::string_view payloadOf(std::string_view message);
 
-/// \brief The sender of a message of at least 9 bytes.
+/// \brief Returns the sender's process id from a message of at least 9 bytes.
 ///
-/// Each byte is added with its sign, so that one of 0x80 or more borrows from the byte above it. Peers know
-/// the number in this form.
+/// Adds each byte as a signed number: a byte of 0x80 or more borrows from the byte above it. Peers depend on
+/// this form of the number.
 std::uint32_t senderOf(std::string_view message);
 
 /// @}

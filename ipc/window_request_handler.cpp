@@ -11,7 +11,7 @@ CWindowRequestHandler::CWindowRequestHandler(std::function<HWND()> mainWindow, s
 void CWindowRequestHandler::onRequest(std::uint32_t, const std::string& payload) {
     reply.clear();
     if (payload == kGetWindowRequest) {
-        // A window handle has 32 significant bits also where a pointer has 64.
+        // Window handles have 32 significant bits in 64-bit processes too.
         reply = std::to_string(HandleToLong(mainWindow_()));
     } else if (payload == kShowRequest) {
         show_();

@@ -8,15 +8,15 @@
 
 namespace ipc {
 
-/// \brief The handler for an application that wants to be brought to the front.
+/// \brief Request handler of an application that later instances bring to the front.
 ///
 /// Answers "/gethwnd" with the main window's handle, and calls a function of the application for "/show".
 class CWindowRequestHandler : public IRequestHandler {
 public:
-    /// Both functions are called on the listener thread.
-    /// \param mainWindow Gives the main window's handle, null while there is none, which still
-    /// tells the other instance that this one is there.
-    /// \param show Asks the application to show itself; posts a message to its window, for instance.
+    /// The listener thread calls both functions.
+    /// \param mainWindow Returns the main window's handle, or null while there is none. Null is also a reply:
+    ///                   the later instance treats this one as running.
+    /// \param show Shows the application, for instance by posting a message to its window.
     CWindowRequestHandler(std::function<HWND()> mainWindow, std::function<void()> show);
 
     void onRequest(std::uint32_t senderProcessId, const std::string& payload) override;

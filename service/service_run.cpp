@@ -24,10 +24,11 @@ void pause(const SERVICE_STATUS_PROCESS& status) {
     Sleep(std::clamp(status.dwWaitHint / 10, kShortestPause, kLongestPause));
 }
 
-/// \return 0 once the stop that is under way is over; else a code.
+/// Waits for a pending stop.
+/// \return 0 once no stop is pending; otherwise a code.
 std::int32_t waitForStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status) {
     while (status.dwCurrentState == SERVICE_STOP_PENDING) {
-        // Each pass has a baseline of its own: only one that by itself outlasts the hint ends the wait.
+        // Each pass starts a new measurement: only a single pass longer than the wait hint ends the wait.
         const DWORD begin = GetTickCount();
         const DWORD checkPoint = status.dwCheckPoint;
         pause(status);
@@ -40,7 +41,7 @@ std::int32_t waitForStop(const ServiceHandle& service, SERVICE_STATUS_PROCESS& s
     return 0;
 }
 
-/// Waits while the start gets on. How it ends is for the caller to find out.
+/// Waits while a pending start makes progress. Does not report how the start ends.
 void waitForStart(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status) {
     DWORD begin = GetTickCount();
     DWORD checkPoint = status.dwCheckPoint;
@@ -107,7 +108,8 @@ std::int32_t stop(const std::wstring& name) {
     const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
     if (!manager)
         return kNoManager;
-    // An open handle would keep a service that is deleted next in the database, marked for deletion.
+    // Closed on return: an open handle would keep a service that is deleted next in the database, marked for
+    // deletion.
     const ServiceHandle service(OpenServiceW(manager.get(), name.c_str(), kStopAccess));
     return service ? stopOpened(service.get()) : kNoService;
 }

@@ -15,7 +15,7 @@ constexpr DWORD kCreatePause = 150; // milliseconds
 void describe(SC_HANDLE service) {
     std::wstring text = serviceDescription;
     SERVICE_DESCRIPTIONW description{text.data()};
-    ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &description); // a missing text is no failure
+    ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &description); // best effort
 }
 
 bool isWorthAnotherTry(DWORD error) {
@@ -38,7 +38,7 @@ bool isPresent(const std::wstring& name) {
 }
 
 std::int32_t install(const std::wstring& path) {
-    isPresent(serviceName); // what exists already is told by the creation below
+    isPresent(serviceName); // ignored: CreateServiceW reports ERROR_SERVICE_EXISTS
     if (path.empty() || path.size() >= kPathLimit)
         return kBadPath;
     const std::wstring command = L"\"" + path + L"\"";
@@ -79,7 +79,7 @@ std::int32_t update() {
 }
 
 std::int32_t uninstall() {
-    isPresent(serviceName); // what is missing is told by the opening below
+    isPresent(serviceName); // ignored: OpenServiceW fails for a missing service
     const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
     if (!manager)
         return kNoManager;

@@ -12,7 +12,7 @@ namespace service {
 inline constexpr DWORD kStopAccess = DELETE | SERVICE_STOP | SERVICE_QUERY_STATUS;
 
 /// \brief Stops a service that was opened with \ref kStopAccess, and waits for up to 16 seconds.
-/// \return 0, also when the stop is still under way; -3 when the state cannot be found out; -4 when refused.
+/// \return 0, also if the stop is still pending; `kQueryFailed` (-3); `kStopRefused` (-4).
 std::int32_t stopOpened(SC_HANDLE service);
 
 } // namespace service

@@ -16,9 +16,9 @@
 namespace shell {
 namespace {
 
-constexpr std::size_t kLongestPath = 512; // characters; what is longer is cut
+constexpr std::size_t kLongestPath = 512; // characters; longer paths are truncated
 
-/// One count for the whole process, by contract.
+/// One counter for the whole process: callers depend on it.
 std::atomic<std::uint32_t> failures;
 
 void tell(const wchar_t* line) {
@@ -32,7 +32,7 @@ void fail(const wchar_t* work, DWORD error) {
 }
 
 bool isLink(const WIN32_FIND_DATAW& entry) {
-    // Other reparse points, of folders that are stored elsewhere for instance, are folders of the tree.
+    // Other reparse points, for instance placeholders of cloud storage, are folders of the tree.
     return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
            (entry.dwReserved0 == 0 || IsReparseTagNameSurrogate(entry.dwReserved0));
 }
@@ -57,7 +57,7 @@ public:
         : entry_(std::make_unique<WIN32_FIND_DATAW>()),
           find_(FindFirstFileW(joined(folder, L"*").c_str(), entry_.get())) {}
 
-    /// Moves on to the next entry, past the folder itself and its parent.
+    /// Advances to the next entry and skips "." and "..". Returns false at the end.
     bool next() {
         while (find_ && (isFirst_ || FindNextFileW(find_.get(), entry_.get()))) {
             isFirst_ = false;
@@ -81,8 +81,9 @@ std::wstring cut(const std::wstring& path) {
     return path.substr(0, kLongestPath);
 }
 
-/// Whether cutting a child's path leads away from it: to a link that has the shorter name, or, when none of
-/// its name is left but dots and blanks, back to the folder itself or its parent, and so on without end.
+/// Returns true if the truncated path of a child names something else. That is a link with the shorter name,
+/// or, if only dots and blanks remain of the child's name, the folder itself or its parent: recursion into it
+/// would not end.
 bool isCutAstray(const std::wstring& child) {
     if (child.size() <= kLongestPath)
         return false;
@@ -104,7 +105,7 @@ void deleteTree(const std::wstring& given) {
             if (DeleteFileW(child.c_str()) != TRUE)
                 fail(L"delete", GetLastError());
         } else if (listing.isLink()) {
-            removeFolder(child); // what it shows is not part of this tree
+            removeFolder(child); // the target of a link is not part of this tree
         } else if (isCutAstray(child)) {
             fail(L"delete", ERROR_FILENAME_EXCED_RANGE);
         } else {
@@ -144,7 +145,8 @@ public:
     }
 
 private:
-    /// Whether going into a folder would lead round in circles: back to the way here, or to the copies.
+    /// Returns true if copying a folder would never end: it is the destination, or a link whose target is an
+    /// ancestor of the link or contains the copies.
     bool isEndless(const std::wstring& folder, bool isLink) const {
         if (!isLink)
             return isDestinationInside_ && isSameFolder(destination_, folder);
@@ -155,7 +157,7 @@ private:
 
     const std::wstring destination_;
     const bool isDestinationInside_;
-    std::vector<const std::wstring*> walked_; // from the root to the folder that is being copied
+    std::vector<const std::wstring*> walked_; // from the source to the folder that is being copied
 };
 
 bool isBlank(const std::wstring& text) {

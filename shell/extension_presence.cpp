@@ -13,7 +13,8 @@ namespace {
 
 constexpr DWORD kPiece = 65'536; // bytes
 
-/// A file is read up to its end or a failure, and one that cannot be opened is empty.
+/// Returns true if the file lists the extension. A read error counts as the end of the file. A file that
+/// cannot be opened counts as empty.
 bool isListedIn(const wchar_t* path) {
     const win32::KernelHandle file(CreateFileW(path, GENERIC_READ,
                                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -37,7 +38,7 @@ std::uint32_t extensionState() {
     if (!PathAppendW(path, L"Google\\Chrome\\User Data\\Default\\Preferences"))
         return kExtensionAbsent;
     const DWORD attributes = GetFileAttributesW(path);
-    // A folder that carries more attributes passes here, and then cannot be read.
+    // A folder with further attributes passes this check. CreateFileW then fails with ERROR_ACCESS_DENIED.
     if (attributes == INVALID_FILE_ATTRIBUTES || attributes == FILE_ATTRIBUTE_DIRECTORY)
         return kExtensionAbsent;
     return isListedIn(path) ? kExtensionListed : kExtensionAbsent;

@@ -6,14 +6,13 @@ namespace shell {
 
 inline constexpr std::uint32_t kExtensionListed = 0;
 inline constexpr std::uint32_t kExtensionAbsent = 318;
-inline constexpr std::uint32_t kNoLocalAppData = 1'000'000; ///< Plus the low 16 bits of the failure.
+inline constexpr std::uint32_t kNoLocalAppData = 1'000'000; ///< The low 16 bits of an HRESULT are added.
 
-/// \brief Whether the browser's default profile of this user lists the suite's extension.
+/// \brief Checks whether this user's default browser profile lists the suite's extension.
 ///
-/// A running browser does not block the reading.
-/// \return \ref kExtensionListed, \ref kExtensionAbsent (also when there are no preferences that can be
-///         read), or
-/// a number from \ref kNoLocalAppData on when the user's folder cannot be found.
+/// Reads the preferences file even while the browser has it open.
+/// \return \ref kExtensionListed; \ref kExtensionAbsent, also if the preferences are missing or cannot be
+///         read; or \ref kNoLocalAppData plus the low 16 bits of the error of SHGetFolderPathW.
 std::uint32_t extensionState();
 
 } // namespace shell

@@ -26,7 +26,7 @@ bool ExtensionSearch::take(std::string_view piece) {
     return isFound_;
 }
 
-/// \return Whether this character is the brace that begins the object.
+/// \return True if this character is the brace that opens the object.
 bool ExtensionSearch::takeOne(char c) {
     if (matched_ == kKeySize) {
         if (std::iswspace(static_cast<unsigned char>(c)) != 0)
@@ -37,9 +37,9 @@ bool ExtensionSearch::takeOne(char c) {
         }
         if (c == '{' && hasColon_)
             return true;
-        matched_ = 0; // and this character may begin a key
+        matched_ = 0; // this character may still begin a key
     }
-    // A quote begins the key anew, since there is none within it.
+    // A quote restarts the match: the identifier contains none.
     matched_ = c == keyAt(matched_) ? matched_ + 1 : c == '"' ? 1 : 0;
     hasColon_ = false;
     return false;

@@ -8,22 +8,20 @@ namespace shell {
 /// The identifier of the suite's browser extension.
 inline constexpr std::string_view kExtensionId = "gmbkafodnhelcjpibgkmdoafhnecjlpb";
 
-/// \brief Looks whether a browser's preferences list the extension: its identifier in quotes as the key of an
-/// object.
+/// \brief Searches a browser's preferences for the extension: its identifier in quotes, a colon and "{".
 ///
-/// The preferences are searched as text, each byte of which is one character. They come in pieces, of which nothing is
-/// kept.
+/// Searches bytes and does not parse the JSON text. The text arrives in pieces, which are not stored.
 class ExtensionSearch {
 public:
-    /// \brief Takes the next piece.
-    /// \return Whether the extension is listed, as far as was read.
+    /// \brief Searches the next piece. A match may span pieces.
+    /// \return True if the pieces so far list the extension.
     bool take(std::string_view piece);
 
 private:
     bool takeOne(char c);
 
-    std::size_t matched_ = 0; ///< How much of the quoted identifier has just gone by.
-    bool hasColon_ = false;   ///< Behind all of it.
+    std::size_t matched_ = 0; ///< Number of characters of the quoted identifier matched so far.
+    bool hasColon_ = false;   ///< A colon follows the whole quoted identifier.
     bool isFound_ = false;
 };
 

@@ -13,29 +13,29 @@ struct TSortOption {
 struct TFolderViewOptions {
     std::uint32_t viewCode = 0; ///< See view_tables.h; 0 for none.
     TSortOption sort;
-    TSortOption group; ///< Its direction is read only; a window is grouped in the direction of its sorting.
+    TSortOption group; ///< Assigning ignores its direction and uses that of `sort`.
 };
 
 inline constexpr std::uint32_t kStatusNoWindow = 1000;
 
 struct TFolderViewOutcome {
-    std::uint32_t error = 0;  ///< 87 for an unusable folder, else the low 16 bits of a COM failure.
-    std::uint32_t status = 0; ///< \ref kStatusNoWindow while no file-manager window is open at all.
+    std::uint32_t error = 0;  ///< 87: no such folder; otherwise the low 16 bits of an HRESULT.
+    std::uint32_t status = 0; ///< \ref kStatusNoWindow if no file-manager window is open.
 };
 
-/// \brief Opens a file-manager window on a folder and reads how windows show it; the last one counts.
+/// \brief Opens a file-manager window on a folder and reads the view of the windows that show it. Of several
+/// windows, the last one determines the result.
 ///
-/// COM must be initialised on the calling thread. Windows that cannot be asked are passed over. Blocks while
-/// the file manager does not answer.
-/// \param[in,out] options What no window tells stays as it is. The direction of the sorting is not told by
-///                        any:
-/// where a window tells its column, the direction becomes descending.
+/// COM must be initialised on the calling thread. Skips windows whose interfaces fail. Blocks while the file
+/// manager does not respond.
+/// \param[in,out] options Fields that no window reports are left unchanged. The direction of `sort` is not
+///                        read: it becomes descending once a window reports its sort column.
 TFolderViewOutcome retrieveFolderView(const std::wstring& folder, TFolderViewOptions& options);
 
-/// \brief Opens a file-manager window on a folder and sets how all windows show it; they keep it for the
-/// folder.
+/// \brief Opens a file-manager window on a folder, sets the view of all windows that show it, and saves the
+/// view for the folder.
 ///
-/// In all else as `retrieveFolderView`. Codes that are not in the tables leave their part alone.
+/// Otherwise identical to `retrieveFolderView`. Unknown codes leave their part of the view unchanged.
 TFolderViewOutcome assignFolderView(const std::wstring& folder, const TFolderViewOptions& options);
 
 } // namespace shell

@@ -32,7 +32,8 @@ ComPointer<IShellView> activeView(IShellWindows& windows, long index) {
     return view;
 }
 
-/// The path that a view shows, with backslashes; empty when it shows none or does not tell.
+/// Returns the path that a view shows, with backslashes. Empty if the view shows no file-system folder or a
+/// call fails.
 std::wstring shownPath(const ComPointer<IFolderView>& view) {
     ComPointer<IPersistFolder2> folder;
     if (!view || FAILED(checked(view->GetFolder(IID_PPV_ARGS(folder.receive())), folder)))
@@ -51,7 +52,8 @@ bool openFolderWindow(const std::wstring& folder) {
     const ItemList list(ILCreateFromPathW(folder.c_str()));
     if (!list)
         return false;
-    // Selecting nothing, by one empty child, makes the shell open the folder itself and not its parent.
+    // With one null child, SHOpenFolderAndSelectItems opens the folder itself. With no child it opens the
+    // parent and selects the folder.
     PCUITEMID_CHILD nothing = nullptr;
     SHOpenFolderAndSelectItems(list.get(), 1, &nothing, 0);
     return true;

@@ -9,20 +9,20 @@
 
 namespace shell {
 
-/// \brief A file-manager window, as far as it could be opened up.
+/// \brief The interfaces of a file-manager window's view.
 struct FolderWindow {
     win32::ComPointer<IShellView> shellView;
     win32::ComPointer<IFolderView> view;
-    win32::ComPointer<IFolderView2> view2; ///< Empty where the window has it not.
+    win32::ComPointer<IFolderView2> view2; ///< Null if the window does not support it.
 };
 
 /// \brief Opens or activates a file-manager window on a folder. Does not wait for it.
-/// \return False when the folder cannot be found.
+/// \return False if ILCreateFromPathW does not find the folder.
 bool openFolderWindow(const std::wstring& folder);
 
-/// \brief Visits the windows that show a folder, in any letter case. Those that fail on the way are passed
-/// over.
-/// \param folder A path with backslashes.
+/// \brief Calls `visit` for each window that shows a folder. Skips windows whose interfaces fail.
+/// \param count Number of windows in `windows`.
+/// \param folder A path with backslashes. Case is ignored.
 void visitFolderWindows(IShellWindows& windows, long count, const std::wstring& folder,
                         const std::function<void(const FolderWindow&)>& visit);
 

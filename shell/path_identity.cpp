@@ -8,7 +8,7 @@
 namespace shell {
 namespace {
 
-/// The text that a function of the system gives away, which tells how much room it wants.
+/// Returns the text of a Windows function that, without a buffer, returns the required size in characters.
 template <class Fill>
 std::wstring filled(Fill fill) {
     std::wstring text(fill(nullptr, 0), L'\0');
@@ -21,7 +21,7 @@ bool isSameText(std::wstring_view first, std::wstring_view second) {
                                 static_cast<int>(second.size()), TRUE) == CSTR_EQUAL;
 }
 
-/// A full name in its short form: without a prefix, and without backslashes at its end.
+/// Returns a full name without its prefix, such as "\\?\", and without trailing backslashes.
 std::wstring plain(std::wstring name) {
     for (const wchar_t* prefix : {L"\\\\?\\", L"\\\\.\\", L"\\??\\"}) {
         if (!name.starts_with(prefix))
@@ -36,7 +36,7 @@ std::wstring plain(std::wstring name) {
     return name;
 }
 
-/// With a backslash at its end a path means the folder that a listing of it lists: "C:" alone is another one.
+/// Appends a backslash. Without one, "C:" names the drive's current folder instead of its root.
 std::wstring asListed(const std::wstring& path) {
     return path.ends_with(L'\\') ? path : path + L'\\';
 }
@@ -53,7 +53,7 @@ win32::KernelHandle openFolder(const std::wstring& path) {
                                            OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
-/// The name of what a path leads to; empty when that cannot be opened.
+/// Returns the name of the folder to which a path leads after following links; empty if it cannot be opened.
 std::wstring finalName(const std::wstring& path) {
     const win32::KernelHandle folder = openFolder(path);
     if (!folder)
@@ -69,7 +69,7 @@ bool isRootName(const std::wstring& name) {
     return std::ranges::count(text, L'\\') <= (text.starts_with(L"\\\\") ? 3 : 0);
 }
 
-/// Takes the last part off a name.
+/// Removes the last component of a name.
 void ascend(std::wstring& name) {
     while (name.ends_with(L'\\'))
         name.pop_back();
@@ -98,7 +98,7 @@ bool holds(const std::wstring& folder, const std::wstring& other) {
         (inner.size() == outer.size() || inner[outer.size()] == L'\\'))
         return true;
 
-    // From the nearest folder that is there, up to the root.
+    // Compare from the nearest existing ancestor up to the root.
     std::wstring name = fullName(other), final;
     while ((final = finalName(name)).empty() && !isRootName(name))
         ascend(name);

@@ -4,15 +4,15 @@
 
 namespace shell {
 
-/// \brief Whether two paths lead to the same folder, through links and under whatever names. False when one
-/// of them cannot be opened, and where the file system does not number its folders.
+/// \brief Returns true if two paths lead to the same folder, also through links. False if one of them cannot
+/// be opened, or if the file system assigns no file index.
 bool isSameFolder(const std::wstring& first, const std::wstring& second);
 
-/// \brief Whether listing a path lists the root of a drive or of a share.
+/// \brief Returns true if a listing of the path shows the root of a drive or share.
 bool isRoot(const std::wstring& path);
 
-/// \brief Whether a folder is another one or holds it, by their full names or by what those lead to. The
-/// other one need not be there.
+/// \brief Returns true if `folder` is `other` or contains it, by their full names or after following links.
+/// `other` need not exist.
 bool holds(const std::wstring& folder, const std::wstring& other);
 
 } // namespace shell

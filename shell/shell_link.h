@@ -6,7 +6,7 @@
 
 namespace shell {
 
-/// The step at which a link could not be made.
+/// The step at which writing a link failed.
 enum class LinkStep : std::uint32_t {
     none = 0,
     target = 1,
@@ -19,14 +19,14 @@ enum class LinkStep : std::uint32_t {
 };
 
 struct TLinkOutcome {
-    std::uint32_t error = 0; ///< A Windows error number, or the low 16 bits of a COM failure.
+    std::uint32_t error = 0; ///< A Windows error number, or the low 16 bits of an HRESULT.
     LinkStep failedStep = LinkStep::none;
 };
 
-/// \brief Writes a shell link, over one that is there. White space around both paths does not count.
+/// \brief Writes a shell link and overwrites an existing one. Trims white space around both paths.
 ///
 /// COM must be initialised on the calling thread.
-/// \param target What the link points at; it need not exist.
+/// \param target Path to which the link points. It need not exist.
 /// \param linkPath The full path of the link's file, with its extension.
 TLinkOutcome createLink(const std::wstring& target, const std::wstring& linkPath,
                         const std::optional<std::wstring>& description);

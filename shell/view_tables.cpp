@@ -6,7 +6,7 @@
 namespace shell {
 namespace {
 
-// The codes 6 and 7 stand the other way round in the shell's numbering.
+// FOLDERVIEWMODE swaps the codes 6 and 7.
 constexpr TView kViews[] = {
     {1, 1, 48},  // icons
     {2, 2, 16},  // small icons

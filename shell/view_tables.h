@@ -5,7 +5,7 @@
 
 namespace shell {
 
-/// \brief The name of a column, in the layout of Windows' PROPERTYKEY.
+/// \brief Identifies a column. Has the layout of PROPERTYKEY.
 struct TColumnKey {
     std::uint32_t format1;
     std::uint16_t format2, format3;
@@ -15,23 +15,23 @@ struct TColumnKey {
     bool operator==(const TColumnKey&) const = default;
 };
 
-/// \brief A way to show a folder.
+/// \brief A view mode of a folder.
 struct TView {
-    std::uint32_t code;    ///< The library's number for it.
-    std::uint32_t mode;    ///< The shell's number for it.
-    std::int32_t iconSize; ///< In pixels; -1 leaves it to the shell.
+    std::uint32_t code;    ///< A ZELSYSHELPER_VIEW_ constant.
+    std::uint32_t mode;    ///< A FOLDERVIEWMODE of the shell.
+    std::int32_t iconSize; ///< In pixels; -1: the shell's default.
 };
 
-/// \return Null for a code that is in no table.
+/// \brief Returns the view of a code; null for an unknown code.
 const TView* viewOfCode(std::uint32_t code);
 
-/// \return 0 for an unknown mode.
+/// \brief Returns the code of a view mode; 0 for an unknown mode.
 std::uint32_t codeOfViewMode(std::uint32_t mode);
 
-/// \return Null for a code that is in no table; 0 is in none.
+/// \brief Returns the key of a column code; null for an unknown code and for 0.
 const TColumnKey* keyOfColumn(std::uint32_t code);
 
-/// \return 0 for an unknown column.
+/// \brief Returns the code of a column; 0 for an unknown column.
 std::uint32_t codeOfColumn(const TColumnKey& key);
 
 } // namespace shell

@@ -8,7 +8,7 @@
 namespace stats {
 namespace {
 
-// The functions of the C library follow the locale of the process and do not take all characters.
+// isalpha and isspace depend on the locale of the process and are undefined for negative characters.
 bool isLetter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }

@@ -12,25 +12,29 @@ struct TTestVariant {
     std::uint64_t weight; ///< Never 0.
 };
 
-/// \brief The variants of a test definition: letters, each followed directly by its weight, with optional
-/// white space between them, as in "A70 B30".
+/// \brief Parses a test definition: letters, each followed directly by its decimal weight, with optional
+/// white space between the pairs, as in "A70 B30".
 ///
-/// A weight with a leading zero is octal, 0 drops its variant, and a letter without a weight ends the
+/// A weight with a leading zero is octal. The weight 0 drops its variant. A letter without a weight ends the
 /// definition.
-/// \return Empty when the definition holds anything else.
+/// \return The variants; empty if the definition contains anything else.
 std::vector<TTestVariant> parseTestDefinition(std::string_view definition);
 
-/// \brief The variant at a place of the line on which each variant is as long as its weight.
+/// \brief Returns the letter of the variant that owns a unit of weight.
+///
+///     "A2 B3"    pick    1 2 3 4 5
+///                letter  A A B B B
+///
 /// \param pick From 1 to the sum of the weights.
-/// \return Its letter; 0 when the place lies behind the end.
+/// \return The letter; 0 if `pick` exceeds the sum.
 char variantAt(const std::vector<TTestVariant>& variants, std::uint64_t pick);
 
 /// \brief Draws one variant by weight.
 ///
-/// Uses the generator of the C library, which the first draw of the process seeds with the time; where each
-/// thread has a generator of its own, that of its thread alone. Variants behind the first RAND_MAX + 1 units
-/// of weight are never drawn.
-/// \return Its letter; 0 when there are no variants.
+/// Uses rand(). The first draw of the process seeds it with the time. If the C runtime has one generator per
+/// thread, this seeds only that of the drawing thread. Units of weight after the first RAND_MAX + 1 are never
+/// drawn.
+/// \return The letter; 0 without variants.
 char drawVariant(const std::vector<TTestVariant>& variants);
 
 } // namespace stats

@@ -27,7 +27,7 @@ std::wstring findFolder(DataPathKind kind, ApplicationId application) {
         const std::wstring key = text::utf8ToUtf16(folderKey(application));
         if (!folder.empty() && !key.empty()) {
             folder = win32::joinPath(folder, key);
-            CreateDirectoryW(folder.c_str(), nullptr); // it is there already on all but the first call
+            CreateDirectoryW(folder.c_str(), nullptr); // ERROR_ALREADY_EXISTS after the first call
         }
         return folder;
     }

@@ -6,15 +6,15 @@
 
 namespace stats {
 
-/// Kinds of data folder. Other numbers give ".".
+/// Kinds of data folder. Any other number yields ".".
 enum class DataPathKind {
     local = 0,    ///< Local data joined with the application's display name.
-    settings = 1, ///< The suite's settings joined with the application's folder key. Created when missing.
+    settings = 1, ///< The suite's settings joined with the application's folder key. Created if missing.
     logs = 2,     ///< The suite's log files.
 };
 
-/// \brief The folder for one kind of data of one application, or of the suite with \ref kWholeSuite.
-/// \return "." when it cannot be found; a known folder that cannot be looked up is logged.
+/// \brief Returns the folder for one kind of data of an application, or of the suite with \ref kWholeSuite.
+/// \return "." if the folder is unknown. Logs a failed look-up of a known folder.
 std::wstring applicationDataPath(DataPathKind kind, ApplicationId application);
 
 } // namespace stats

@@ -63,7 +63,7 @@ void CAppEventStat::sendEvent(const TEvent& event, bool synchronous, std::uint32
         win32::runDetached([post = std::move(*post)] { send(post); });
 }
 
-/// Nothing while the sender is disabled. The caller holds the mutex.
+/// Builds the post of an event; nullopt while the sender is disabled. The caller holds the mutex.
 std::optional<CAppEventStat::Post> CAppEventStat::makePost(const TEvent& event, std::uint32_t eventNumber) {
     if (!settings_.enabled)
         return std::nullopt;

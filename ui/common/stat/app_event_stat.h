@@ -20,21 +20,21 @@ struct TSenderSettings {
 
 /// \brief Sends usage events to the statistics host.
 ///
-/// One object serves all threads. The body of an event is made under its mutex; the posts run side by side.
-/// The outcome of a post is logged and reaches nobody else.
+/// Thread-safe. Builds the body of an event under a mutex and posts it outside: posts run concurrently. Logs
+/// the outcome of a post and does not return it.
 class CAppEventStat {
 public:
-    /// \brief Starts a new call: takes its settings and values, counts from 1 again, and sends its first
-    /// event on this thread.
+    /// \brief Stores the settings and values of a new call and sends its first event, number 1.
     ///
-    /// All of that happens in one piece, so that no event carries another call's fields.
+    /// Stores them and builds the event atomically: no event carries another call's fields. Posts on this
+    /// thread and blocks until the exchange is over.
     void sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
                    const TEvent& event);
 
-    /// \brief Sends one more event with the settings and values of the last call.
-    /// \param synchronous True posts on this thread and returns when the exchange is over; false posts on a
-    /// new thread.
-    /// \param eventNumber The event's number; 0 takes the next one of the counter.
+    /// \brief Sends another event with the settings and values of the last call.
+    /// \param synchronous True: posts on this thread and blocks until the exchange is over. False: posts on a
+    ///                    new thread.
+    /// \param eventNumber The event's number; 0: the next number of the counter.
     void sendEvent(const TEvent& event, bool synchronous, std::uint32_t eventNumber);
 
 private:
@@ -52,7 +52,7 @@ private:
     CEventRecord record_;
 };
 
-/// \brief The sender of the library, made at the first call.
+/// \brief Returns the library's sender. Constructed on first use.
 CAppEventStat& appEventStat();
 
 } // namespace stats

@@ -9,15 +9,15 @@ namespace {
 struct Row {
     ApplicationId id;
     std::string_view folderKey;
-    std::string_view displayName; ///< Empty: users never see the application by name.
-    std::string_view shortCode;   ///< Empty: statistics do not tell the application apart.
+    std::string_view displayName; ///< Empty: users never see the name.
+    std::string_view shortCode;   ///< Empty: statistics use `kUnknownCode`.
     std::string_view editionName; ///< Empty: there is no yearly edition.
 };
 
 constexpr std::string_view kUnknownCode = "unkn";
 constexpr std::string_view kSuiteCode = "po";
 
-// Ascending by id.
+// Sorted by id, for `find`.
 constexpr Row kRows[] = {
     {0, "ZelVideoConverter", "Zel Video Converter", "cvvid", "Zel Video Converter 2026"},
     {1, "ZelAudioConverter", "Zel Audio Converter", "cvaud", {}},

@@ -5,21 +5,21 @@
 
 namespace stats {
 
-/// Number of one of the suite's applications.
+/// Number of an application of the suite.
 using ApplicationId = std::uint32_t;
 
-/// Stands for no particular application, the suite as a whole.
+/// The suite as a whole instead of one application.
 inline constexpr ApplicationId kWholeSuite = 0xFFFFFFFF;
 
-/// \brief The name of the application's data folder; empty for an unknown application and for the suite.
+/// \brief Returns the name of the application's data folder; empty for the suite and unknown applications.
 std::string_view folderKey(ApplicationId application);
 
-/// \brief The name that users see; empty when the application has none.
-/// \param plain For the few applications with a yearly edition: true gives the plain name, false the name of
-/// the edition. Ignored for all others.
+/// \brief Returns the name that users see; empty if the application has none.
+/// \param plain For applications with a yearly edition: true returns the plain name, false the edition's.
+///              Ignored for all others.
 std::string_view displayName(ApplicationId application, bool plain);
 
-/// \brief The application's code in statistics, "unkn" when it has none.
+/// \brief Returns the application's code in statistics; "unkn" if it has none.
 std::string_view shortCode(ApplicationId application);
 
 } // namespace stats

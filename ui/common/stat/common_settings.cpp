@@ -40,7 +40,7 @@ fs::CConfig& commonConfig() {
         Common() {
             setFilePath(
                 win32::joinPath(applicationDataPath(DataPathKind::settings, kWholeSuite), L"common.cfg"));
-            load(); // without the file the defaults hold
+            load(); // without the file, the defaults apply
         }
     };
     static Common instance;

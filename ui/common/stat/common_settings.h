@@ -7,7 +7,7 @@
 
 namespace stats {
 
-/// The way out to the internet that the user has set.
+/// The proxy that the user has configured.
 struct TProxySettings {
     std::string host; ///< Empty: no proxy.
     std::int32_t port = 80;
@@ -15,18 +15,17 @@ struct TProxySettings {
     std::string password;
 };
 
-/// \brief The suite's common settings file "common.cfg", read at the first call and kept in memory from then
-/// on.
+/// \brief Returns the suite's common settings, "common.cfg". Reads the file at the first call only.
 fs::CConfig& commonConfig();
 
-/// \brief The proxy that `section` names; none when its type is 0.
+/// \brief Returns the proxy that `section` names; none if ProxyType is 0 or missing.
 TProxySettings proxySettings(const fs::CConfig& section);
 
-/// \brief The user's country code.
+/// \brief Returns the user's country code.
 ///
-/// When `section` does not hold it, the country-lookup host is asked, through the proxy that `section` names.
-/// A reply is kept in `section`, in memory only; without one the result is empty and the next call asks
-/// again. Blocks for up to 16 seconds then.
+/// If `section` does not contain it, queries the country-lookup host through the proxy of `section`, which
+/// blocks for up to 16 seconds. Stores the reply in `section`, in memory only.
+/// \return Empty if the query fails. The next call repeats it.
 std::string location(fs::CConfig& section);
 
 } // namespace stats

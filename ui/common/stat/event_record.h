@@ -7,7 +7,7 @@
 
 namespace stats {
 
-/// What is the same for all events of one call: the application and its installation. UTF-8.
+/// The fields that all events of one call share: the application and its installation. UTF-8.
 struct TApplicationValues {
     std::string applicationId{};
     std::string version{};
@@ -21,7 +21,7 @@ struct TApplicationValues {
     std::string country{};
 };
 
-/// What a single event tells. UTF-8.
+/// The fields of a single event. UTF-8.
 struct TEvent {
     std::string eventType;
     std::string source;
@@ -29,18 +29,19 @@ struct TEvent {
     std::string info;
 };
 
-/// \brief The named values from which the body of an event is made.
+/// \brief Collects the values of an event and builds its body.
 ///
-/// Values are kept as they will stand in the JSON text. Not safe for use by several threads at once.
+/// Stores the values escaped for JSON. Not thread-safe.
 class CEventRecord {
 public:
-    /// \brief Takes the values of one call; those of the former call are all replaced.
+    /// \brief Stores the values of a call and overwrites those of the previous call.
     void store(const TApplicationValues& application);
 
-    /// \brief Takes the values of one event, its number, and whether it is marked as a test.
+    /// \brief Stores the values of an event and overwrites those of the previous event.
+    /// \param isTest Marks the event as a test.
     void store(const TEvent& event, std::uint32_t number, bool isTest);
 
-    /// \brief The event as a compact JSON object. Every field is there, those without a value as empty texts.
+    /// \brief Returns the event as a compact JSON object. Fields without a value are empty texts.
     std::string body() const;
 
 private:

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// What the two exports differ in.
+/// The difference between the two exports.
 struct Kind {
     const char* tag;
     bool isFull;
@@ -34,7 +34,7 @@ void logArguments(CoreLog::ILogger* logger, const Kind& kind, const stats::TAppl
 
 void send(const Kind& kind, stats::TApplicationValues application, const stats::TEvent& event) {
     CoreLog::LoggerSlot logger;
-    CoreLog::createLogger(logger); // without a logger the messages below cost nothing
+    CoreLog::createLogger(logger); // if it fails, the messages below are discarded
     logArguments(logger.get(), kind, application, event);
 
     fs::CConfig& common = stats::commonConfig();
@@ -49,7 +49,7 @@ void send(const Kind& kind, stats::TApplicationValues application, const stats::
         argumentLog(logger.get(), kind, __LINE__) << "<--sendAppEventFull";
 }
 
-/// The work of both exports; the short one has no data of the installation.
+/// Implements both exports. The short one passes no data of the installation.
 uint64_t run(const Kind& kind, const char* eventName, const char* source, const char* infoType,
              const char* info, const char* appId, const char* version, const char* advType,
              const char* campType, const char* instType, const char* instRef, const char* instCh,

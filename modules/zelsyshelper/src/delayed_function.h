@@ -8,18 +8,18 @@
 /// Functions of system DLLs that are loaded when one of them is first called.
 namespace delayed {
 
-/// \brief A DLL of the system, loaded from the system folder when its first function is called. A DLL of that
-/// name in another folder is never loaded. It stays loaded. Any thread.
+/// \brief A system DLL, loaded when one of its functions is first called. Never unloaded. Thread-safe.
+///
+/// Loads it from the system folder only: a DLL of that name in another folder is never loaded.
 class Library {
 public:
     explicit constexpr Library(const wchar_t* name) : name_(name) {}
 
-    /// \return Null if the DLL or the function is missing; the last error is then ERROR_PROC_NOT_FOUND. A DLL
-    /// that could not be loaded is tried again by the next call: the system may only have been short of
-    /// memory.
+    /// Returns the address of a function. Retries a failed load at each call: the system may only have been
+    /// short of memory.
+    /// \return Null if the DLL or the function is missing; GetLastError then returns ERROR_PROC_NOT_FOUND.
     void* find(const char* function) {
-        // Loaded once: if it could fail again for a later function, that could be the one that releases what
-        // the earlier ones have acquired.
+        // Load once: a second load could fail for the function that releases what an earlier one acquired.
         if (module_ == nullptr)
             module_ = load();
         const HMODULE module = module_;
@@ -44,9 +44,8 @@ private:
     std::atomic<HMODULE> module_ = nullptr;
 };
 
-/// What the slot of one imported function holds until its first call.
-/// \tparam Import Describes the function: `find()`, `slot()`, and `failed()`, the value that its callers test
-/// for.
+/// The slot of an imported function points to `call` until the function is found.
+/// \tparam Import Describes the function: `find()`, `slot()`, and `failed()`, its result while it is missing.
 template <class Import, class Function>
 class FirstCall;
 
@@ -65,8 +64,8 @@ public:
 
 } // namespace delayed
 
-// A header that declares a function as imported makes its callers read the slot `__imp_NAME`. MinGW's
-// <winhttp.h> does not: its callers call NAME, which therefore jumps to what the slot holds.
+// Callers of a function that is declared with dllimport read its address from the slot `__imp_NAME`. MinGW's
+// <winhttp.h> does not use dllimport: callers call NAME, which therefore jumps to the address in the slot.
 #if defined(__MINGW32__)
 #define ZELSYS_JUMP_TO_SLOT(function)                                                                        \
     asm(".text\n.globl " #function "\n" #function ": jmp *__imp_" #function "(%rip)\n");
@@ -74,10 +73,9 @@ public:
 #define ZELSYS_JUMP_TO_SLOT(function)
 #endif
 
-/// Defines the slot of a delayed import. The linker then takes nothing for this function from an import
-/// library.
+/// Defines the slot of a delayed import. The linker then ignores the import library for this function.
 /// \param library A \ref delayed::Library.
-/// \param failure What the function returns while it is missing. Its callers must recognise it as a failure.
+/// \param failure Result of the function while it is missing. Its callers must treat it as a failure.
 #define ZELSYS_DELAYED(library, function, failure)                                                           \
     extern "C" std::atomic<decltype(&(function))> __imp_##function;                                          \
     namespace {                                                                                              \

@@ -1,6 +1,5 @@
-// The functions of system DLLs that this library delays, so that loading it loads nothing heavy. A function
-// that is missing here is imported in the ordinary way, and its DLL is loaded with this one; a test checks
-// the imports.
+// Delayed imports: loading this library does not load these system DLLs. A function that is missing here
+// becomes an ordinary import, whose DLL is loaded together with this library. A test checks the imports.
 
 #include "modules/zelsyshelper/src/delayed_function.h"
 

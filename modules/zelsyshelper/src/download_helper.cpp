@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What the queries return while there is no download.
+/// Result of the queries without a download.
 constexpr std::uint32_t kNoJob = ERROR_INVALID_ENVIRONMENT;
 
 /// The only download job. Created by the first start; leaked when the process ends, since the system has
@@ -26,7 +26,7 @@ struct Job {
 sys::CCsWrapper downloadLock;
 Job current;
 
-/// Runs a query on the job; without one, nothing is asked and \ref kNoJob is the result.
+/// Runs a query on the job. Returns \ref kNoJob without a job.
 template <class Query>
 uint64_t query(Query ask) {
     return frame::run(std::uint32_t{ERROR_NOT_ENOUGH_MEMORY}, [&] {
@@ -60,7 +60,7 @@ uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const w
                                    .password = owned(proxyPassword)};
         const auto address = url != nullptr ? std::optional(owned(url)) : std::nullopt;
         const std::wstring folder = owned(targetFolder);
-        // No worker would start, and the download could not be awaited.
+        // No worker can start any more.
         if (win32::isProcessEnding())
             return std::uint32_t{ERROR_SHUTDOWN_IN_PROGRESS};
         const sys::CsGuard guard(downloadLock.section());
@@ -72,11 +72,11 @@ uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const w
 
 void stopDownloadFile(void) {
     frame::run(0, [] {
-        // The system has ended the worker, so its end would never be signalled.
+        // The system has ended the worker, so stop would wait in vain for its end.
         if (win32::isProcessEnding())
             return 0;
         const sys::CsGuard guard(downloadLock.section());
-        // A worker that cannot be brought to an end, as on a disk that does not answer, keeps its job.
+        // A worker that hangs, for instance on a disk that does not respond, still uses the job: leak it.
         if (current.job && !current.job->stop() && !current.job->stop())
             static_cast<void>(current.job.release());
         current.job.reset();

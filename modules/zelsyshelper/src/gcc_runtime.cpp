@@ -14,7 +14,7 @@
 #if defined(__GLIBCXX__)
 namespace {
 
-/// Static blocks for exceptions while malloc fails: std::bad_alloc must be thrown without memory. Any thread.
+/// Static blocks for exceptions while malloc fails: throwing std::bad_alloc needs no memory. Thread-safe.
 template <std::size_t kSize, std::size_t kCount>
 class Reserve {
 public:
@@ -72,9 +72,9 @@ void releaseRecord(void* record) {
         release(record, records);
 }
 
-/// A slot of storage per thread. Fiber local storage calls back when a thread or the library ends. Where the
-/// process has used up its few slots, thread local storage takes its place: DllMain then releases the record
-/// of a thread that ends.
+/// One record per thread. Fiber local storage calls back when a thread or the library ends. If the process
+/// has used up its few slots, thread local storage replaces it: DllMain then releases the record of a thread
+/// that ends.
 class PerThread {
 public:
     PerThread()
@@ -133,7 +133,7 @@ void leaveGuard(long long* object, bool isMade) {
 
 extern "C" {
 
-// The runtime keeps its own data in front of an exception, in less than this.
+// The runtime stores its own data before an exception, in less than this.
 constexpr std::size_t kHeader = 256;
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {
@@ -175,14 +175,15 @@ void __cxa_guard_abort(long long* object) {
 
 } // extern "C"
 
-/// Refuses the load where exceptions could not work: the first one would end the process.
+/// Fails the load if no slot is free: the first exception would end the process.
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     if (reason == DLL_THREAD_DETACH)
         perThread.onThreadEnd();
     return perThread.isUsable();
 }
 
-/// GCC's handler prints the name of the exception, where nothing shows it, and adds 50 KB of code.
+/// GCC's handler prints the exception's name to standard error, which window applications do not show. It
+/// adds 50 KB of code.
 void __gnu_cxx::__verbose_terminate_handler() {
     std::abort();
 }

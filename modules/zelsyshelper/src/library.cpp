@@ -2,7 +2,7 @@
 
 namespace {
 
-/// The only thing that happens at load. It stores a name and touches neither disk nor other DLLs.
+/// Runs at load, under the loader lock. Stores a name, and accesses neither the disk nor other DLLs.
 [[maybe_unused]] const bool kSettingsNameIsSet = [] {
     CoreLog::setSettingsName("Quenlith");
     return true;

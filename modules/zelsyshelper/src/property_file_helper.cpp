@@ -31,7 +31,7 @@ uint64_t setValueInPropertyFile(const wchar_t* file, const char* key, const wcha
         fs::CConfig config(frame::owned(file));
         config.setValue(frame::owned(key), text::utf16ToUtf8(frame::owned(value)));
         bool wasRead = false;
-        config.save(wasRead); // whether it was written is not part of the result
+        config.save(wasRead); // the result does not report a failed write
         return wasRead;
     });
 }

@@ -19,9 +19,8 @@ struct Kept : KeptLink {
     Store store;
 };
 
-/// Each call of these exports leaves its store behind, and nothing releases one: that is how they have always
-/// behaved. The stores hang on this chain, so that a tool that looks for leaks finds them reachable, and
-/// tells them from memory that was lost by mistake.
+/// Each call of these exports keeps its store until the process ends, as their contract says. This list keeps
+/// the stores reachable, so that leak detectors report only real leaks.
 std::atomic<KeptLink*> newestKept;
 
 template <class Store>
@@ -33,7 +32,7 @@ fs::CConfig& keep(const std::wstring& path) {
     return kept->store;
 }
 
-/// The store for a file, in the form that the caller names. A file that cannot be read counts as empty.
+/// Opens the store of a plain or enciphered file. A file that cannot be read counts as empty.
 fs::CConfig& openStore(const wchar_t* file, bool isEnciphered) {
     const std::wstring path = frame::owned(file);
     fs::CConfig& store = isEnciphered ? keep<fs::FxConfig>(path) : keep<fs::CConfig>(path);

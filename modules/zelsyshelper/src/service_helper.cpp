@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Runs one of the functions whose result is 0, a code or a Windows error number.
+/// Runs a function whose result is 0, a code or a Windows error number.
 template <class Work>
 int64_t runCode(Work work) {
     return static_cast<int64_t>(frame::run(std::int32_t{ERROR_NOT_ENOUGH_MEMORY}, work));

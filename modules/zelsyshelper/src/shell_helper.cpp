@@ -19,8 +19,8 @@ SortOption exported(const shell::TSortOption& option) {
     return {option.code, option.isAscending};
 }
 
-/// Runs what has an outcome of two numbers, and gives both to the caller.
-/// \param failureDetail The second number when the work ends by an exception.
+/// Runs work whose outcome is two numbers, and stores both for the caller.
+/// \param failureDetail The second number if the work throws.
 template <class Work>
 void runWithOutcome(uint32_t* error, uint32_t* detail, std::uint32_t failureDetail, Work work) {
     put(detail, failureDetail);
@@ -61,7 +61,7 @@ void createShellLink(const wchar_t* target, const wchar_t* linkPath, const wchar
                      uint32_t* error, uint32_t* failedStep) {
     using shell::LinkStep;
     runWithOutcome(error, failedStep, ZELSYSHELPER_LINK_CREATE, [=] {
-        // A missing path tells more than an empty target.
+        // A null link path takes precedence over an empty target.
         if (target != nullptr && linkPath == nullptr)
             return shell::TLinkOutcome{ERROR_INVALID_PARAMETER, LinkStep::linkPath};
         const auto text = description != nullptr ? std::optional(owned(description)) : std::nullopt;

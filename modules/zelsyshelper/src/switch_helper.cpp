@@ -20,7 +20,7 @@ fs::FxConfig& switchStore() {
     return instance;
 }
 
-/// Where the switch file of this name lies; empty for an empty name.
+/// Returns the path of a switch file; empty for an empty name.
 std::wstring switchFilePath(const std::wstring& name) {
     if (name.empty())
         return {};

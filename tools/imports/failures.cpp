@@ -10,7 +10,7 @@
 namespace imports {
 namespace {
 
-/// Calls that fail for a handle, a pointer or a name that is no such thing only, and those without a result.
+/// Functions that fail only for an invalid handle, pointer or name, and functions without a result.
 const std::set<std::string> kCannotFail = {"AcquireSRWLockExclusive",
                                            "CloseHandle",
                                            "CloseServiceHandle",
@@ -54,7 +54,7 @@ const std::set<std::string> kCannotFail = {"AcquireSRWLockExclusive",
                                            "WinHttpCloseHandle",
                                            "__C_specific_handler"};
 
-/// Failures that are told by something other than zero.
+/// Failure results of functions that do not report a failure by 0.
 const std::map<std::string, std::uint64_t> kFailures = {{"CoCreateInstance", 0x8007000E},
                                                         {"CreateFileW", UINT64_MAX},
                                                         {"CreateNamedPipeW", UINT64_MAX},
@@ -71,7 +71,7 @@ const std::map<std::string, std::uint64_t> kFailures = {{"CoCreateInstance", 0x8
                                                         {"UrlCombineW", 0x8007000E},
                                                         {"WinHttpSetStatusCallback", UINT64_MAX}};
 
-/// Of the C runtime.
+/// Failure results of the C runtime.
 const std::map<std::string, std::uint64_t> kRuntimeFailures = {
     {"_beginthreadex", 0}, {"_wfopen_s", EACCES}, {"ferror", 1}, {"fgetpos", 1}, {"fsetpos", 1}};
 

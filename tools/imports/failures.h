@@ -6,18 +6,20 @@
 
 namespace imports {
 
-/// \brief How a call of Windows or of the C runtime fails when the system is short of resources; nothing for calls that
-/// fail for wrong arguments only. A function that is not known here fails by zero, and tells ERROR_NOT_ENOUGH_MEMORY.
+/// \brief Returns how a function of Windows or of the C runtime fails when the system is short of resources.
+///
+/// An unlisted function of Windows returns 0 and sets ERROR_NOT_ENOUGH_MEMORY.
+/// \return Nullopt for functions that fail only for wrong arguments, and for unlisted ones of the C runtime.
 std::optional<Failure> plausibleFailure(const std::string& library, const std::string& function);
 
-/// \brief The heap functions that let allocations fail by \ref Hooks::failAt, and keep account of the blocks that were
-/// asked for since the hooks were laid and not given back. Any thread.
+/// \brief Returns heap functions whose allocations fail by \ref Hooks::failAt. They record each block until
+/// it is freed. Thread-safe.
 std::vector<Hooks::Substitute> countedHeap();
 
-/// \return The number of those blocks; they do not count any more afterwards.
+/// \brief Returns the number of recorded blocks and forgets them.
 std::size_t takeLeftBlocks();
 
-/// \brief Returns the size of those blocks, in bytes.
+/// \brief Returns the total size of the recorded blocks, in bytes.
 std::size_t leftBytes();
 
 } // namespace imports

@@ -9,14 +9,16 @@
 #include <new>
 
 extern "C" {
-// For the machine code below.
+// Used by the machine code below.
 std::atomic<std::uint64_t> importsReached, importsFailing{UINT64_MAX};
 std::atomic<void*> importsFailed;
 void importsDecide();
 }
 
-// Behind a thunk, whose data RAX points to: {target, count, result, error}. All registers of arguments stay as they are.
-// GS:[0x68] is where GetLastError finds the error of the thread.
+// Continues a thunk whose function can fail: counts the call, then jumps to the function or returns a
+// failure.
+// RAX points to the data of the thunk: {target, count, result, error}. Preserves the argument registers.
+// GS:[0x68] holds the thread's last error.
 asm(R"(
 .text
 .globl importsDecide
@@ -55,7 +57,7 @@ bool isCode(const void* address) {
 
 } // namespace
 
-/// Machine code that raises the count and goes on to the next step, and leaves the arguments as they are.
+/// Machine code that increments `count` and jumps to `next`. Preserves the argument registers.
 struct Hooks::Thunk {
     // lock inc qword [rip + 32]; lea rax, [rip + 17]; jmp qword [rip + 3]
     std::array<std::uint8_t, 24> code{0xF0, 0x48, 0xFF, 0x05, 32,   0, 0, 0, 0x48, 0x8D, 0x05, 17,
@@ -101,7 +103,7 @@ Hooks::~Hooks() {
 
 void Hooks::replace(const std::string& library, const std::string& function, void** slot) {
     if (!isCode(*slot))
-        return; // a variable of the runtime
+        return; // an imported variable
     const auto substitute = std::ranges::find(substitutes_, function, &Substitute::function);
     DWORD protection = 0;
     VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
@@ -114,7 +116,7 @@ void Hooks::replace(const std::string& library, const std::string& function, voi
 void* Hooks::add(const std::string& library, const std::string& function, void* target) {
     for (const Entry& entry : entries_)
         if (entry.thunk->target == target)
-            return entry.thunk; // it was looked up before
+            return entry.thunk; // looked up before
     if (entries_.size() == kMostThunks)
         std::abort();
     const auto failure = rule_ ? rule_(library, function) : std::nullopt;
@@ -163,7 +165,7 @@ void Hooks::failNone() {
 }
 
 bool Hooks::shouldFail() {
-    static char memory; // no thunk, but not null either
+    static char memory; // marks a failed allocation, which has no thunk
     if (importsReached.fetch_add(1) != importsFailing)
         return false;
     importsFailed = &memory;

@@ -8,27 +8,27 @@
 
 #include <windows.h>
 
-/// What a loaded DLL asks of other DLLs: for benchmarks, which count it, and for tests, which let it fail.
+/// The calls of a loaded DLL to other DLLs. Benchmarks count them, tests let them fail.
 namespace imports {
 
 /// How a call fails.
 struct Failure {
     std::uint64_t result = 0;
-    std::uint32_t error = 0; ///< What GetLastError tells.
+    std::uint32_t error = 0; ///< Set as the thread's last error.
 };
 
-/// \brief Leads the calls that a loaded DLL makes to other DLLs over some instructions that count them, and that
-/// let one of them fail on demand.
+/// \brief Counts the calls that a loaded DLL makes to other DLLs, and lets one of them fail on demand.
 ///
-/// Each function in its import table, and each that it looks up by GetProcAddress from then on. Stays in place
-/// until the DLL is unloaded, which must be before this object goes. One at a time.
+/// Puts a thunk in front of each function in the import table, and in front of each function that the DLL
+/// obtains from GetProcAddress afterwards. The DLL must be unloaded before this object is destroyed. Only one
+/// object may exist at a time.
 class Hooks {
 public:
-    /// How a function fails; nothing when it cannot.
+    /// Returns how a function fails; nullopt if it cannot fail.
     using Rule =
         std::function<std::optional<Failure>(const std::string& library, const std::string& function)>;
 
-    /// A function that takes the place of the imported one. Its calls neither count nor fail.
+    /// Replaces an imported function. Its calls are neither counted nor failed.
     struct Substitute {
         std::string function;
         void* target;
@@ -44,18 +44,19 @@ public:
     Hooks& operator=(const Hooks&) = delete;
     ~Hooks();
 
-    void clear();                     ///< Counts from 0 again.
-    std::vector<Calls> calls() const; ///< Those functions that were called, in the order of the import table.
+    void clear();                     ///< Resets all counts to 0.
+    std::vector<Calls> calls() const; ///< The functions that were called, in the order of the import table.
 
-    /// \brief Lets the call with this number fail, of those that can, counted over all functions and threads from 0
-    /// and from now on.
+    /// \brief Lets a future call fail.
+    /// \param number Index of that call among those that can fail, over all functions and threads. The next
+    ///               such call has index 0.
     static void failAt(std::uint64_t number);
     static void failNone();
 
-    /// \return Whether this call is the one that has to fail. For substitutes.
+    /// \brief Counts a call of a substitute. Returns true if this call must fail.
     static bool shouldFail();
 
-    /// \return The function whose call has failed since `failAt`; null for none.
+    /// \brief Returns the name of the function whose call has failed since `failAt`; null for none.
     const char* failed() const;
 
 private:

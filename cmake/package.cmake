@@ -19,7 +19,8 @@ install(DIRECTORY ipc thread DESTINATION src/zelsyshelper-ipc)
 install(FILES sys/cs_wrapper.h sys/safe_data_holder.h DESTINATION src/zelsyshelper-ipc/sys)
 install(FILES win32/owner.h DESTINATION src/zelsyshelper-ipc/win32)
 install(FILES docs/sdk/README.md docs/sdk/NOTICES.txt CHANGELOG.md DESTINATION .)
-install(FILES docs/exports.md docs/installers.md docs/integration.md docs/single-instance.md DESTINATION docs)
+install(FILES docs/configuration.md docs/exports.md docs/installers.md docs/integration.md docs/single-instance.md
+    DESTINATION docs)
 install(DIRECTORY ${reference}/ DESTINATION docs/reference
     FILES_MATCHING PATTERN doxygen.css PATTERN index.html PATTERN zelsyshelper_8h.html PATTERN struct*.html)
 install(DIRECTORY examples DESTINATION .)

@@ -63,6 +63,9 @@ class Package(unittest.TestCase):
         text = (root / "README.md").read_text()
         for path in re.findall(r"`((?:bin|docs|include|lib|src)/[\w/.-]*)`", text):
             self.assertTrue((root / path).exists(), path)
+        for page in root.rglob("*.md"):
+            for path in re.findall(r"\]\(([^):#]+)[)#]", page.read_text()):
+                self.assertTrue((page.parent / path).exists(), f"{page.name}: {path}")
         for name, content in re.findall(r"^`(player/\S+)`:\n\n```\w+\n(.*?)^```$", text, re.M | re.S):
             (root / name).parent.mkdir(exist_ok=True)
             (root / name).write_text(content)

@@ -13,9 +13,9 @@ install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper.pdb
 install(FILES $<TARGET_LINKER_FILE:zelsyshelper> ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/zelsyshelper.lib DESTINATION lib)
 install(FILES ${PROJECT_BINARY_DIR}/zelsyshelper-config-version.cmake cmake/zelsyshelper-config.cmake
     DESTINATION lib/cmake/zelsyshelper)
-install(DIRECTORY include/ DESTINATION include)
+install(FILES include/zelsyshelper.h include/zelsyshelper_load.hpp DESTINATION include)
 # The single-instance channel as sources, since an object file of one compiler is of no use to another.
-install(DIRECTORY ipc thread DESTINATION src/zelsyshelper-ipc)
+install(DIRECTORY ipc thread DESTINATION src/zelsyshelper-ipc FILES_MATCHING PATTERN *.h PATTERN *.cpp)
 install(FILES sys/cs_wrapper.h sys/safe_data_holder.h DESTINATION src/zelsyshelper-ipc/sys)
 install(FILES win32/owner.h DESTINATION src/zelsyshelper-ipc/win32)
 install(FILES docs/sdk/README.md docs/sdk/NOTICES.txt CHANGELOG.md DESTINATION .)
@@ -23,4 +23,7 @@ install(FILES docs/configuration.md docs/exports.md docs/installers.md docs/inte
     DESTINATION docs)
 install(DIRECTORY ${reference}/ DESTINATION docs/reference
     FILES_MATCHING PATTERN doxygen.css PATTERN index.html PATTERN zelsyshelper_8h.html PATTERN struct*.html)
-install(DIRECTORY examples DESTINATION .)
+# Only sources in the folder of an example, so that no build tree and no installed module gets into the package.
+install(DIRECTORY examples DESTINATION .
+    FILES_MATCHING REGEX "/examples/CMakeLists\\.txt$" REGEX "/examples/[a-z_]+/[a-z_]+\\.(c|cpp|js|nsi)$"
+    PATTERN build EXCLUDE PATTERN node_modules EXCLUDE)

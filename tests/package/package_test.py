@@ -50,6 +50,8 @@ class Package(unittest.TestCase):
         for file in filter(None, run("git", "ls-files", "-z", cwd=ROOT).split("\0")):
             (elsewhere / file).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ROOT / file, elsewhere / file)
+        (elsewhere / "examples/build/left").mkdir(parents=True)
+        (elsewhere / "examples/build/left/over.c").touch()
         here = package(ROOT)
         os.environ["SOURCE_DATE_EPOCH"] = run("git", "log", "-1", "--format=%ct", cwd=ROOT).strip()
         there = package(elsewhere)

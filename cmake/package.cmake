@@ -8,8 +8,10 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelsyshelper-config-versi
 add_custom_target(shipped DEPENDS zelsyshelper zelsyshelper-host msvc_library reference)
 
 install(FILES $<TARGET_FILE:zelsyshelper> $<TARGET_FILE:zelsyshelper-host> DESTINATION bin)
-install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper.pdb
-    ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper-host.pdb DESTINATION symbols)
+if(CMAKE_CXX_COMPILER_ID STREQUAL Clang) # GCC writes no PDBs
+    install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper.pdb
+        ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/zelsyshelper-host.pdb DESTINATION symbols)
+endif()
 install(FILES $<TARGET_LINKER_FILE:zelsyshelper> ${CMAKE_ARCHIVE_OUTPUT_DIRECTORY}/zelsyshelper.lib DESTINATION lib)
 install(FILES ${PROJECT_BINARY_DIR}/zelsyshelper-config-version.cmake cmake/zelsyshelper-config.cmake
     DESTINATION lib/cmake/zelsyshelper)

@@ -68,6 +68,9 @@ class Package(unittest.TestCase):
         for page in root.rglob("*.md"):
             for path in re.findall(r"\]\(([^):#]+)[)#]", page.read_text()):
                 self.assertTrue((page.parent / path).exists(), f"{page.name}: {path}")
+        for binary in (root / "bin").iterdir():  # in build/bin, project_test has compared both
+            for file in binary, root / "symbols" / f"{binary.stem}.pdb":
+                self.assertEqual(file.read_bytes(), (ROOT / "build/bin" / file.name).read_bytes(), file.name)
         for name, content in re.findall(r"^`(player/\S+)`:\n\n```\w+\n(.*?)^```$", text, re.M | re.S):
             (root / name).parent.mkdir(exist_ok=True)
             (root / name).write_text(content)

@@ -3,6 +3,7 @@
 #
 #   --sign CERTIFICATE KEY   PEM files; signs the archive's DLL and host program, and names the archive
 #                            zelsyshelper-<version>-win64-signed.zip. Nothing else in build/ is signed.
+#   --passphrase FILE        the passphrase of KEY is the contents of FILE
 #   --timestamp URL          time-stamps the signatures by an RFC 3161 server
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd) # relative paths of the arguments belong to the caller's folder

@@ -29,11 +29,12 @@ def check(path):
     return hashlib.sha256(content).hexdigest()
 
 
-def sign(path, certificate, key, timestamp):
+def sign(path, certificate, key, passphrase, timestamp):
     """Signs a program or DLL in place."""
     signed = path.with_suffix(".signed")
-    server = ["-ts", timestamp] if timestamp else []
-    result = subprocess.run(["osslsigncode", "sign", "-certs", certificate, "-key", key, "-h", "sha256", *server,
+    options = ["-readpass", passphrase] if passphrase else []
+    options += ["-ts", timestamp] if timestamp else []
+    result = subprocess.run(["osslsigncode", "sign", "-certs", certificate, "-key", key, "-h", "sha256", *options,
                              "-n", "zelsyshelper", "-in", path, "-out", signed], stdout=subprocess.PIPE, text=True)
     if result.returncode != 0:
         raise SystemExit(f"package: osslsigncode cannot sign {path.name}: {result.stdout.strip()}")
@@ -43,25 +44,27 @@ def sign(path, certificate, key, timestamp):
 def main():
     parser = argparse.ArgumentParser(prog="package.sh")
     parser.add_argument("--sign", nargs=2, metavar=("CERTIFICATE", "KEY"))
+    parser.add_argument("--passphrase", metavar="FILE")
     parser.add_argument("--timestamp", metavar="URL")
     arguments = parser.parse_args()
-    if arguments.timestamp and not arguments.sign:
-        parser.error("--timestamp needs --sign")
+    if (arguments.passphrase or arguments.timestamp) and not arguments.sign:
+        parser.error("--passphrase and --timestamp need --sign")
 
     version = re.search(r"VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text().split("project(", 1)[1])[1]
     name = f"zelsyshelper-{version}-win64"
     stage = BUILD / "package" / name
+    archive = BUILD / f"{name}{'-signed' if arguments.sign else ''}.zip"
+    archive.unlink(missing_ok=True)  # after a failure it would pass for a new one
     shutil.rmtree(stage, ignore_errors=True)
     subprocess.run(["cmake", "--install", str(BUILD), "--prefix", str(stage)], check=True, stdout=subprocess.DEVNULL)
     if arguments.sign:
         for program in (stage / "bin").iterdir():
-            sign(program, *arguments.sign, arguments.timestamp)
+            sign(program, *arguments.sign, arguments.passphrase, arguments.timestamp)
 
     files = files_of(stage)
     manifest = "".join(f"{check(path)}  {path.relative_to(stage).as_posix()}\n" for path in files)
     (stage / "SHA256SUMS").write_text(manifest)
 
-    archive = BUILD / f"{name}{'-signed' if arguments.sign else ''}.zip"
     with zipfile.ZipFile(archive, "w") as target:
         for path in files_of(stage):
             entry = zipfile.ZipInfo(f"{name}/{path.relative_to(stage).as_posix()}", DATE)

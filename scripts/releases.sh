@@ -50,9 +50,9 @@ run_release() {
     local demo tests compiler wine
     demo=$(outcome demo 3>&1 >&2)
     tests=$(outcome test 3>&1 >&2)
-    compiler=$(inside x86_64-w64-mingw32-g++-posix -dumpversion | cut -d- -f1) || compiler=none
+    compiler=$(inside clang -dumpversion | cut -d. -f1) || compiler=none
     wine=$(inside dpkg-query -W -f '${Version}' wine64) || wine=none
-    printf '| %s | GCC %s | %s | %s | %s | %d |\n' "$release" "$compiler" "$wine" "$demo" "$tests" \
+    printf '| %s | clang %s | %s | %s | %s | %d |\n' "$release" "$compiler" "$wine" "$demo" "$tests" \
         $((SECONDS / 60)) >"$result"
     [ "$demo $tests" = "passed passed" ]
 }

@@ -1,9 +1,12 @@
 /*
  * An application of which one instance runs at a time, in plain C. Serves the channel by itself, as
  * docs/single-instance.md describes it. The first start prints each request until Enter is pressed. Each later
- * start asks the first instance and exits with code 1, or with code 4 if the first instance does not answer.
+ * start asks the first instance and exits.
  *
  *     single_instance_c NAME
+ *
+ * Exit codes: 0 after Enter; 1 if the running instance has been raised; 2 for a wrong command line; 3 if a
+ * function of Windows fails; 4 if an instance is running and has not answered for ten seconds.
  */
 #include "zelsyshelper.h"
 
@@ -133,19 +136,22 @@ static unsigned __stdcall serve(void* unused)
     return 0;
 }
 
-/* Returns the mutex; null if another instance is running. */
-static HANDLE claimMutex(const char* application)
+/* Returns ERROR_SUCCESS and the mutex; ERROR_ALREADY_EXISTS or ERROR_ACCESS_DENIED if another instance is
+ * running; else the error of CreateMutexW. */
+static DWORD claimMutex(const char* application, HANDLE* mutex)
 {
     wchar_t name[32 + LONGEST_NAME];
-    HANDLE mutex;
+    DWORD error;
 
     makeName(name, L"Global\\QUENLITH_", application, 1);
-    mutex = CreateMutexW(NULL, FALSE, name);
-    if (mutex != NULL && GetLastError() == ERROR_ALREADY_EXISTS) {
-        CloseHandle(mutex);
-        mutex = NULL;
-    }
-    return mutex;
+    *mutex = CreateMutexW(NULL, FALSE, name);
+    error = GetLastError();
+    if (*mutex == NULL)
+        return error;
+    if (error != ERROR_ALREADY_EXISTS)
+        return ERROR_SUCCESS;
+    CloseHandle(*mutex);
+    return ERROR_ALREADY_EXISTS;
 }
 
 /* Returns null and prints the error if the pipe cannot be created. */
@@ -169,21 +175,27 @@ int main(int count, char** arguments)
 {
     const ULONGLONG end = GetTickCount64() + LONGEST_SEARCH;
     HANDLE mutex, listener;
+    DWORD error;
 
     if (count != 2 || strlen(arguments[1]) > LONGEST_NAME) {
         fputs("usage: single_instance_c NAME\n", stderr);
         return 2;
     }
-    do {
+    for (;;) {
         if (bringRuningAppToTop(arguments[1]) != 0)
             return 1;
+        error = claimMutex(arguments[1], &mutex);
+        if (error == ERROR_SUCCESS)
+            break;
+        if (error != ERROR_ALREADY_EXISTS && error != ERROR_ACCESS_DENIED) {
+            fprintf(stderr, "CreateMutexW failed with error %lu\n", error);
+            return 3;
+        }
         if (GetTickCount64() > end)
             return 4; /* hung, or the instance of another user */
         /* Of two starts at the same moment one holds the mutex; the other finds it serving a little later. */
-        mutex = claimMutex(arguments[1]);
-        if (mutex == NULL)
-            Sleep(100 + GetCurrentProcessId() % 100);
-    } while (mutex == NULL);
+        Sleep(100 + GetCurrentProcessId() % 100);
+    }
 
     stopEvent = CreateEventW(NULL, TRUE, FALSE, NULL);
     ioEvent = CreateEventW(NULL, TRUE, FALSE, NULL);

@@ -40,7 +40,7 @@ std::uint32_t BaseThread::Start() {
         return ERROR_BAD_ENVIRONMENT;
     if (isRunning())
         return ERROR_BUSY;
-    wait(INFINITE); // brief: the run is over, and the thread only exits
+    wait(INFINITE); // The previous thread has signalled finished_ and is exiting: join it.
     thread_.reset();
     ResetEvent(started_.get());
     ResetEvent(finished_.get());
@@ -80,7 +80,7 @@ bool BaseThread::isOwnThread() const {
 unsigned __stdcall BaseThread::entry(void* launcher) {
     if (launcher == nullptr)
         return 0;
-    // Without this reference, FreeLibrary in the application would unload the code of this thread.
+    // Holds a reference to the module: FreeLibrary must not unmap running code.
     HMODULE module = nullptr;
     if constexpr (!kRuntimeKeepsModule)
         GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&entry),

@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 scripts/bootstrap.sh
 [ -f build/gcc/build.ninja ] ||
     cmake -G Ninja -S . -B build/gcc -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64.cmake -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build build/gcc
+cmake --build build/gcc --target all bench load_bench
 cmake --preset windows -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
 git ls-files '*.cpp' | grep -v '^tests/' | xargs -n 4 -P "$(nproc)" clang-tidy --quiet -p build
 echo "lint: clean"

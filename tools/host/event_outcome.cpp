@@ -26,7 +26,9 @@ constexpr wchar_t kCheckNetwork[] = L"check the network, the firewall and the pr
 constexpr wchar_t kCheckHost[] = L"check the built-in host with \"doctor\"";
 
 constexpr CodeText kCodes[] = {
-    {xferlib::kUnsupportedScheme, L"the host's scheme is not http or https", kCheckHost},
+    {xferlib::kUnsupportedScheme,
+     L"the host's scheme is not http or https, or the host redirects from https to another scheme",
+     L"check the built-in host with \"doctor\", and the redirects of the host"},
     {xferlib::kInitFailed, L"this Windows has no WinHTTP", L"update Windows"},
     {xferlib::kMalformedUrl, L"the host's URL cannot be parsed", kCheckHost},
     {xferlib::kProxyNotResolved, L"the proxy's address cannot be used, or its name cannot be resolved",
@@ -38,7 +40,7 @@ constexpr CodeText kCodes[] = {
     {xferlib::kTimedOut, L"timed out", kCheckNetwork},
     {xferlib::kTlsHandshake, L"the TLS handshake failed",
      L"update Windows, check the clock and proxies that inspect https"},
-    {xferlib::kTooManyRedirects, L"too many redirects, or one from https to http", kCheckHost},
+    {xferlib::kTooManyRedirects, L"too many redirects", L"check the redirects of the host"},
     {xferlib::kEmptyReply, L"the reply is no valid HTTP", kCheckNetwork},
     {xferlib::kSendFailed, L"sending failed", kCheckNetwork},
     {xferlib::kReceiveFailed, L"the connection was lost, or the proxy refused the credentials",

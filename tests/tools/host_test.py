@@ -1,6 +1,7 @@
 """The console host as scripts and support use it."""
 
 import json
+import subprocess
 import sys
 import tempfile
 import time
@@ -64,7 +65,7 @@ class Host(unittest.TestCase):
                    "/circle": Reply(302, headers={"Location": "/circle"})}
 
         def answer(request, _handler):
-            time.sleep(3 if request.path == "/late" else 0)
+            time.sleep({"/late": 3, "/silent": 15}.get(request.path, 0))
             return replies.get(request.path, Reply(body=b"file"))
         server = Server(answer)
         self.addCleanup(server.close)
@@ -77,6 +78,10 @@ class Host(unittest.TestCase):
                                      f"127.0.0.1:{server.port}", "--timeout", "1" if path == "/late" else "30")
                 self.assertIn(words, result.stderr)
                 self.assertEqual((result.returncode == 0, "#" in result.stdout), (words == "",) * 2, result)
+        command = ["timeout", "--preserve-status", "-sINT", "5", prefix.WINE, prefix.BIN / "zelsyshelper-host.exe",
+                   "download", "--json", "http://some.example/silent", "--proxy", f"127.0.0.1:{server.port}"]
+        result = subprocess.run(command, stdout=subprocess.PIPE, timeout=12)
+        self.assertEqual((json.loads(result.stdout)["exitCode"], result.returncode), (130, 130))
 
     def test_doctor_sees_the_proxy_and_hides_its_password(self):
         server = Server(lambda request, handler: Reply(), None)

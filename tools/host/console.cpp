@@ -2,7 +2,6 @@
 
 #include "sys/mutex.h"
 
-#include <atomic>
 #include <cstdio>
 #include <mutex>
 #include <utility>
@@ -19,11 +18,22 @@ bool isJson = false;
 int jsonOutput = -1; // standard output before JSON mode
 
 // Ctrl+C finishes the object on a thread of its own.
-sys::Mutex mutex;
+sys::Mutex mutex; // guards `members` and `endingThread`
 std::vector<std::pair<std::string, std::string>> members;
+DWORD endingThread = 0;
 bool isOutcomeOpen = false;
 
+/// The caller holds the mutex.
+bool isDiscarded() {
+    return endingThread != 0 && endingThread != GetCurrentThreadId();
+}
+
 void write(std::FILE* stream, const std::string& line) {
+    {
+        const std::lock_guard guard(mutex);
+        if (isJson || isDiscarded())
+            return;
+    }
     std::fwrite(line.data(), 1, line.size(), stream);
     std::fflush(stream);
 }
@@ -49,6 +59,8 @@ void member(std::string_view name, const std::string& json) {
     if (!isJson)
         return;
     const std::lock_guard guard(mutex);
+    if (isDiscarded())
+        return;
     for (auto& [known, value] : members) {
         if (known == name) {
             value = json;
@@ -101,18 +113,15 @@ void useJson() {
 }
 
 void printPart(std::wstring_view text) {
-    if (!isJson)
-        write(stdout, toUtf8(text));
+    write(stdout, toUtf8(text));
 }
 
 void print(std::wstring_view line) {
-    if (!isJson)
-        write(stdout, toUtf8(line) + "\n");
+    write(stdout, toUtf8(line) + "\n");
 }
 
 void printError(std::wstring_view line) {
-    if (!isJson)
-        write(stderr, "zelsyshelper-host: " + toUtf8(line) + "\n");
+    write(stderr, "zelsyshelper-host: " + toUtf8(line) + "\n");
 }
 
 std::wstring coloured(Colour colour, std::wstring_view text) {
@@ -137,6 +146,12 @@ void flag(std::string_view name, bool isSet) {
     member(name, isSet ? "true" : "false");
 }
 
+void omit(std::string_view name) {
+    const std::lock_guard guard(mutex);
+    if (!isDiscarded())
+        std::erase_if(members, [name](const auto& member) { return member.first == name; });
+}
+
 void finding(std::string_view name, std::wstring_view state, std::wstring_view text) {
     member(name, "{\"state\": " + quoted(state) + ", \"text\": " + quoted(text) + "}");
 }
@@ -151,10 +166,19 @@ int answer(std::string_view name, bool isYes) {
     return isYes ? kDone : kFailed;
 }
 
+void claimEnd() {
+    {
+        const std::lock_guard guard(mutex);
+        if (!isDiscarded()) {
+            endingThread = GetCurrentThreadId();
+            return;
+        }
+    }
+    Sleep(INFINITE);
+}
+
 int finish(int code) {
-    static std::atomic_flag isFinished;
-    if (isFinished.test_and_set())
-        Sleep(INFINITE);
+    claimEnd();
     SetConsoleOutputCP(formerCodePage); // the window belongs to other programs too
     if (!isJson)
         return code;

@@ -45,12 +45,14 @@ void printError(std::wstring_view line);
 /// \brief Returns text in a colour if standard output is a terminal, else the text alone.
 std::wstring coloured(Colour colour, std::wstring_view text);
 
-/// \name Members of the JSON object; nothing elsewhere.
+/// \name Add members to the JSON object. No effect without --json.
 /// A later member replaces an earlier one of the same name.
 /// @{
 void field(std::string_view name, std::wstring_view text);
 void field(std::string_view name, std::int64_t number);
 void flag(std::string_view name, bool isSet);
+/// Removes a member.
+void omit(std::string_view name);
 /// Adds an object with the members "state" and "text".
 void finding(std::string_view name, std::wstring_view state, std::wstring_view text);
 /// @}
@@ -62,9 +64,11 @@ void leaveOutcomeOpen();
 /// \return The exit code of the answer.
 int answer(std::string_view name, bool isYes);
 
-/// \brief Prints the object in JSON mode, with "ok" and "exitCode", and resets the console.
-///
-/// If another thread has called it before, does not return: that thread ends the process.
+/// \brief Makes the calling thread the one that ends the process. Discards what other threads print and the
+/// members that they add. Does not return if another thread has called it before.
+void claimEnd();
+
+/// \brief Prints the object in JSON mode, with "ok" and "exitCode", and resets the console. Calls `claimEnd`.
 /// \return \p code.
 int finish(int code);
 

@@ -68,9 +68,12 @@ std::wstring systemText(std::uint32_t number) {
     return {text, length};
 }
 
+/// An earlier failure may have added the member.
 void optionalField(std::string_view name, const std::wstring& text) {
     if (!text.empty())
         field(name, text);
+    else
+        omit(name);
 }
 
 } // namespace
@@ -98,6 +101,8 @@ int fail(const std::wstring& what, const Cause& cause) {
     field("error", what);
     if (cause.number)
         field("errorNumber", *cause.number);
+    else
+        omit("errorNumber");
     optionalField("errorName", cause.name);
     optionalField("errorText", cause.text);
     optionalField("advice", cause.advice);

@@ -21,7 +21,8 @@ Cause windowsError(std::uint32_t number);
 std::wstring described(const Cause& cause);
 
 /// \brief Reports a failure on standard error: "what: text (number, name); advice". In JSON mode adds the
-/// members "error", "errorNumber", "errorName", "errorText" and "advice", as far as these are known.
+/// members "error", "errorNumber", "errorName", "errorText" and "advice", as far as these are known, in place
+/// of those of an earlier failure.
 /// \param what What failed, on which object.
 /// \return \ref kFailed.
 int fail(const std::wstring& what, const Cause& cause = {});

@@ -66,8 +66,10 @@ int sendAndCheck(const Library& library, const Parameters& parameters) {
     const std::wstring settings = win32::joinPath(logs, L"Quenlith.cfg");
     RaisedLogLevel level(settings);
     const InterruptCleanUp cleanUp([&] {
-        if (!level.restore())
+        const bool isRestored = level.restore();
+        if (!isRestored)
             failToRestore(settings);
+        return isRestored;
     });
     if (!level.raise())
         return fail(L"Cannot raise the level of the log in " + settings,

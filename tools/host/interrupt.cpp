@@ -13,28 +13,32 @@
 namespace host {
 namespace {
 
+constexpr DWORD kPatience = 3000; // milliseconds
+
 sys::Mutex mutex; // guards `cleanUpNow` and `isPolled`
-std::function<void()> cleanUpNow;
+std::function<bool()> cleanUpNow;
 bool isPolled = false;
 std::atomic<bool> isInterrupted = false;
 
+bool isPolledNow() {
+    const std::lock_guard guard(mutex);
+    return isPolled;
+}
+
 /// Windows calls this on a thread of its own.
-BOOL WINAPI onControl(DWORD event) {
-    {
-        const std::lock_guard guard(mutex);
-        isInterrupted = true;
-        if (!isPolled) {
-            fail(L"Interrupted");
-            if (cleanUpNow)
-                cleanUpNow();
-            ExitProcess(static_cast<UINT>(finish(kInterrupted)));
-        }
-    }
-    // Returning from the other events (close, log-off, shutdown) terminates the process at once. The polling
-    // thread has a few seconds to end it properly.
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
-        Sleep(INFINITE);
-    return TRUE;
+BOOL WINAPI onControl(DWORD) {
+    isInterrupted = true;
+    // After CTRL_CLOSE_EVENT, log-off and shutdown, Windows terminates the process when the handler returns,
+    // and after 5 s in any case. Blocks so that the polling thread can stop the download.
+    const bool mustWait = isPolledNow();
+    if (mustWait)
+        Sleep(kPatience);
+    claimEnd();
+    const std::lock_guard guard(mutex);
+    // Printing comes last: a console that closes can block it.
+    if (!cleanUpNow || cleanUpNow())
+        fail(mustWait ? L"Interrupted: the operation did not stop within 3 s" : L"Interrupted");
+    ExitProcess(static_cast<UINT>(finish(kInterrupted)));
 }
 
 } // namespace
@@ -43,7 +47,7 @@ void installInterruptHandler() {
     SetConsoleCtrlHandler(onControl, TRUE);
 }
 
-InterruptCleanUp::InterruptCleanUp(std::function<void()> cleanUp) {
+InterruptCleanUp::InterruptCleanUp(std::function<bool()> cleanUp) {
     const std::lock_guard guard(mutex);
     cleanUpNow = std::move(cleanUp);
 }

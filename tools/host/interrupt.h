@@ -11,16 +11,17 @@ void installInterruptHandler();
 /// \brief Runs a function before an interrupt ends the program. At most one object at a time.
 class InterruptCleanUp {
 public:
-    /// \param cleanUp Called on the thread of the handler, while this object lives.
-    explicit InterruptCleanUp(std::function<void()> cleanUp);
+    /// \param cleanUp Called on the thread of the handler, while this object lives. Returns false if it has
+    /// reported a failure, which the handler then does not replace by its own report.
+    explicit InterruptCleanUp(std::function<bool()> cleanUp);
     InterruptCleanUp(const InterruptCleanUp&) = delete;
     InterruptCleanUp& operator=(const InterruptCleanUp&) = delete;
     /// Blocks while the handler runs the function.
     ~InterruptCleanUp();
 };
 
-/// \brief While an object lives, an interrupt does not end the program but sets a flag, which the caller
-/// polls. At most one object at a time.
+/// \brief While an object lives, an interrupt sets a flag, which the caller polls, and ends the program only
+/// after 3 s. At most one object at a time.
 class PolledInterrupt {
 public:
     PolledInterrupt();

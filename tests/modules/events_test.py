@@ -108,10 +108,13 @@ class Events(unittest.TestCase):
 
     def test_interrupted_check_restores_the_level_and_keeps_the_key_of_another_program(self):
         self.server.answer = lambda request, _handler: time.sleep(5)
-        with subprocess.Popen([prefix.WINE, prefix.BIN / "zelsyshelper-host.exe", "event", "--check"]) as host:
+        command = [prefix.WINE, prefix.BIN / "zelsyshelper-host.exe", "event", "--check"]
+        with subprocess.Popen(command) as host, subprocess.Popen(command) as other:
             for _ in range(100):
-                time.sleep(0 if self.server.requests else 0.1)
-            self.assertEqual(LOG_SETTINGS.read_bytes(), b"Level=7\n" + USERS_SETTINGS)
+                time.sleep(0 if len(self.server.requests) == 2 else 0.1)
+            self.assertEqual(LOG_SETTINGS.read_bytes(), b"Level=7\nLevel=7\n" + USERS_SETTINGS)
+            other.send_signal(signal.SIGINT)
+            self.assertEqual((other.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=7\n" + USERS_SETTINGS))
             prefix.host("property", "set", prefix.windows_path(LOG_SETTINGS), "Other", "new")
             host.send_signal(signal.SIGINT)
             self.assertEqual((host.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=3\nOther=new\n"))

@@ -1,24 +1,46 @@
 #include "log_level.h"
 
-#include "fs/config_format.h"
 #include "fs/file_io.h"
 #include "win32/owner.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <mutex>
+#include <string_view>
 
 namespace host {
 namespace {
 
-constexpr char kKey[] = "Level";
+constexpr std::string_view kKey = "Level=";
+const std::string kRaisedLine = std::string(kKey) + std::to_string(kOutcomeLevel) + "\n";
 
-std::string levelIn(const std::string& contents) {
-    fs::ConfigValues values;
-    fs::parseConfig(contents, values);
-    return values[kKey];
+/// Returns the line that sets the level, which is the first of its key, with its line feed; empty if there is
+/// none.
+std::string_view levelLine(std::string_view contents) {
+    while (!contents.empty()) {
+        const std::string_view line =
+            contents.substr(0, std::min(contents.find('\n'), contents.size() - 1) + 1);
+        if (line.starts_with(kKey))
+            return line;
+        contents.remove_prefix(line.size());
+    }
+    return {};
 }
 
-/// Without a share mode no other program can have the file open and add to it.
+std::string levelIn(std::string_view contents) {
+    const std::string_view line = levelLine(contents);
+    const std::string_view value = line.substr(std::min(kKey.size(), line.size()));
+    return std::string(value.substr(0, value.find_last_not_of("\r\n") + 1));
+}
+
+/// Returns the level without the lines that other processes have added to raise it.
+std::string levelBelowRaised(std::string_view contents) {
+    while (contents.starts_with(kRaisedLine) && !levelLine(contents.substr(kRaisedLine.size())).empty())
+        contents.remove_prefix(kRaisedLine.size());
+    return levelIn(contents);
+}
+
+/// Opens without sharing, so it fails with ERROR_SHARING_VIOLATION while another process may append.
 void deleteEmptyFile(const std::wstring& path) {
     const win32::KernelHandle file(
         CreateFileW(path.c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -43,13 +65,17 @@ bool RaisedLogLevel::raise() {
 
 bool RaisedLogLevel::writeRaised() {
     fs::SharedFile file(path_);
-    if (!file.read(fs::FileForm::plain, original_) && existed_)
+    std::string original;
+    if (!file.read(fs::FileForm::plain, original) && existed_)
         return false;
-    if (std::atoi(levelIn(original_).c_str()) >= kOutcomeLevel)
+    level_ = levelBelowRaised(original);
+    wasEmpty_ = original.empty();
+    if (std::atoi(level_.c_str()) > kOutcomeLevel)
         return true;
-    // The first line of a key counts, so that the line of the user can stay.
-    raised_ = kKey + ("=" + std::to_string(kOutcomeLevel)) + "\n" + original_;
-    isRaised_ = file.replace(raised_, original_, fs::FileForm::plain) == 0;
+    // The first line of a key counts, so that the line of the user can stay. A level that is as high already
+    // may be another process's line, which is removed first.
+    const std::string raised = kRaisedLine + original;
+    isRaised_ = file.replace(raised, original, fs::FileForm::plain) == 0;
     return isRaised_;
 }
 
@@ -58,27 +84,32 @@ bool RaisedLogLevel::restore() {
     isOver_ = true;
     if (!isRaised_)
         return true;
-    if (!writeRestored())
+    const bool isDeleted = GetFileAttributesW(path_.c_str()) == INVALID_FILE_ATTRIBUTES &&
+                           GetLastError() == ERROR_FILE_NOT_FOUND;
+    if (!isDeleted && !writeRestored())
         return false;
     isRaised_ = false;
-    if (!existed_)
+    // The file of a user with an empty file stays. A file that another process has created to raise the level is
+    // not empty before, and is deleted by the last process that restores it.
+    if (!existed_ || !wasEmpty_)
         deleteEmptyFile(path_);
     return true;
 }
 
 bool RaisedLogLevel::writeRestored() {
     fs::SharedFile file(path_);
-    std::string now, restored = original_;
+    std::string now;
     if (!file.read(fs::FileForm::plain, now))
         return false;
-    if (now != raised_) { // another program has saved the file
-        fs::ConfigValues values;
-        fs::parseConfig(now, values);
-        if (values[kKey] != std::to_string(kOutcomeLevel))
-            return true;
-        values[kKey] = levelIn(original_); // an empty value is not written
-        restored = fs::serialiseConfig(values);
-    }
+    const std::string_view line = levelLine(now);
+    if (levelIn(now) != std::to_string(kOutcomeLevel))
+        return true; // another program has set the level
+    const auto begin = static_cast<std::size_t>(line.data() - now.data());
+    std::string restored = now;
+    restored.erase(begin, line.size());
+    // setValueInPropertyFile() of another program keeps only the first line of each key.
+    if (!level_.empty() && levelLine(restored).empty())
+        restored.insert(begin, std::string(kKey) + level_ + "\n");
     return file.replace(restored, now, fs::FileForm::plain) == 0;
 }
 

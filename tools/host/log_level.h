@@ -12,8 +12,8 @@ inline constexpr int kOutcomeLevel = 7;
 /// \brief Raises the level of the library's log for a while, in the settings file that all programs of the
 /// user share. Thread-safe.
 ///
-/// All other contents of the file are restored byte for byte. If another program saves the file meanwhile,
-/// its changes stay, and only the key "Level" is restored.
+/// Adds a first line to the file and removes it again, so all other contents stay, also changes that other
+/// programs save meanwhile. Several processes can raise the level at the same time: each adds a line.
 class RaisedLogLevel {
 public:
     /// \param settingsFile The file "Quenlith.cfg" in the folder of the logs. May be missing.
@@ -22,12 +22,11 @@ public:
     RaisedLogLevel& operator=(const RaisedLogLevel&) = delete;
     ~RaisedLogLevel() { restore(); }
 
-    /// \brief Raises the level to \ref kOutcomeLevel unless it is as high already. Does nothing after
-    /// `restore`.
+    /// \brief Raises the level to \ref kOutcomeLevel unless it is higher. Does nothing after `restore`.
     /// \return False if the file cannot be read or written, or `restore` was called.
     bool raise();
 
-    /// \brief Restores the level. Idempotent.
+    /// \brief Restores the level unless another program has changed it. Idempotent.
     /// \return False if the file cannot be read or written.
     bool restore();
 
@@ -36,9 +35,10 @@ private:
     bool writeRestored();
 
     std::wstring path_;
-    sys::Mutex mutex_; ///< Guards all of these.
-    std::string original_, raised_;
+    sys::Mutex mutex_;  ///< Guards all of these.
+    std::string level_; ///< The level before.
     bool existed_ = false;
+    bool wasEmpty_ = false;
     bool isRaised_ = false;
     bool isOver_ = false;
 };

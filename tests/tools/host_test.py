@@ -38,9 +38,10 @@ class Host(unittest.TestCase):
             self.assertTrue(self.json(*arguments)["help"].startswith("download URL"), arguments)
         for arguments in (["nonsense"], ["help", "nonsense"], ["download", "http://a/b", "--proxy", "host:80x"],
                           ["download", "http://a/b", "--timeout", "10x"], ["os-version", "--frob"],
+                          ["property", "set", file, "k", "-h"],
                           ["property", "get", file, "k", "--enciphered"], ["switch", "on", "..\\..\\x", "s"]):
             self.assertEqual(self.json(*arguments)["exitCode"], 2, arguments)
-        self.assertRegex(self.json("switch", "--version")["version"], r"^\d+\.\d+\.\d+$")
+        self.assertRegex(self.json("event", "--version")["version"], r"^\d+\.\d+\.\d+$")
 
     def test_variants_are_drawn_by_their_weight(self):
         drawn = self.json("adv-type", "A8 B5 C2 D1", "--draws", "80000")

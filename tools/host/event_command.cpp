@@ -11,19 +11,24 @@
 namespace host {
 namespace {
 
+/// The older name of --app-version.
+constexpr std::wstring_view kOldVersionOption = L"--version";
+
 // The fields in the order of the parameters of sendAppEventFull().
 constexpr Option kOptions[] = {
-    {L"--name", true},      {L"--source", true},   {L"--info-type", true},    {L"--info", true},
-    {L"--app-id", true},    {L"--version", true},  {L"--adv-type", true},     {L"--camp-type", true},
-    {L"--inst-type", true}, {L"--inst-ref", true}, {L"--inst-channel", true}, {L"--guid", true},
-    {L"--build", true},     {L"--full", false},    {L"--check", false},
+    {L"--name", true},      {L"--source", true},      {L"--info-type", true},    {L"--info", true},
+    {L"--app-id", true},    {L"--app-version", true}, {L"--adv-type", true},     {L"--camp-type", true},
+    {L"--inst-type", true}, {L"--inst-ref", true},    {L"--inst-channel", true}, {L"--guid", true},
+    {L"--build", true},     {L"--full", false},       {L"--check", false},       {kOldVersionOption, true},
 };
-constexpr std::size_t kFieldCount = 13;
+constexpr std::size_t kFieldCount = 13, kVersionField = 5;
 
 void send(const Library& library, const Parameters& parameters) {
     std::array<std::string, kFieldCount> values;
     for (std::size_t field = 0; field < kFieldCount; ++field)
         values[field] = toUtf8(parameters.value(kOptions[field].name));
+    if (!parameters.has(kOptions[kVersionField].name))
+        values[kVersionField] = toUtf8(parameters.value(kOldVersionOption));
     const auto value = [&](std::size_t field) { return values[field].c_str(); };
     if (parameters.has(L"--full") || parameters.has(L"--inst-type") || parameters.has(L"--inst-ref") ||
         parameters.has(L"--inst-channel"))
@@ -98,15 +103,16 @@ const Command kEventCommand{
     L"event",
     L"event [--check] [--full] [OPTION VALUE]...\n"
     L"    Sends one usage event and waits until the exchange is over.\n"
-    L"    --name --source --info-type --info --app-id --version --adv-type --camp-type --guid --build\n"
+    L"    --name --source --info-type --info --app-id --app-version --adv-type --camp-type --guid --build\n"
     L"    --inst-type --inst-ref --inst-channel   with one of these, or with --full, the event also has the\n"
     L"                                            data of the installation\n"
-    L"    --version                               is the application's version here\n"
+    L"    --version VALUE                         is an older name of --app-version\n"
     L"    --check                                 raises the level of the library's log for this call, "
     L"prints "
     L"the\n"
     L"                                            outcome that the library logs, and fails unless the event\n"
-    L"                                            arrived; without it the exit code says nothing about that",
+    L"                                            arrived; without it the exit code is 0 whether or not the\n"
+    L"                                            event arrived",
     kOptions,
     run,
 };

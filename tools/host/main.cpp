@@ -49,9 +49,10 @@ std::wstring programHelp() {
         L"\n"
         L"--json          Prints one JSON object instead of text, also for errors.\n"
         L"--dll NAME      Loads another DLL: a name in this program's folder, or a path.\n"
-        L"--help, -h, /?  Prints help, after a command that of the command.\n"
-        L"--              Everything that follows is no option.\n"
-        L"Options may stand before and after the command.\n";
+        L"--help, -h, /?  Prints help; after a command, help for that command.\n"
+        L"--version       Prints the version of this program.\n"
+        L"--              Ends the options: write it before arguments such as -h and --x.\n"
+        L"These options may stand before and after the command, those of a command only after it.\n";
     for (const Group& group : groups()) {
         help += std::wstring(L"\n") + group.title + L"\n\n";
         for (const Command* command : group.commands)
@@ -94,17 +95,22 @@ int run(const Arguments& arguments) {
         useJson();
     if (!line.command.empty())
         field("command", line.command);
+    const Command* const command = findCommand(line.command);
+    const Arguments& positional = line.parameters.positional;
+    const bool hasArguments = !positional.empty() || !line.parameters.options.empty();
+    // "property set FILE KEY -h" must not look as if it had set the value.
+    if ((line.wantsVersion || line.wantsHelp) && command != nullptr && hasArguments)
+        return wrongUsage(*command, L"-h, --help, /? and --version accept no arguments of a command; write "
+                                    L"-- before an argument of that form");
     if (line.wantsVersion) {
         print(L"zelsyshelper-host " + toWide(ZELSYSHELPER_VERSION));
         field("version", toWide(ZELSYSHELPER_VERSION));
         return kDone;
     }
-    const Arguments& positional = line.parameters.positional;
     if (line.command == L"help")
         return printHelp(positional.empty() ? L"" : positional.front());
     if (line.wantsHelp)
         return printHelp(line.command);
-    const Command* const command = findCommand(line.command);
     if (command == nullptr)
         return failUsage(!line.problem.empty()  ? line.problem
                          : line.command.empty() ? L"No command"

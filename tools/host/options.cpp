@@ -44,8 +44,11 @@ CommandLine parseCommandLine(const Arguments& arguments, const OptionsOf& option
     bool isLiteral = false; // after "--"
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::wstring& argument = arguments[i];
-        const Option* const own = isLiteral ? nullptr : find(ownOptions, argument);
-        const Option* const option = own != nullptr || isLiteral ? own : find(kProgramOptions, argument);
+        const Option* const program = isLiteral ? nullptr : find(kProgramOptions, argument);
+        const Option* own = isLiteral ? nullptr : find(ownOptions, argument);
+        if (program != nullptr && (i + 1 == arguments.size() || find(kProgramOptions, arguments[i + 1])))
+            own = nullptr; // "event --version --json"
+        const Option* const option = own != nullptr ? own : program;
         if (option != nullptr) {
             if (option->takesValue && i + 1 == arguments.size())
                 fault(argument + L" requires a value");

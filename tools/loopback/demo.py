@@ -89,7 +89,7 @@ def event(folder):
     prefix.trust(authority)
     prefix.set_proxy(server.port)
     show("event", "--check", "--name", "install_done", "--source", "installer", "--info-type", "path", "--info",
-         'C:\\Media "A&B"', "--app-id", "2", "--version", "4.1", "--inst-type", "full", "--guid", "demo-guid")
+         'C:\\Media "A&B"', "--app-id", "2", "--app-version", "4.1", "--inst-type", "full", "--guid", "demo-guid")
     show("doctor")
     server.close()
     body = server.requests[-1].body.decode()

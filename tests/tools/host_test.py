@@ -36,9 +36,9 @@ class Host(unittest.TestCase):
         self.assertEqual(self.json("os-version", "--dll", "none.dll")["exitCode"], 3)
         for arguments in (["download", "-h"], ["/?", "download", "--frob"], ["help", "download"]):
             self.assertTrue(self.json(*arguments)["help"].startswith("download URL"), arguments)
-        for arguments in (["nonsense"], ["help", "nonsense"], ["download", "http://a/b", "--proxy", "host:80x"],
-                          ["download", "http://a/b", "--timeout", "10x"], ["os-version", "--frob"],
-                          ["property", "set", file, "k", "-h"],
+        for arguments in (["nonsense"], ["help", "nonsense"], ["download", "u", "--proxy", "host:80x"],
+                          ["download", "u", "--proxy", "::1"], ["download", "u", "--folder", ""], ["os-version", "--x"],
+                          ["download", "u", "--timeout", "10x"], ["property", "set", file, "k", "-h"],
                           ["property", "get", file, "k", "--enciphered"], ["switch", "on", "..\\..\\x", "s"]):
             self.assertEqual(self.json(*arguments)["exitCode"], 2, arguments)
         self.assertRegex(self.json("event", "--version")["version"], r"^\d+\.\d+\.\d+$")

@@ -83,15 +83,19 @@ std::wstring read(const Parameters& parameters, Options& options) {
     options.url = parameters.positional[0];
     options.proxyUser = parameters.value(L"--proxy-user");
     options.proxyPassword = parameters.value(L"--proxy-password");
-    if (parameters.has(L"--folder"))
+    if (parameters.has(L"--folder")) {
         options.folder = fullPath(parameters.value(L"--folder"));
+        if (options.folder.empty())
+            return L"--folder requires a path";
+    }
     if (parameters.has(L"--proxy")) {
         const std::wstring value = parameters.value(L"--proxy");
         const auto colon = value.rfind(L':');
         options.proxyPort = colon != value.npos ? wholeNumber(value.substr(colon + 1), kHighestPort) : 0;
-        if (options.proxyPort == 0 || colon == 0)
-            return L"--proxy requires HOST:PORT";
         options.proxyHost = value.substr(0, colon);
+        const bool isBareIpv6 = options.proxyHost.find(L':') != value.npos && value.front() != L'[';
+        if (options.proxyPort == 0 || colon == 0 || isBareIpv6)
+            return L"--proxy requires HOST:PORT, and brackets around an IPv6 address";
     }
     if (parameters.has(L"--timeout")) {
         options.timeout = wholeNumber(parameters.value(L"--timeout"), kLongestTimeout);

@@ -51,6 +51,13 @@ int get(const Library& library, const Property& property) {
     const auto status = library.getValueFromPropertyFile(property.file.c_str(), property.narrowKey.c_str(),
                                                          buffer.data(), kLargestValue);
     if (status == 0) {
+        // The library does not report a value that it did not copy.
+        if (buffer[0] == L'\0' &&
+            library.isValueFromPropertyFileNotEmpty(property.file.c_str(), property.narrowKey.c_str()) != 0)
+            return fail(L"Cannot read " + property.named(),
+                        {.text = L"the value is longer than " + std::to_wstring(kLargestValue - 2) +
+                                 L" characters, or is not valid UTF-8",
+                         .advice = L"try \"property read\""});
         field("value", buffer.c_str());
         print(buffer.c_str());
     }

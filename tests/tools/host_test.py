@@ -31,7 +31,7 @@ class Host(unittest.TestCase):
         self.assertEqual(prefix.host("property", "read", file + ".fx", "--enciphered", "--", "-h").stdout, "--json\n")
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
         self.assertEqual(self.json("property", "get", file, "none")["errorName"], "NO_KEY")
-        self.assertEqual(self.json("copy-dir", ".", "")["failures"], 1)  # the library's own lines go elsewhere
+        self.assertIn("Failures", self.json("copy-dir", ".", "")["error"])  # the library's own lines go elsewhere
         self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
         self.assertEqual(self.json("os-version", "--dll", "none.dll")["exitCode"], 3)
         for arguments in (["download", "-h"], ["/?", "download", "--frob"], ["help", "download"]):

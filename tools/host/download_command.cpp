@@ -166,18 +166,21 @@ int report(const std::wstring& what, const Outcome& outcome) {
     if (outcome.isGood())
         return kDone;
     const std::wstring stage = L"stage " + std::to_wstring(outcome.stage);
-    if (outcome.status >= kFirstErrorStatus)
-        return fail(what + L": the server answered with HTTP status " + std::to_wstring(outcome.status) +
-                    (outcome.stage == 0 ? L"; the file is its error page" : L" (" + stage + L")"));
+    const std::wstring status = L"HTTP status " + std::to_wstring(outcome.status);
+    if (outcome.status >= kFirstErrorStatus) {
+        field("meaning", L"the server answered with an error status");
+        return fail(what, {},
+                    L": the server answered with " + status +
+                        (outcome.stage == 0 ? L"; the file is its error page" : L" (" + stage + L")"));
+    }
     const auto* row = std::ranges::find(kStageTexts, outcome.stage, &StageText::stage);
     const bool isKnown = row != std::end(kStageTexts);
     Cause cause = outcome.error != 0 ? windowsError(outcome.error) : Cause();
     if (cause.advice.empty() && isKnown)
         cause.advice = row->advice;
-    const std::wstring text = isKnown ? row->text : L"the download failed";
-    return fail(what + L": " + text + L" (" + stage + L", HTTP status " + std::to_wstring(outcome.status) +
-                    L")",
-                cause);
+    const std::wstring meaning = isKnown ? row->text : L"the download failed";
+    field("meaning", meaning);
+    return fail(what, cause, L": " + meaning + L" (" + stage + L", " + status + L")");
 }
 
 int run(const Library& library, const Parameters& parameters) {

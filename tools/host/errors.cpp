@@ -94,9 +94,9 @@ std::wstring described(const Cause& cause) {
            (cause.name.empty() ? L"" : L", " + cause.name) + L")";
 }
 
-int fail(const std::wstring& what, const Cause& cause) {
+int fail(const std::wstring& what, const Cause& cause, const std::wstring& detail) {
     const std::wstring why = described(cause);
-    printError(what + (why.empty() ? L"" : (cause.text.empty() ? L" " : L": ") + why) +
+    printError(what + detail + (why.empty() ? L"" : (cause.text.empty() ? L" " : L": ") + why) +
                (cause.advice.empty() ? L"" : L"; " + cause.advice));
     field("error", what);
     if (cause.number)

@@ -48,8 +48,9 @@ int report(const EventOutcome& outcome, const std::wstring& logs) {
     case EventOutcome::Kind::rejected:
         field("httpStatus", outcome.code);
         field("reply", outcome.reply);
-        return fail(L"The statistics host rejected the event with HTTP status " +
-                    std::to_wstring(outcome.code) + (outcome.reply.empty() ? L"" : L": " + outcome.reply));
+        return fail(L"The statistics host rejected the event", {},
+                    L" with HTTP status " + std::to_wstring(outcome.code) +
+                        (outcome.reply.empty() ? L"" : L": " + outcome.reply));
     case EventOutcome::Kind::failed:
         return fail(L"The statistics host did not confirm the event", transportError(outcome.code));
     default:

@@ -166,9 +166,9 @@ int runLink(const Library& library, const Parameters& parameters) {
     field("errorNumber", error);
     if (step == 0)
         return kDone;
-    return fail(L"Cannot create the link " + path + L": " + explainStep(step) + L", step " +
-                    std::to_wstring(step),
-                error != 0 ? windowsError(error) : Cause());
+    field("meaning", explainStep(step));
+    return fail(L"Cannot create the link " + path, error != 0 ? windowsError(error) : Cause(),
+                std::wstring(L": ") + explainStep(step) + L", step " + std::to_wstring(step));
 }
 
 bool isFolder(const std::wstring& path) {
@@ -190,7 +190,7 @@ int runCopyDir(const Library& library, const Parameters& parameters) {
     const auto failures = static_cast<std::uint32_t>(library.copyDirEx(source.c_str(), destination.c_str()));
     field("failures", failures);
     print(std::to_wstring(failures) + (failures == 1 ? L" failure" : L" failures"));
-    return failures == 0 ? kDone : kFailed;
+    return failures == 0 ? int{kDone} : fail(L"Failures while copying " + source + L" to " + destination);
 }
 
 int runExtension(const Library& library, const Parameters& parameters) {

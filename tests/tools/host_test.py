@@ -93,10 +93,10 @@ class Host(unittest.TestCase):
         self.assertIn("***", found["commonConfig"]["text"])
         self.assertIn("https://statistics.quenlith.example", found["statisticsHost"]["text"])
         server.close()
-        found = self.json("doctor")
-        self.assertEqual((found["proxy"]["state"], found["ok"]), ("bad", False))
-        prefix.set_proxy(server.port, ProxyAddress="127.0.0.1:8080")
-        self.assertIn("put the port into ProxyPort", self.json("doctor")["commonConfig"]["text"])
+        for port, address, problem in ((server.port, "[::1]", "does not answer"), (0, "x", "from 1 to 65535"),
+                                       (80, "127.0.0.1:1", "put the port into ProxyPort")):
+            prefix.set_proxy(port, ProxyAddress=address)
+            self.assertRegex(str(self.json("doctor")), problem + ".*'error': 'Bad findings: ")
 
 
 if __name__ == "__main__":

@@ -2,6 +2,7 @@
 #include "console.h"
 #include "errors.h"
 #include "library_info.h"
+#include "property_value.h"
 #include "proxy_check.h"
 #include "service_state.h"
 #include "win32/known_folders.h"
@@ -10,9 +11,9 @@
 namespace host {
 namespace {
 
-constexpr std::int32_t kDefaultLevel = 3;
+constexpr std::int32_t kDefaultLevel = 3, kDefaultProxyPort = 80;
 
-/// Prints one finding after the other, and remembers whether all are good.
+/// Prints one finding after the other, and remembers the bad ones.
 class Report {
 public:
     void good(std::string_view name, const std::wstring& text) { add(name, Colour::good, L"ok", text); }
@@ -21,10 +22,11 @@ public:
     }
     void bad(std::string_view name, const std::wstring& text) {
         add(name, Colour::bad, L"bad", text);
-        isWell_ = false;
+        faults_ += (faults_.empty() ? L"" : L", ") + std::wstring(name.begin(), name.end());
     }
 
-    bool isWell() const { return isWell_; }
+    /// Returns the exit code.
+    int finish() const { return faults_.empty() ? int{kDone} : fail(L"Bad findings: " + faults_); }
 
 private:
     void add(std::string_view name, Colour colour, std::wstring mark, const std::wstring& text) {
@@ -35,7 +37,7 @@ private:
         print(coloured(colour, mark) + title + text);
     }
 
-    bool isWell_ = true;
+    std::wstring faults_; ///< The names of the bad findings.
 };
 
 void checkLibrary(const Library& library, Report& report) {
@@ -55,7 +57,8 @@ void checkLibrary(const Library& library, Report& report) {
 }
 
 void checkWritable(std::string_view name, const std::wstring& folder, Report& report) {
-    if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES)
+    if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES &&
+        GetLastError() == ERROR_FILE_NOT_FOUND)
         return report.doubtful(name, folder + L" does not exist yet; the first event creates it");
     const std::wstring probe = folder + L"\\doctor-" + std::to_wstring(GetCurrentProcessId()) + L".tmp";
     const win32::KernelHandle file(CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
@@ -63,31 +66,31 @@ void checkWritable(std::string_view name, const std::wstring& folder, Report& re
                                                nullptr));
     if (file)
         return report.good(name, folder + L" is writable");
-    report.bad(name, folder + L" is not writable: " + described(windowsError(GetLastError())));
+    const DWORD error = GetLastError();
+    report.bad(name, folder + L" is not writable: " + described(windowsError(error)));
 }
 
 void checkLogLevel(const Library& library, const std::wstring& logs, Report& report) {
     const std::wstring path = logs + L"\\Quenlith.cfg";
-    wchar_t value[16] = L"";
-    const auto status = library.getValueFromPropertyFile(path.c_str(), "Level", value, 16);
+    const auto status = library.getValueFromPropertyFile(path.c_str(), "Level", nullptr, 0);
     if (status == ZELSYSHELPER_FILE_FAILED)
         return report.bad("logLevel", path + L" cannot be read; check its permissions");
-    wchar_t* end = value;
-    const long number = wcstol(value, &end, 10);
-    if (end == value)
+    const std::wstring value = propertyValue(library, path, "Level", false);
+    wchar_t* end = nullptr;
+    const std::int32_t number = wcstol(value.c_str(), &end, 10);
+    if (end == value.c_str())
         return report.good("logLevel", std::to_wstring(kDefaultLevel) + L" (default): failures only");
     report.good("logLevel", std::to_wstring(number) + L", set in " + path);
 }
 
+std::wstring named(const Proxy& proxy) {
+    return proxy.host + L":" + std::to_wstring(proxy.port);
+}
+
 Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Report& report) {
     const std::wstring path = settings + L"\\common.cfg";
-    wchar_t value[256];
-    const auto read = [&](const char* key) {
-        value[0] = L'\0';
-        library.getValueFromPropertyFile(path.c_str(), key, value, 256);
-        return std::wstring(value);
-    };
-    const auto status = library.getValueFromPropertyFile(path.c_str(), "ProxyType", value, 0);
+    const auto read = [&](const char* key) { return propertyValue(library, path, key, false); };
+    const auto status = library.getValueFromPropertyFile(path.c_str(), "ProxyType", nullptr, 0);
     if (status == ZELSYSHELPER_NO_FILE) {
         report.good("commonConfig", path + L" does not exist; the defaults apply");
         return {};
@@ -102,21 +105,21 @@ Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Re
         return {};
     }
     const auto port = static_cast<std::int32_t>(library.getIntFromPropertyFile(path.c_str(), "ProxyPort"));
-    Proxy proxy{proxyHost(read("ProxyAddress")), std::to_wstring(port != ZELSYSHELPER_NO_INT ? port : 80)};
-    if (const std::wstring problem = proxyProblem(proxy.host); !problem.empty()) {
+    Proxy proxy{proxyHost(read("ProxyAddress")), port != ZELSYSHELPER_NO_INT ? port : kDefaultProxyPort};
+    if (const std::wstring problem = proxyProblem(proxy); !problem.empty()) {
         report.bad("commonConfig", path + L" " + problem);
         return {};
     }
     const std::wstring user = read("ProxyUser");
     const bool hasPassword = library.isValueFromPropertyFileNotEmpty(path.c_str(), "ProxyPw") != 0;
-    report.good("commonConfig", path + L" names the proxy " + proxy.host + L":" + proxy.port +
+    report.good("commonConfig", path + L" names the proxy " + named(proxy) +
                                     (user.empty() ? L"" : L", user " + user) +
                                     (hasPassword ? L", password ***" : L""));
     return proxy;
 }
 
 void checkProxy(const Proxy& proxy, Report& report) {
-    const std::wstring name = proxy.host + L":" + proxy.port;
+    const std::wstring name = named(proxy);
     if (proxy.host.empty())
         report.good("proxy", L"none is used");
     else if (const std::wstring fault = connectionFault(proxy); !fault.empty())
@@ -158,16 +161,18 @@ int run(const Library& library, const Parameters& parameters) {
         return wrongUsage(kDoctorCommand, L"doctor takes no arguments");
     Report report;
     checkLibrary(library, report);
-    const std::wstring settings =
-        win32::joinPath(win32::knownFolder(win32::KnownFolder::roamingAppData, {}), win32::kBrandFolder);
-    const std::wstring logs = win32::logsFolder({});
+    const std::wstring roaming = win32::knownFolder(win32::KnownFolder::roamingAppData, {});
+    if (roaming.empty())
+        report.doubtful("roamingFolder", L"cannot be found; files of the current folder take its place");
+    const std::wstring settings = roaming.empty() ? L"." : win32::joinPath(roaming, win32::kBrandFolder);
+    const std::wstring logs = roaming.empty() ? L"." : win32::logsFolder({});
     checkWritable("settingsFolder", settings, report);
     checkWritable("logFolder", logs, report);
     checkLogLevel(library, logs, report);
     checkProxy(checkCommonConfig(library, settings, report), report);
     checkService(library, report);
     checkMachine(library, report);
-    return report.isWell() ? kDone : kFailed;
+    return report.finish();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "commands.h"
 #include "console.h"
 #include "errors.h"
+#include "property_value.h"
 #include "win32/known_folders.h"
 
 #include <iterator>
@@ -103,18 +104,6 @@ int filled(const Library& library, const Property& property) {
                                                                     property.narrowKey.c_str()) != 0);
 }
 
-/// Reads a value of either form. The caller has checked that the key is there.
-std::wstring readValue(const Library& library, const Property& property) {
-    const auto read = [&](wchar_t* buffer, std::uint32_t capacity) {
-        return library.readProperty(property.file.c_str(), property.narrowKey.c_str(), buffer, capacity,
-                                    property.isEnciphered);
-    };
-    std::wstring buffer(read(nullptr, 0) + 2, L'\0');
-    read(buffer.data(), static_cast<std::uint32_t>(buffer.size()));
-    buffer.resize(buffer.find(L'\0'));
-    return buffer;
-}
-
 bool isThere(const Library& library, const Property& property) {
     return library.checkProperty(property.file.c_str(), property.narrowKey.c_str(), property.isEnciphered) !=
            0;
@@ -124,7 +113,8 @@ int read(const Library& library, const Property& property) {
     if (!isThere(library, property))
         return fail(L"Cannot read " + property.named(),
                     {.text = L"there is no such key or no such file", .advice = L"check path and key"});
-    const std::wstring value = readValue(library, property);
+    const std::wstring value =
+        propertyValue(library, property.file, property.narrowKey, property.isEnciphered);
     field("value", value);
     print(value);
     return kDone;
@@ -216,7 +206,8 @@ int runSwitch(const Library& library, const Parameters& parameters) {
                             .isEnciphered = true};
     library.enableFx(arguments[1].c_str(), property.narrowKey.c_str(), isOn);
     // The function has no result.
-    if (isThere(library, property) && readValue(library, property) == (isOn ? L"1" : L"0"))
+    if (isThere(library, property) &&
+        propertyValue(library, path, property.narrowKey, true) == (isOn ? L"1" : L"0"))
         return kDone;
     return explain(ZELSYSHELPER_FILE_FAILED, L"Cannot write " + property.named());
 }

@@ -9,6 +9,7 @@ namespace host {
 namespace {
 
 constexpr int kConnectSeconds = 3;
+constexpr std::int32_t kHighestPort = 65535;
 
 struct SocketTraits {
     using Type = SOCKET;
@@ -57,7 +58,8 @@ std::wstring proxyHost(const std::wstring& address) {
     return host.substr(0, host.find(L'/'));
 }
 
-std::wstring proxyProblem(const std::wstring& host) {
+std::wstring proxyProblem(const Proxy& proxy) {
+    const std::wstring& host = proxy.host;
     if (host.empty())
         return L"asks for a proxy and names none; set ProxyAddress, or ProxyType to 0";
     if (host.find(L'/') != host.npos)
@@ -65,8 +67,11 @@ std::wstring proxyProblem(const std::wstring& host) {
                L", which events cannot use; only \"http://\" may precede the name";
     // Several colons are an IPv6 address.
     const auto colon = host.find(L':');
-    if (colon != host.npos && colon == host.rfind(L':') && host.front() != L'[')
+    const bool hasPort = host.front() == L'[' ? host.back() != L']' : colon == host.rfind(L':');
+    if (colon != host.npos && hasPort)
         return L"has the ProxyAddress " + host + L", which events cannot use; put the port into ProxyPort";
+    if (proxy.port < 1 || proxy.port > kHighestPort)
+        return L"has a ProxyPort that events cannot use; set a number from 1 to 65535";
     return {};
 }
 
@@ -76,7 +81,10 @@ std::wstring connectionFault(const Proxy& proxy) {
     wanted.ai_family = AF_UNSPEC;
     wanted.ai_socktype = SOCK_STREAM;
     win32::Owner<AddressesTraits> found;
-    if (GetAddrInfoW(proxy.host.c_str(), proxy.port.c_str(), &wanted, found.receive()) != 0)
+    // The brackets of an IPv6 address belong to URLs.
+    const std::wstring host =
+        proxy.host.front() == L'[' ? proxy.host.substr(1, proxy.host.size() - 2) : proxy.host;
+    if (GetAddrInfoW(host.c_str(), std::to_wstring(proxy.port).c_str(), &wanted, found.receive()) != 0)
         return L"cannot be resolved; check the name and the network";
     for (const ADDRINFOW* address = found.get(); address != nullptr; address = address->ai_next)
         if (connects(*address))

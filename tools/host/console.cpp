@@ -4,8 +4,6 @@
 
 #include <cstdio>
 #include <mutex>
-#include <utility>
-#include <vector>
 
 #include <io.h>
 #include <windows.h>
@@ -152,8 +150,14 @@ void omit(std::string_view name) {
         std::erase_if(members, [name](const auto& member) { return member.first == name; });
 }
 
-void finding(std::string_view name, std::wstring_view state, std::wstring_view text) {
-    member(name, "{\"state\": " + quoted(state) + ", \"text\": " + quoted(text) + "}");
+void finding(std::string_view name, std::wstring_view state, std::wstring_view text, const Facts& facts) {
+    std::string json = "{\"state\": " + quoted(state) + ", \"text\": " + quoted(text);
+    for (const auto& [fact, value] : facts) {
+        const auto* const number = std::get_if<std::int64_t>(&value);
+        json += ", " + quoted(fact) + ": " +
+                (number != nullptr ? std::to_string(*number) : quoted(std::get<std::wstring>(value)));
+    }
+    member(name, json + "}");
 }
 
 void leaveOutcomeOpen() {

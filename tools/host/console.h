@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace host {
 
@@ -45,6 +48,9 @@ void printError(std::wstring_view line);
 /// \brief Returns text in a colour if standard output is a terminal, else the text alone.
 std::wstring coloured(Colour colour, std::wstring_view text);
 
+/// Names and values.
+using Facts = std::vector<std::pair<std::string_view, std::variant<std::int64_t, std::wstring>>>;
+
 /// \name Add members to the JSON object. No effect without --json.
 /// A later member replaces an earlier one of the same name.
 /// @{
@@ -53,8 +59,8 @@ void field(std::string_view name, std::int64_t number);
 void flag(std::string_view name, bool isSet);
 /// Removes a member.
 void omit(std::string_view name);
-/// Adds an object with the members "state" and "text".
-void finding(std::string_view name, std::wstring_view state, std::wstring_view text);
+/// Adds an object with the members "state", "text" and \p facts.
+void finding(std::string_view name, std::wstring_view state, std::wstring_view text, const Facts& facts);
 /// @}
 
 /// \brief Makes "ok" null in the JSON object: the command was carried out, and its success is unknown.

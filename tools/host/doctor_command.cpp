@@ -16,12 +16,14 @@ constexpr std::int32_t kDefaultLevel = 3, kDefaultProxyPort = 80;
 /// Prints one finding after the other, and remembers the bad ones.
 class Report {
 public:
-    void good(std::string_view name, const std::wstring& text) { add(name, Colour::good, L"ok", text); }
-    void doubtful(std::string_view name, const std::wstring& text) {
-        add(name, Colour::doubtful, L"look", text);
+    void good(std::string_view name, const std::wstring& text, const Facts& facts = {}) {
+        add(name, Colour::good, L"ok", text, facts);
     }
-    void bad(std::string_view name, const std::wstring& text) {
-        add(name, Colour::bad, L"bad", text);
+    void doubtful(std::string_view name, const std::wstring& text, const Facts& facts = {}) {
+        add(name, Colour::doubtful, L"look", text, facts);
+    }
+    void bad(std::string_view name, const std::wstring& text, const Facts& facts = {}) {
+        add(name, Colour::bad, L"bad", text, facts);
         faults_ += (faults_.empty() ? L"" : L", ") + std::wstring(name.begin(), name.end());
     }
 
@@ -29,10 +31,11 @@ public:
     int finish() const { return faults_.empty() ? int{kDone} : fail(L"Bad findings: " + faults_); }
 
 private:
-    void add(std::string_view name, Colour colour, std::wstring mark, const std::wstring& text) {
+    void add(std::string_view name, Colour colour, std::wstring mark, const std::wstring& text,
+             const Facts& facts) {
         std::wstring title(name.begin(), name.end());
         title.resize(16, L' ');
-        finding(name, mark, text);
+        finding(name, mark, text, facts);
         mark.resize(5, L' ');
         print(coloured(colour, mark) + title + text);
     }
@@ -45,29 +48,32 @@ void checkLibrary(const Library& library, Report& report) {
     if (info.version.empty())
         report.doubtful("library", info.path + L" has no version resource");
     else
-        report.good("library", info.path + L", version " + info.version);
+        report.good("library", info.path + L", version " + info.version,
+                    {{"path", info.path}, {"version", info.version}});
     const auto checkUrl = [&](std::string_view name, const std::wstring& url) {
         if (url.empty())
             report.doubtful(name, L"not stated by this library, which is older than this program");
         else
-            report.good(name, url + L", set by the build of the library");
+            report.good(name, url + L", set by the build of the library", {{"url", url}});
     };
     checkUrl("statisticsHost", info.statisticsUrl);
     checkUrl("countryHost", info.countryUrl);
 }
 
 void checkWritable(std::string_view name, const std::wstring& folder, Report& report) {
+    const Facts facts{{"path", folder}};
     if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES &&
         GetLastError() == ERROR_FILE_NOT_FOUND)
-        return report.doubtful(name, folder + L" does not exist yet; the first event creates it");
+        return report.doubtful(name, folder + L" does not exist yet; the first event creates it", facts);
     const std::wstring probe = folder + L"\\doctor-" + std::to_wstring(GetCurrentProcessId()) + L".tmp";
     const win32::KernelHandle file(CreateFileW(probe.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                                FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE,
                                                nullptr));
     if (file)
-        return report.good(name, folder + L" is writable");
+        return report.good(name, folder + L" is writable", facts);
     const DWORD error = GetLastError();
-    report.bad(name, folder + L" is not writable: " + described(windowsError(error)));
+    report.bad(name, folder + L" is not writable: " + described(windowsError(error)),
+               {{"path", folder}, {"errorNumber", error}});
 }
 
 void checkLogLevel(const Library& library, const std::wstring& logs, Report& report) {
@@ -79,8 +85,9 @@ void checkLogLevel(const Library& library, const std::wstring& logs, Report& rep
     wchar_t* end = nullptr;
     const std::int32_t number = wcstol(value.c_str(), &end, 10);
     if (end == value.c_str())
-        return report.good("logLevel", std::to_wstring(kDefaultLevel) + L" (default): failures only");
-    report.good("logLevel", std::to_wstring(number) + L", set in " + path);
+        return report.good("logLevel", std::to_wstring(kDefaultLevel) + L" (default): failures only",
+                           {{"level", kDefaultLevel}});
+    report.good("logLevel", std::to_wstring(number) + L", set in " + path, {{"level", number}});
 }
 
 std::wstring named(const Proxy& proxy) {
@@ -120,12 +127,13 @@ Proxy checkCommonConfig(const Library& library, const std::wstring& settings, Re
 
 void checkProxy(const Proxy& proxy, Report& report) {
     const std::wstring name = named(proxy);
+    const Facts facts{{"host", proxy.host}, {"port", proxy.port}};
     if (proxy.host.empty())
         report.good("proxy", L"none is used");
     else if (const std::wstring fault = connectionFault(proxy); !fault.empty())
-        report.bad("proxy", name + L" " + fault);
+        report.bad("proxy", name + L" " + fault, facts);
     else
-        report.good("proxy", name + L" answers");
+        report.good("proxy", name + L" answers", facts);
 }
 
 void checkService(const Library& library, Report& report) {
@@ -135,16 +143,18 @@ void checkService(const Library& library, Report& report) {
         return report.doubtful("updateService", L"not installed");
     const ServiceState state = updateServiceState();
     if (state.error == ERROR_SUCCESS)
-        report.good("updateService", std::wstring(L"installed, ") + state.text);
+        report.good("updateService", std::wstring(L"installed, ") + state.text,
+                    {{"serviceState", state.text}});
     else
         report.doubtful("updateService",
-                        L"installed; its state cannot be queried: " + described(windowsError(state.error)));
+                        L"installed; its state cannot be queried: " + described(windowsError(state.error)),
+                        {{"errorNumber", state.error}});
 }
 
 void checkMachine(const Library& library, Report& report) {
     wchar_t version[8] = L"";
     if (library.getOsVersion(version) != 0)
-        report.good("windows", std::wstring(L"version ") + version);
+        report.good("windows", std::wstring(L"version ") + version, {{"version", version}});
     else
         report.doubtful("windows", L"neither 10 nor 11");
     const auto extension = library.zelChromeExtWasDeleted();

@@ -55,6 +55,8 @@ wine_start() {
         return 1
     fi
     rm -f "$wine_log"
+    # The first program with a window would start the desktop, which inherits its output: a pipe never ends then.
+    "$WINE" explorer.exe /desktop >/dev/null 2>&1 &
 }
 
 wine_stop() {

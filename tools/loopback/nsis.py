@@ -39,7 +39,7 @@ def expect(condition, problem):
 
 
 def install(installer, version, *options, expected=0):
-    code = prefix.run_silently(installer, "/S", *options)
+    code = prefix.run(installer, "/S", *options).returncode
     print(" ".join(["$", installer.name, "/S", *options, f"  (exit code {code})"]))
     expect(code == expected, "that is wrong")
     files = {path.relative_to(INSTALLED).as_posix() for path in INSTALLED.rglob("*") if path.is_file()}
@@ -53,7 +53,7 @@ def install(installer, version, *options, expected=0):
 
 
 def uninstall():
-    expect(prefix.run_silently(UNINSTALLER, "/S") == 0, "the uninstaller fails")  # starts a copy of itself and ends
+    expect(prefix.run(UNINSTALLER, "/S").returncode == 0, "the uninstaller fails")  # starts a copy of itself and ends
     end = time.monotonic() + 30
     while INSTALLED.exists() and time.monotonic() < end:
         time.sleep(0.2)

@@ -3,6 +3,7 @@
 import os
 import subprocess
 from pathlib import Path
+from tempfile import TemporaryFile
 
 WINE = os.environ["WINE"]
 ROAMING = next((Path(os.environ["WINEPREFIX"]) / "drive_c/users").glob("*/AppData/Roaming"))
@@ -20,22 +21,19 @@ def run(program, *arguments, timeout=60, **options):
     """Runs a Windows program and returns what `subprocess.run` returns, with its texts. None of them, and no log, may
     hold the proxy's password."""
     for _ in range(3):
-        result = subprocess.run([WINE, str(program), *arguments], capture_output=True, encoding="utf-8",
-                                timeout=timeout, stdin=subprocess.DEVNULL, **options)
+        # Files instead of pipes: a process that Wine starts on the way, its desktop for instance, keeps a pipe open.
+        with TemporaryFile() as output, TemporaryFile() as errors:
+            result = subprocess.run([WINE, str(program), *arguments], stdout=output, stderr=errors, timeout=timeout,
+                                    stdin=subprocess.DEVNULL, **options)
+            for name, file in ("stdout", output), ("stderr", errors):
+                file.seek(0)
+                setattr(result, name, file.read().decode("utf-8").replace("\r\n", "\n").replace("\r", "\n"))
         if START_FAILED not in result.stderr:
             break
     logs = [log.read_text(errors="replace") for log in LOGS.glob("*.log*") if log.is_file()]
     if any(SECRET in text for text in (result.stdout, result.stderr, *logs)):
         raise AssertionError(f"{program} {arguments} tells the proxy's password")
     return result
-
-
-def run_silently(program, *arguments, timeout=60):
-    """Runs a program that opens windows, without output, and returns its exit code. The first window of a prefix
-    starts its desktop, a process that inherits the output and would keep a pipe open."""
-    null = subprocess.DEVNULL
-    return subprocess.run([WINE, str(program), *arguments], stdin=null, stdout=null, stderr=null,
-                          timeout=timeout).returncode
 
 
 def host(*arguments, **options):

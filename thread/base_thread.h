@@ -18,7 +18,7 @@ public:
 
 /// \brief Runs a \ref CThreadFunction on a thread of its own, once for each `Start`.
 ///
-/// The destructor closes the handles. It neither waits for the thread nor terminates it: the owner must
+/// The destructor closes the handles. It neither waits for the thread nor terminates it: the caller must
 /// ensure that the run is over first. The module of the thread's code stays loaded while the thread runs.
 class BaseThread {
 public:

@@ -98,7 +98,7 @@ def storm(folder, pem):
     for name, before, after, most in zip(("handles", "KiB of own blocks", "KiB of memory"), *usage,
                                          (32, 64 + kept, 8192 + kept + system)):
         promise(after - before <= most, f"{name} grew from {before} to {after}, by more than {most}")
-        row(f"storm: {name} before, after, most growth", f"{before}, {after}, {most}")
+        row(f"storm: {name} before, after, allowed growth", f"{before}, {after}, {most}")
 
 
 def sweep(folder, pem):
@@ -172,7 +172,7 @@ def eight_processes(folder, _pem):
     promise(path.read_bytes() == contents_of(OTHERS | {key: value_of(SETS) for key in KEYS}), "the last updates are lost")
     row("8 processes: updates; lost", f"{8 * SETS}; {totals['lost']}")
     row("8 processes: keys of others absent, values torn", f"{totals['absent']}, {totals['half']}")
-    row("8 processes: looks at the file from outside; broken states", f"{seen['looks']}; {len(broken_states)}")
+    row("8 processes: inspections of the file from outside; broken states", f"{seen['looks']}; {len(broken_states)}")
 
 
 # What the statistics host does with a post, in percent, and what the library must then log.
@@ -247,8 +247,8 @@ def chaotic_events(_folder, pem):
         if outcome.startswith("curl"):
             codes[f"{outcome.split()[1]} after {kinds[-1] if kinds else 'nothing'}"] += 1
     row("events: sent; arrived once, twice after 500, never", f"{EVENTS}; {arrived[1]}, {arrived[2]}, {arrived[0]}")
-    row("events: the log says ok, rejected, no answer", f"{told['ok']}, {told['rejected']}, {told['curl']}")
-    row("events: why no answer (transport code)", counts(codes))
+    row("events: logged as ok, rejected, no reply", f"{told['ok']}, {told['rejected']}, {told['curl']}")
+    row("events: transport codes of missing replies", counts(codes))
 
 
 def kill_save(folder, _pem):

@@ -195,7 +195,7 @@ void report(const std::vector<Lane>& lanes) {
 void benchDownload() {
     std::vector<Lane> lanes{{"startDownloadFile", ours},
                             {"WinHTTP loop", [] { return byWinHttp(true); }},
-                            {"WinHTTP loop that does not ask", [] { return byWinHttp(false); }},
+                            {"WinHTTP loop without a query", [] { return byWinHttp(false); }},
                             {"URLDownloadToFileW", byUrlmon},
                             {"WinINet loop", byWinInet}};
     for (std::size_t i = lanes.size(); i-- > 0;) { // the first run of each only warms up

@@ -20,7 +20,7 @@ void listHeavy() {
     for (const char* const name : kHeavy)
         if (isThere(name))
             before.push_back(name);
-    bench::require(before.empty(), "this program has loaded what the library needs");
+    bench::require(before.empty(), "this program has loaded DLLs that the library needs");
     const HMODULE module = LoadLibraryW(L"zelsyshelper.dll");
     for (const char* const name : kHeavy)
         if (isThere(name))
@@ -29,7 +29,7 @@ void listHeavy() {
     std::string names;
     for (const std::string& name : loaded)
         names += (names.empty() ? "" : ", ") + name;
-    bench::print({.path = "heavy DLLs that loading brings",
+    bench::print({.path = "heavy DLLs loaded with the library",
                   .ours = names.empty() ? "none" : names,
                   .limit = "none",
                   .goal = "none",

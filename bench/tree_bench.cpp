@@ -25,7 +25,7 @@ void makeTree(const std::wstring& root) {
         for (int j = 0; j < kFilesEach; ++j)
             bench::require(bench::writeWhole(folder + L"\\file" + std::to_wstring(j) + L".dat",
                                              std::string(kFileSize, 'x')),
-                           "the tree cannot be made");
+                           "the tree cannot be created");
     }
 }
 

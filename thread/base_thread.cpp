@@ -34,7 +34,7 @@ std::uint32_t BaseThread::Start() {
     if (function_ == nullptr)
         return ERROR_INVALID_PARAMETER;
     for (auto* event : {&started_, &finished_})
-        if (!*event) // created on demand: most launchers of clients never start a thread
+        if (!*event) // created on demand: the client end of a channel starts no thread
             *event = makeEvent();
     if (!started_ || !finished_)
         return ERROR_BAD_ENVIRONMENT;

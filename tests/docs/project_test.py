@@ -1,4 +1,4 @@
-"""Whether what stands beside the code agrees with it: the headers on their own, the diagram, the reference."""
+"""Checks headers, built DLL, symbols and generated pages against the sources."""
 
 import re
 import subprocess
@@ -16,7 +16,7 @@ def llvm(tool, *arguments):
 
 
 def targets():
-    """The folders that CMake knows, each with the folders that it may include."""
+    """Maps each folder that is a CMake target to the folders that it may include."""
     text = (ROOT / "CMakeLists.txt").read_text()
     calls = [call.split() for call in re.findall(r"zelsys_folder\(([^)]*)\)", text)]
     folders = {call[0]: call[1] for call in calls}
@@ -25,7 +25,7 @@ def targets():
 
 
 class Project(unittest.TestCase):
-    def test_headers_compile_on_their_own(self):
+    def test_headers_are_self_contained(self):
         header, loader = ROOT / "include/zelsyshelper.h", ROOT / "include/zelsyshelper_load.hpp"
         gnu = "x86_64-w64-mingw32-gcc-posix"
         cases = [(compiler, language, header) for compiler in ("gcc", "clang", gnu)
@@ -37,7 +37,7 @@ class Project(unittest.TestCase):
                 subprocess.run([compiler, "-x", *language.split(), "-fsyntax-only", "-Wall", "-Wextra",
                                 "-Wpedantic", "-Werror", "-"], input=source, text=True, check=True)
 
-    def test_arrows_of_the_diagram_are_those_of_the_build(self):
+    def test_dependency_diagram_matches_the_build(self):
         drawn = {}
         for line in (ROOT / "docs/architecture.md").read_text().splitlines():
             if found := re.fullmatch(r"    (\S.*?) +-> +(.*)", line):
@@ -50,7 +50,7 @@ class Project(unittest.TestCase):
                            (ROOT / "modules/zelsyshelper/src/CMakeLists.txt").read_text())[1].split()
         self.assertLessEqual({"ui/common/stat" if name == "stat" else name for name in linked}, exports)
 
-    def test_dll_is_small_and_needs_nothing_heavy_to_be_loaded(self):
+    def test_dll_is_small_and_imports_no_heavy_dll(self):
         self.assertEqual(re.findall(r"^ +Name: (\S+)$", llvm("readobj", "--coff-imports", DLL), re.M),
                          ["KERNEL32.dll", "msvcrt.dll"])
         exports = set(re.findall(r"^ +Name: (\w+)$", llvm("readobj", "--coff-exports", DLL), re.M))
@@ -58,15 +58,15 @@ class Project(unittest.TestCase):
         self.assertEqual(exports, set(re.findall(r"^ZELSYSHELPER_API \w+ (\w+)\(", header, re.M)))
         self.assertLess(DLL.stat().st_size, 350_000)
 
-    def test_symbols_match_and_slots_of_delayed_imports_can_be_written(self):
-        """A linker may put imports into read-only memory, where the first call would crash."""
+    def test_pdbs_match_and_slots_of_delayed_imports_are_writable(self):
+        """Newer linkers make .idata read-only. The first call of a delayed import writes its slot, and would crash."""
         for binary, name, source in ((DLL, "getOsVersion", "modules/zelsyshelper/src/system_helper.cpp"),
                                      (DLL.with_name("zelsyshelper-host.exe"), "wmain", "tools/host/main.cpp")):
             directory = llvm("readobj", "--coff-debug-directory", binary)
             parts = re.search(r"PDBGUID: (.*)\n +PDBAge: 1\n +PDBFileName: (.*)\n", directory)
             pdb = binary.with_suffix(".pdb")
             guid = uuid.UUID(llvm("pdbutil", "dump", "-summary", pdb).split("GUID: ")[1][1:37])
-            # LLVM 14 prints the bytes, LLVM 19 the GUID.
+            # LLVM 14 prints the bytes of the GUID, LLVM 19 its text form.
             own = uuid.UUID(parts[1]) if "-" in parts[1] else uuid.UUID(bytes_le=bytes.fromhex(parts[1].strip("()")))
             self.assertEqual((own, parts[2]), (guid, pdb.name))
             symbol = re.search(rf"`{name}`\n.* addr = (\d+):(\d+)", llvm("pdbutil", "dump", "-publics", pdb))
@@ -85,7 +85,7 @@ class Project(unittest.TestCase):
                               llvm("readobj", "--sections", DLL), re.S)
         self.assertEqual([name for name in names if str(int(slots[name])) not in writable], [])
 
-    def test_every_entry_of_the_top_level_is_explained(self):
+    def test_architecture_page_names_every_top_level_entry(self):
         files = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.split("\n")
         named = set(re.findall(r"`([^`]+?)/?`", (ROOT / "docs/architecture.md").read_text()))
         entries = {file.split("/")[0] for file in files if file}

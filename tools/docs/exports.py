@@ -1,6 +1,6 @@
 """Writes docs/exports.md, the reference of the exports, from the comments of the public header.
 
-With --check, only tells whether the file is current.
+With --check, writes nothing and fails if the file is not current.
 """
 
 import re
@@ -10,14 +10,14 @@ from pathlib import Path
 ROOT = Path(__file__).parents[2]
 TARGET = ROOT / "docs/exports.md"
 
-# A comment in front of something, or one behind a definition.
+# A doc comment before a declaration or macro, or one after a macro on the same line.
 TOKEN = re.compile(r"/\*\*(?P<doc>(?!<|@).*?)\*/\s*(?P<code>#define[^\n]*?(?=/\*\*<|\n)|ZELSYSHELPER_API[^;]*;|"
                    r"typedef struct.*?\} \w+;)?"
                    r"|(?P<define>#define ZELSYSHELPER_\w+(?:\s|\\\n)+[^\n]*?)(?:/\*\*<(?P<behind>.*?)\*/|\n)", re.S)
 
 
 def text_of(comment):
-    """The text of a comment without its frame."""
+    """Returns the text of a comment without delimiters and leading asterisks."""
     return "\n".join(re.sub(r"^\s*\* ?", "", line).rstrip() for line in comment.strip().splitlines()).strip()
 
 
@@ -39,7 +39,7 @@ def constant(define, text):
 
 
 def entry(match):
-    """The lines of one thing that the header tells about, and whether it is a row of a table."""
+    """Returns the Markdown lines for a match of TOKEN, and whether they are a table row."""
     if match["define"]:
         return [constant(match["define"], text_of(match["behind"] or ""))], True
     text = text_of(match["doc"])

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds the benchmarks, runs them under Wine and prints one table. Arguments choose among them: scripts/bench.sh files
-# With --write the table goes to docs/benchmarks.md.
+# Builds the benchmarks, runs them under Wine and prints one table:
+#   scripts/bench.sh [NAME...]    default: all of them
+#   scripts/bench.sh --write      all of them; also writes the results into docs/benchmarks.md
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what building, testing and the demo need, from Debian's own packages, and the packages that its
-# arguments name. Does nothing when all is there.
+# Installs the Debian packages that build, tests and demo need, and those that its arguments name. Does
+# nothing if all of them are installed.
 set -euo pipefail
 
 packages=(
@@ -12,7 +12,7 @@ packages=(
     g++
     g++-mingw-w64-x86-64-posix
     git
-    gnutls-bin # its library is what Wine uses for TLS
+    gnutls-bin # brings the library that Wine uses for TLS
     googletest
     libclang-rt-dev
     liblnk-utils
@@ -42,7 +42,7 @@ as_root=()
 if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
         echo "bootstrap: these packages are missing: ${missing[*]}" >&2
-        echo "bootstrap: run this as root, or install sudo, or ask your administrator for them." >&2
+        echo "bootstrap: run this as root, install sudo, or ask your administrator to install them" >&2
         exit 1
     fi
     as_root=(sudo)

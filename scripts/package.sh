@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Makes build/zelsyshelper-<version>-win64.zip. The same commit gives the same bytes, wherever it is built.
+# Creates build/zelsyshelper-<version>-win64.zip. The same commit gives the same bytes in every folder.
 #
-#   --sign CERTIFICATE KEY   PEM files; signs the archive's DLL and host program, and names the archive
-#                            zelsyshelper-<version>-win64-signed.zip. Nothing else in build/ is signed.
-#   --passphrase FILE        the passphrase of KEY is the contents of FILE
-#   --timestamp URL          time-stamps the signatures by an RFC 3161 server
+#   --sign CERTIFICATE KEY   PEM files; signs the DLL and the host program in the archive, and names it
+#                            zelsyshelper-<version>-win64-signed.zip. The files in build/ stay unsigned.
+#   --passphrase FILE        reads the passphrase of KEY from FILE
+#   --timestamp URL          time-stamps the signatures with this RFC 3161 server
 set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd) # relative paths of the arguments belong to the caller's folder
+root=$(cd "$(dirname "$0")/.." && pwd) # no cd here: arguments may be relative to the caller's folder
 
 (
     cd "$root"

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# Runs both commands of the README on bare Debian systems, some 20 minutes each, and prints one table:
+# Runs both commands of the README on bare Debian systems, half an hour each, and prints one table:
 #   scripts/releases.sh [RELEASE...]      default: bookworm trixie
-# A system is created by debootstrap in a temporary folder, from the mirror that this system's apt uses, and holds a
-# clone with the tracked files as they are. It is removed afterwards; its output stays in build/releases/RELEASE.log.
+# debootstrap creates each system in a temporary folder, from the mirror that this system's apt uses. The
+# system gets a clone with the tracked files in their current state. It is removed afterwards; its output
+# stays in build/releases/RELEASE.log.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 if [ "$(id -u)" -ne 0 ]; then
-    echo "releases.sh: run this as root: debootstrap, chroot and mount need it" >&2
+    echo "releases.sh: run this as root, which debootstrap, chroot and mount need" >&2
     exit 1
 fi
 releases=("$@")
@@ -17,14 +18,14 @@ apt-get update -qq
 command -v debootstrap >/dev/null || apt-get install -y -qq --no-install-recommends debootstrap >/dev/null
 mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
     "Codename: $(. /etc/os-release && echo "$VERSION_CODENAME")" | head -n 1)
-[ -n "$mirror" ] || { echo "releases.sh: apt knows no mirror of this Debian release" >&2; exit 1; }
+[ -n "$mirror" ] || { echo "releases.sh: apt has no source for this Debian release" >&2; exit 1; }
 
 folder=$(mktemp -d)
 running=
 stop() {
-    # The namespace ends with its first process: all others in it, and its mounts.
+    # Killing the first process of the namespace ends all others in it, and removes its mounts.
     [ -z "$running" ] || { kill -KILL "$running" && wait "$running"; } 2>/dev/null || true
-    for _ in $(seq 10); do # processes of the namespace may take a moment to end
+    for _ in $(seq 10); do # the last processes of the namespace may still be ending
         rm -rf --one-file-system "$folder" 2>/dev/null && break
         sleep 1
     done
@@ -32,7 +33,7 @@ stop() {
 trap stop EXIT
 trap 'exit 130' INT TERM
 
-# Runs in namespaces of its own, since Wine leaves processes behind, and no mount may outlive an interruption.
+# Runs in its own namespaces: Wine leaves processes running, and no mount may outlive an interruption.
 run_release() {
     set -euo pipefail
     local root=$1 release=$2 mirror=$3 result=$4

@@ -8,11 +8,11 @@ scripts/bootstrap.sh fonts-wine imagemagick
 cmake --build --preset windows --target zelsyshelper single_instance
 
 source scripts/wine.sh
-WINEPREFIX=$(mktemp -d) # a fresh prefix, for its colours and sizes
+WINEPREFIX=$(mktemp -d) # a fresh prefix has the default colours and sizes
 export WINEPREFIX
 trap 'wine_stop; rm -rf "$WINEPREFIX"' EXIT
 trap 'exit 130' INT TERM
-# Wine draws the buttons of a title with a font of its own, which this loader finds in the prefix only.
+# Wine draws the buttons of a title bar with its own font. $WINE finds it in the prefix only.
 mkdir -p "$WINEPREFIX/drive_c/windows/Fonts"
 cp /usr/share/wine/fonts/marlett.ttf "$WINEPREFIX/drive_c/windows/Fonts"
 wine_display 700x360

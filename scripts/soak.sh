@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Soak, storm and kill tests under Wine: some 20 minutes, with --short one and a half. Prints one table, and ends with an
-# error when a promise of docs/reliability.md was broken. Names of parts choose among them: scripts/soak.sh storm
-# With --write the table goes to docs/reliability.md.
+# Runs the soak, storm and kill tests under Wine and prints one table. Exits with an error if a guarantee of
+# docs/reliability.md is broken.
+#   scripts/soak.sh [NAME...]    about 20 minutes; default: all parts
+#   --short                      one and a half minutes
+#   --write                      all parts; also writes the figures into docs/reliability.md
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests: the pure logic natively under sanitizers, 10 seconds of each fuzzer, the rest
-# under Wine: as it is shipped, with a guarded heap and traps for undefined behaviour, and the short soak.
-# Arguments choose among the tests under Wine, for instance: scripts/test.sh -R events
-# A prefix that WINEPREFIX names is for tests only: they change its settings, and end what runs in it.
+# Builds everything and runs all tests:
+#   - each fuzzer for 10 seconds, and the pure logic natively, both with sanitizers;
+#   - the tests under Wine, with the shipped build and with the hardened one;
+#   - the short soak.
+# Arguments go to ctest and select tests under Wine, for instance: scripts/test.sh -R events
+# Set WINEPREFIX only to a prefix that is for tests: they change its settings and end its programs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs one Windows program in the Wine prefix that WINEPREFIX names: the emulator of the cross build.
+# Runs one Windows program in the Wine prefix WINEPREFIX. CMake calls it as the emulator of the cross build.
 set -euo pipefail
-: "${WINEPREFIX:?run the tests with scripts/test.sh, which makes a Wine prefix}"
+: "${WINEPREFIX:?run the tests with scripts/test.sh, which creates a Wine prefix}"
 source "$(dirname "$0")/wine.sh"
 exec "$WINE" "$@"

@@ -1,19 +1,20 @@
-# For sourcing. Runs Windows programs under Wine in a prefix of their own, without a display.
+# Source this file. It runs Windows programs under Wine in a separate prefix, without a display.
 #
-#   wine_start    makes the prefix that WINEPREFIX names (default: a temporary one) and keeps Wine's server up
-#   wine_stop     ends what runs in that prefix, and removes it when it was a temporary one
-#   wine_display  starts an X server, WIDTHxHEIGHT pixels, for the windows of a wine_start that follows
-#   $WINE         the loader, to be put before a Windows program
+#   wine_start                 creates the prefix WINEPREFIX, by default a temporary one; keeps Wine's server up
+#   wine_stop                  ends all programs in that prefix, and removes a temporary prefix
+#   wine_display WIDTHxHEIGHT  starts an X server for windows; call it before wine_start
+#   $WINE                      the loader: $WINE program.exe
 
-# The loader itself is called, since the wrapper on PATH warns about a missing 32-bit half that nobody needs.
+# The loader itself: the wrapper script on PATH warns about the missing 32-bit half, which no program here
+# needs.
 WINE=$(dpkg -L wine64 | grep 'lib/wine/wine64$')
 export WINE
-# Of its own messages only those that tell why a program did not start, see tools/loopback/prefix.py.
+# Of Wine's messages, only those of a program that does not start: tools/loopback/prefix.py searches for them.
 export WINEDEBUG=${WINEDEBUG:--all,err+virtual}
-# No debugger: a crash must end the program, not wait for somebody to look at it.
-# No menu entries either: for each link, Wine would write some into the user's home.
+# Without the debugger, a crash ends the program at once. Without the menu builder, Wine writes no menu
+# entries into the user's home for each link.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=;winemenubuilder.exe="
-# Arguments outside ASCII arrive only where the locale can hold them.
+# Wine passes arguments outside ASCII only in a locale that can represent them.
 export LC_ALL=C.UTF-8
 unset DISPLAY
 
@@ -41,8 +42,8 @@ wine_start() {
     fi
     wine_started=yes
     mkdir -p "$WINEPREFIX"
-    # The first program makes the prefix and starts Wine's services. There must be only one first program, or two
-    # service managers stand beside each other; it sleeps on, since starting Wine's server anew costs seconds.
+    # The first program creates the prefix and starts Wine's services. Two programs at the same moment would
+    # start two service managers. This one keeps running, because starting Wine's server again takes seconds.
     wine_log=$(mktemp)
     "$WINE" cmd.exe /c "echo ready & ping -n 100000 127.0.0.1" >"$wine_log" 2>&1 &
     wine_keeper=$!
@@ -51,16 +52,17 @@ wine_start() {
         sleep 0.1
     done
     if ! grep -q ready "$wine_log"; then
-        echo "wine.sh: Wine does not start in $WINEPREFIX" >&2
+        echo "wine.sh: Wine did not start in $WINEPREFIX within 180 s" >&2
         return 1
     fi
     rm -f "$wine_log"
-    # The first program with a window would start the desktop, which inherits its output: a pipe never ends then.
+    # Otherwise the first program with a window starts the desktop, which inherits the program's output and
+    # keeps a pipe open after the program has ended.
     "$WINE" explorer.exe /desktop >/dev/null 2>&1 &
 }
 
 wine_stop() {
-    # Without a start, the server of the user's own prefix would be the one that is ended here.
+    # Without wine_start, this would end the server of the user's own prefix.
     if [ -n "$wine_started" ]; then
         timeout 30 "$(dirname "$WINE")/wineserver64" -k >/dev/null 2>&1 || true
         [ -z "$wine_keeper" ] || kill "$wine_keeper" 2>/dev/null || true
@@ -68,7 +70,7 @@ wine_stop() {
     fi
     [ -z "$wine_x_server" ] || kill "$wine_x_server" 2>/dev/null || true
     if [ -n "$wine_temporary" ]; then
-        # The server keeps its socket outside the prefix, in a folder whose name it leaves there.
+        # The server's socket is outside the prefix, in a folder that the file "wineserver" names.
         local socket_folder
         socket_folder=$(cat "$WINEPREFIX/wineserver" 2>/dev/null || true)
         rm -rf "$wine_temporary" ${socket_folder:+"/tmp/$socket_folder"}

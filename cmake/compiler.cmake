@@ -1,9 +1,9 @@
-# Compiler and linker settings that all of our own targets share.
+# Compiler and linker settings of all targets of this project.
 add_library(zelsys_options INTERFACE)
 target_compile_features(zelsys_options INTERFACE cxx_std_20)
 target_compile_options(zelsys_options INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Werror
-    # Names in log lines stay relative, and no path of the building machine ends up in a binary.
+    # File names in log lines are relative, and no binary contains a path of the building machine.
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
 if(WIN32)
@@ -41,12 +41,13 @@ endif()
 
 # zelsys_symbols(<target>)
 #
-# Writes build/bin/<target>.pdb. The debug directory of the DLL or program holds its GUID and its name.
+# Writes build/bin/<target>.pdb. The debug directory of the DLL or program contains the PDB's GUID and file
+# name.
 function(zelsys_symbols target)
     if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
         target_link_options(${target} PRIVATE
             -Wl,--pdb=bin/${target}.pdb -Wl,-Xlink=-pdbaltpath:%_PDB% -Wl,-Xlink=-pdbsourcepath:${target})
-        # With a PDB, LLD keeps the DWARF of the runtime libraries.
+        # With --pdb, LLD keeps the DWARF sections of the runtime libraries.
         add_custom_command(TARGET ${target} POST_BUILD
             COMMAND ${CMAKE_STRIP} --strip-all $<TARGET_FILE:${target}>)
     endif()
@@ -54,11 +55,10 @@ endfunction()
 
 # zelsys_folder(<target> <folder> [HOT] [PURE files...] [WINDOWS files...] [DEPENDS targets...])
 #
-# One static library for one folder. PURE files know nothing of Windows and build everywhere; WINDOWS files
-# are left out of native builds. A folder's headers are reachable only by targets that depend on it: each
-# folder gets an include root of its own, a link in the build tree, so that a forbidden dependency does not
-# compile. HOT folders are compiled for speed, all others for size: they wait for the disk, the network or the
-# system anyway.
+# Defines a static library for one folder. PURE files do not use Windows and build everywhere. Native builds
+# skip WINDOWS files. Each folder has its own include root, a link in the build tree, so that only targets
+# that depend on a folder can include its headers: a forbidden dependency does not compile. HOT folders are
+# compiled for speed, all others for size, because they wait for the disk, the network or the system.
 function(zelsys_folder target folder)
     cmake_parse_arguments(arg "HOT" "" "PURE;WINDOWS;DEPENDS" ${ARGN})
     set(sources ${arg_PURE})
@@ -71,7 +71,7 @@ function(zelsys_folder target folder)
     file(MAKE_DIRECTORY ${parent})
     file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${folder} ${root}/${folder} SYMBOLIC)
 
-    # A debugger finds the header where it lies.
+    # Debug information names a header's real path, not the include root: debuggers then find the file.
     set(header_map -ffile-prefix-map=include-roots/${target}/=)
     if(sources)
         list(TRANSFORM sources PREPEND ${PROJECT_SOURCE_DIR}/${folder}/)

@@ -1,5 +1,5 @@
-# Cross build for 64-bit Windows with Debian's MinGW-w64 and its GCC, as a second opinion. The posix thread
-# model brings std::thread and std::mutex. The runtime is linked statically, so the DLL needs only Windows.
+# Toolchain of the second compiler: Debian's MinGW-w64 GCC for 64-bit Windows. Its posix thread model provides
+# std::thread and std::mutex. The runtime is linked statically, so that the DLL needs only Windows.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -18,6 +18,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 
-# Archives without dates and owners: the same sources give the same bytes.
+# Archives contain no dates and no owners, so that the same sources give the same bytes.
 set(CMAKE_CXX_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
 set(CMAKE_CXX_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")

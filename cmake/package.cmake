@@ -1,10 +1,11 @@
-# What a package holds. `cmake --install` puts it into a folder; scripts/package.sh makes an archive of that.
+# Contents of the package. `cmake --install` copies them to a folder, from which scripts/package.sh creates an
+# archive.
 include(CMakePackageConfigHelpers)
 include(${CMAKE_CURRENT_LIST_DIR}/reference.cmake)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelsyshelper-config-version.cmake
     VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
 
-# What a package is made of, without tests and examples.
+# Builds the contents of the package, without tests and examples.
 add_custom_target(shipped DEPENDS zelsyshelper zelsyshelper-host msvc_library reference)
 
 install(FILES $<TARGET_FILE:zelsyshelper> $<TARGET_FILE:zelsyshelper-host> DESTINATION bin)
@@ -16,7 +17,7 @@ install(FILES $<TARGET_LINKER_FILE:zelsyshelper> ${CMAKE_ARCHIVE_OUTPUT_DIRECTOR
 install(FILES ${PROJECT_BINARY_DIR}/zelsyshelper-config-version.cmake cmake/zelsyshelper-config.cmake
     DESTINATION lib/cmake/zelsyshelper)
 install(FILES include/zelsyshelper.h include/zelsyshelper_load.hpp DESTINATION include)
-# The single-instance channel as sources, since an object file of one compiler is of no use to another.
+# The single-instance channel as sources: other compilers cannot link object files of this one.
 install(DIRECTORY ipc thread DESTINATION src/zelsyshelper-ipc FILES_MATCHING PATTERN *.h PATTERN *.cpp)
 install(FILES sys/cs_wrapper.h sys/safe_data_holder.h DESTINATION src/zelsyshelper-ipc/sys)
 install(FILES win32/owner.h DESTINATION src/zelsyshelper-ipc/win32)
@@ -25,7 +26,7 @@ install(FILES docs/configuration.md docs/exports.md docs/installers.md docs/inte
     DESTINATION docs)
 install(DIRECTORY ${reference}/ DESTINATION docs/reference
     FILES_MATCHING PATTERN doxygen.css PATTERN index.html PATTERN zelsyshelper_8h.html PATTERN struct*.html)
-# Only sources in the folder of an example, so that no build tree and no installed module gets into the package.
+# Sources of the examples only: the package must contain no build tree and no installed npm module.
 install(DIRECTORY examples DESTINATION .
     FILES_MATCHING REGEX "/examples/CMakeLists\\.txt$" REGEX "/examples/[a-z_]+/[a-z_]+\\.(c|cpp|js|nsi)$"
     PATTERN build EXCLUDE PATTERN node_modules EXCLUDE)

@@ -1,7 +1,7 @@
 # find_package(zelsyshelper) defines
-#   zelsyshelper::zelsyshelper   the DLL, by its import library
-#   zelsyshelper::ipc            the single-instance channel, compiled from src/zelsyshelper-ipc by the compiler of
-#                                the project that links it; needs C++20 and a project with the language CXX
+#   zelsyshelper::zelsyshelper   the DLL, through its import library
+#   zelsyshelper::ipc            the single-instance channel; the project that links it compiles the sources in
+#                                src/zelsyshelper-ipc, and needs C++20 and the language CXX
 get_filename_component(zelsyshelper_root "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
 
 if(NOT TARGET zelsyshelper::zelsyshelper)
@@ -26,7 +26,7 @@ if(CXX IN_LIST zelsyshelper_languages AND NOT TARGET zelsyshelper::ipc)
     target_include_directories(zelsyshelper_ipc PRIVATE ${zelsyshelper_root}/src/zelsyshelper-ipc)
     target_include_directories(zelsyshelper_ipc SYSTEM INTERFACE ${zelsyshelper_root}/src/zelsyshelper-ipc)
     target_link_libraries(zelsyshelper_ipc PUBLIC advapi32 user32)
-    # Settings that the project may have for its own sources.
+    # The project may have set these for its own sources.
     set_target_properties(zelsyshelper_ipc PROPERTIES
         COMPILE_WARNING_AS_ERROR OFF CXX_SCAN_FOR_MODULES OFF UNITY_BUILD OFF)
 endif()

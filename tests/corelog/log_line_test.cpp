@@ -13,11 +13,11 @@ TEST(LogLine, OneMessageIsOneLine) {
               "2026-01-02T03:04:05.006Z 7 8 3 Tag\\n file.cpp:42 first\\r\\nsecond\xEF\xBF\xBD\n");
 }
 
-TEST(LogLine, LongTextIsCut) {
+TEST(LogLine, LongTextIsTruncated) {
     const std::string longest(CoreLog::kLongestText, 'x');
     EXPECT_EQ(CoreLog::formatLine(parts(longest)).find("[cut]"), std::string::npos);
     const std::string line = CoreLog::formatLine(parts(longest.substr(1) + "\xC3\xA9z"));
-    EXPECT_TRUE(line.ends_with("x [cut]\n")) << "no half of a character";
+    EXPECT_TRUE(line.ends_with("x [cut]\n")) << "truncated before the whole character";
     EXPECT_LT(line.size(), longest.size() + 100);
 }
 

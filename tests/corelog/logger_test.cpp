@@ -54,7 +54,7 @@ protected:
 
 TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
     logAllLevels();
-    EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "no settings, maybe no folder";
+    EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "without settings or folder";
     const std::map<std::string, int> linesByLevel = {
         {"Level=7\n", 3}, {"Level=6\n", 2}, {"Level=2\n", 0}, {"level=7\n", 1}, {"Level=nonsense\n", 1}};
     for (const auto& [settings, lines] : linesByLevel) {
@@ -65,15 +65,15 @@ TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
     }
 }
 
-TEST_F(Logger, FolderThatCannotBeMadeIsAnErrorAndAFileThatCannotBeOpenedNoHarm) {
+TEST_F(Logger, MissingFolderIsAnErrorAndAnUnusableFileIsNot) {
     CoreLog::LoggerSlot logger;
     CoreLog::setSettingsName("no\\such\\folder");
     ASSERT_EQ(CoreLog::createLogger(logger), 0);
     CoreLog::CLogMsgMultibyte(logger.get(), 3, "tag", "file", 1) << "lost";
     CreateDirectoryWSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(CoreLog::createLogger(logger), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(logger, nullptr) << "the logger that was there is released";
-    CoreLog::CLogMsgMultibyte(logger.get(), 3, "tag", "file", 1) << "no harm";
+    EXPECT_EQ(logger, nullptr) << "the previous logger is destroyed";
+    CoreLog::CLogMsgMultibyte(logger.get(), 3, "tag", "file", 1) << "ignored";
     testing_support::restoreSeams();
 }
 
@@ -88,16 +88,16 @@ void writeLines(const std::wstring& path, const std::string& writer) {
         file.append(lineOf(writer, i) + "\n");
 }
 
-/// Runs this program once more as a writer; the test below starts it.
+/// The writer in the second process, which the next test starts. Does nothing otherwise.
 TEST(LogWriter, RunsInASecondProcess) {
     if (const wchar_t* path = _wgetenv(kWriterVariable))
         writeLines(path, "process");
 }
 
-TEST(LogFile, NoLineIsTornOrLostWhenProcessesAndThreadsShareTheFileAcrossAHandOver) {
+TEST(LogFile, HandOverWithConcurrentWritersLosesNoLine) {
     const testing_support::TemporaryFolder folder;
     const std::wstring path = folder / L"shared.log";
-    // Three writers of about 1.1 MB each, on a file that is 2.5 MB short of its bound.
+    // Three writers of about 1.1 MB each. 2.5 MB are left before the hand-over.
     writeBytes(path, std::string(CoreLog::kLargestLog - 2'500'000, '\n'));
     SetEnvironmentVariableW(kWriterVariable, path.c_str());
     const std::wstring program = testing_support::besideThisProgram(L"corelog_test.exe");
@@ -125,7 +125,7 @@ TEST(LogFile, NoLineIsTornOrLostWhenProcessesAndThreadsShareTheFileAcrossAHandOv
         EXPECT_EQ(count, kLinesPerWriter) << writer;
 }
 
-TEST(LogFile, FullDiskTakesALineWholeOrNotAtAll) {
+TEST(LogFile, FullDiskLeavesNoPartOfALine) {
     const testing_support::TemporaryFolder folder;
     CoreLog::LogFile file(folder / L"full.log");
     file.append("before\n");
@@ -140,7 +140,7 @@ TEST(LogFile, FullDiskTakesALineWholeOrNotAtAll) {
     EXPECT_EQ(readBytes(folder / L"full.log"), "before\nafter\n");
 }
 
-TEST(LogFile, LockThatCannotBeHadCostsItsTimeOnce) {
+TEST(LogFile, WaitsForAStuckLockOnlyOnce) {
     const testing_support::TemporaryFolder folder;
     const std::wstring path = folder / L"stuck.log";
     writeBytes(path, "");
@@ -159,7 +159,7 @@ TEST(LogFile, LockThatCannotBeHadCostsItsTimeOnce) {
     win32::unlockFile(handle.get());
     EXPECT_EQ(attempts("3\n"), 1);
     win32::lockFile(handle.get(), win32::LockKind::exclusive, 0);
-    EXPECT_EQ(attempts("4\n"), 20) << "it was free in between";
+    EXPECT_EQ(attempts("4\n"), 20) << "the lock was free in between";
     LockFileExSeam::failWith(ERROR_NOT_SUPPORTED);
     CoreLog::LogFile(path).append("5\n");
     EXPECT_EQ(LockFileExSeam::count(), 1) << "a file system without locks";

@@ -48,15 +48,15 @@ TEST_F(Config, SaveAppliesOnlyItsOwnChanges) {
     EXPECT_FALSE(config.isModified());
     EXPECT_EQ(readBytes(path), "x=theirs\ny=mine\nz=theirs\n");
     EXPECT_EQ(config.getValue("x", "-"), "theirs") << "a save leaves the merged state in memory";
-    EXPECT_EQ(config.findValue("a"), "") << "gone from the file, not from memory";
+    EXPECT_EQ(config.findValue("a"), "") << "removed from the file, but not from memory";
     EXPECT_EQ(config.findValue("none"), std::nullopt);
 
     writeBytes(path, "x=other\n");
     EXPECT_EQ(config.save(), 0);
-    EXPECT_EQ(readBytes(path), "x=other\n") << "nothing is pending, so nothing is written";
+    EXPECT_EQ(readBytes(path), "x=other\n") << "without pending changes, nothing is written";
 }
 
-TEST_F(Config, LoadKeepsMemoryAndForgetsChangesReloadEmpties) {
+TEST_F(Config, LoadKeepsValuesInMemoryAndReloadReplacesThem) {
     writeBytes(path, "a=file\nb=file\n");
     fs::CConfig config(path);
     config.setValue("a", "memory");
@@ -74,15 +74,15 @@ TEST_F(Config, LoadKeepsMemoryAndForgetsChangesReloadEmpties) {
     EXPECT_EQ(config.getValue("c", "-"), "-");
 }
 
-TEST_F(Config, PathsWithoutAFile) {
+TEST_F(Config, MissingFilesAndFolders) {
     fs::CConfig config;
     EXPECT_EQ(config.load(), 100002);
     EXPECT_EQ(config.reload(), 100002);
     config.setValue("a", "1");
     EXPECT_EQ(config.save(), 100002);
     config.setFilePath(path);
-    EXPECT_EQ(config.getValue("a", "-"), "-") << "values and changes are forgotten";
-    EXPECT_TRUE(config.isModified()) << "the mark is left as it was";
+    EXPECT_EQ(config.getValue("a", "-"), "-") << "values and changes are discarded";
+    EXPECT_TRUE(config.isModified()) << "the flag is unchanged";
     EXPECT_EQ(config.save(), 0);
     EXPECT_FALSE(config.isModified());
     EXPECT_EQ(config.load(), 100002) << "nothing was written";
@@ -94,27 +94,27 @@ TEST_F(Config, PathsWithoutAFile) {
     config.setValue("a", "1");
     EXPECT_EQ(config.save(), 100004);
     SetFileAttributesW(directory.c_str(), FILE_ATTRIBUTE_HIDDEN);
-    EXPECT_EQ(config.load(), 100004) << "with one more attribute it counts as a file that cannot be read";
+    EXPECT_EQ(config.load(), 100004) << "a directory with further attributes counts as an unreadable file";
 }
 
-/// Keeps a file from being opened.
+/// Opens a file without sharing, so that every other open fails.
 win32::KernelHandle hold(const std::wstring& path) {
     return win32::KernelHandle(
         CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
 }
 
-TEST_F(Config, FileThatAnotherProcessHoldsForAMoment) {
+TEST_F(Config, RetriesWhileAnotherProcessHoldsTheFile) {
     writeBytes(path, "a=1\n");
     fs::CConfig config(path);
     config.setValue("b", "2");
     auto holder = hold(path);
     EXPECT_EQ(config.load(), 100004);
     EXPECT_EQ(config.save(), 100004);
-    SleepSeam::fake = [&](DWORD) { holder.reset(); }; // as soon as the save has failed once
+    SleepSeam::fake = [&](DWORD) { holder.reset(); }; // the first retry succeeds
     EXPECT_EQ(config.save(), 0);
     EXPECT_EQ(readBytes(path), "a=1\nb=2\n");
 
-    // A query without an answer: whether the file can be opened decides.
+    // After other errors of GetFileAttributesW than "not found", CreateFileW decides whether the file exists.
     for (const long error : {ERROR_NETWORK_BUSY, ERROR_FILE_NOT_FOUND}) {
         GetFileAttributesWSeam::restore();
         GetFileAttributesWSeam::fake = [=](LPCWSTR) {
@@ -126,7 +126,7 @@ TEST_F(Config, FileThatAnotherProcessHoldsForAMoment) {
     }
     testing_support::restoreSeams();
 
-    // One that can be read, but not written.
+    // A file that can be read, but not written.
     const win32::KernelHandle reader(
         CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     config.setValue("c", "3");
@@ -136,7 +136,7 @@ TEST_F(Config, FileThatAnotherProcessHoldsForAMoment) {
     EXPECT_EQ(config.getValue("a", "-"), "1");
 }
 
-TEST_F(Config, NoReaderSeesAnEmptyFileOrThePartsOfTwo) {
+TEST_F(Config, ReadersSeeTheOldOrTheNewContents) {
     const auto expectWhole = [&] {
         fs::ConfigValues seen;
         fs::parseConfig(readBytes(path), seen);
@@ -157,10 +157,10 @@ TEST_F(Config, NoReaderSeesAnEmptyFileOrThePartsOfTwo) {
         EXPECT_EQ(config.save(), 0);
         EXPECT_EQ(readBytes(path), (value.empty() ? "" : "a=longer\n") + std::string("z=1\n"));
     }
-    EXPECT_EQ(WriteFileSeam::count(), 3) << "one call for each text, and one for the space of the longer one";
+    EXPECT_EQ(WriteFileSeam::count(), 3) << "one per text, and one to reserve space for the longer text";
 }
 
-TEST_F(Config, FullDiskLeavesTheFileAsItWas) {
+TEST_F(Config, FullDiskLeavesTheOldContents) {
     fs::CConfig plain(path);
     plain.setValue("a", "longer");
     fs::FxConfig enciphered(path);
@@ -168,7 +168,7 @@ TEST_F(Config, FullDiskLeavesTheFileAsItWas) {
     for (fs::CConfig* config : {&plain, static_cast<fs::CConfig*>(&enciphered)})
         for (const std::string old : {"a=1\n", "a=123456\n", "a=1\nb=123456\n"}) {
             writeBytes(path, old);
-            // One byte finds room, then the disk is full; what was there can be written again.
+            // The first write stores one byte, the second fails; later writes restore the old contents.
             WriteFileSeam::fake = [](HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
                                      LPOVERLAPPED place) {
                 SetLastError(ERROR_DISK_FULL);
@@ -180,19 +180,19 @@ TEST_F(Config, FullDiskLeavesTheFileAsItWas) {
             EXPECT_EQ(readBytes(path), old);
             EXPECT_TRUE(config->isModified());
         }
-    // A file that cannot be cut: zeros at the end do no harm to a plain one only.
+    // A file that cannot be truncated: zeros at the end are harmless in a plain file only.
     SetFileInformationByHandleSeam::failWith(ERROR_USER_MAPPED_FILE);
     EXPECT_EQ(enciphered.save(), 100004);
     EXPECT_EQ(readBytes(path), "a=1\nb=123456\n");
     writeBytes(path, "a=longest of all\nb=123456\n");
-    EXPECT_EQ(plain.save(), 0) << "the change was kept";
+    EXPECT_EQ(plain.save(), 0) << "the failed save kept the change";
     EXPECT_EQ(readBytes(path), "a=longer\nb=123456\n" + std::string(8, '\0'));
 }
 
-TEST_F(Config, SaversTakeTurnsByALockThatIsBestEffort) {
+TEST_F(Config, SaversUseABestEffortLock) {
     fs::CConfig config(path);
     config.setValue("a", "1");
-    // Another process creates the file between the opening and the lock.
+    // Another process writes the file between CreateFileW and LockFileEx.
     LockFileExSeam::fake = [&](HANDLE file, DWORD flags, DWORD, DWORD size, DWORD, LPOVERLAPPED place) {
         writeBytes(path, "z=1\n");
         LockFileExSeam::fake = nullptr;
@@ -211,7 +211,7 @@ TEST_F(Config, SaversTakeTurnsByALockThatIsBestEffort) {
         return LockFileExSeam::count();
     };
     const std::string longFile = "a=" + std::string(5000, 'v') + "\n";
-    EXPECT_EQ(locks("a=1\n", [&] { return config.load(); }), 1) << "a write may be under way";
+    EXPECT_EQ(locks("a=1\n", [&] { return config.load(); }), 1) << "a write may be in progress";
     const auto loadLater = [&] {
         const FILETIME old{.dwLowDateTime = 0, .dwHighDateTime = 0x01D00000};
         const win32::KernelHandle touched(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
@@ -229,7 +229,7 @@ TEST_F(Config, SaversTakeTurnsByALockThatIsBestEffort) {
     EXPECT_EQ(locks("a=1\n", [&] { return config.save(); }), 20) << "for two seconds";
     win32::unlockFile(file.get());
 
-    // Without locks, what another saver has written in the middle of a save is not cut.
+    // Without locks, a save does not truncate what another saver has written meanwhile.
     LockFileExSeam::failWith(ERROR_NOT_SUPPORTED);
     WriteFileSeam::fake = [&](HANDLE handle, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED place) {
         const BOOL result = WriteFileSeam::real(handle, bytes, size, written, place);
@@ -241,18 +241,18 @@ TEST_F(Config, SaversTakeTurnsByALockThatIsBestEffort) {
     EXPECT_EQ(readBytes(path), longFile);
 }
 
-TEST_F(Config, ReadThatFailsHalfWay) {
+TEST_F(Config, ReadFailure) {
     writeBytes(path, "a=1\n");
     fs::CConfig config(path);
     config.setValue("b", "2");
     ReadFileSeam::failWith(ERROR_CRC);
     EXPECT_EQ(config.load(), 100004);
-    EXPECT_EQ(config.save(), 0) << "a save goes on with its own keys";
+    EXPECT_EQ(config.save(), 0) << "a save continues with its own keys";
     EXPECT_GT(ReadFileSeam::count(), 0);
     EXPECT_EQ(readBytes(path), "b=2\n");
 }
 
-/// The contents of an enciphered file.
+/// Returns the deciphered contents of a file.
 std::string readSwitches(const std::wstring& path) {
     std::string bytes = readBytes(path);
     fs::decipher(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size());
@@ -285,14 +285,14 @@ TEST_F(Config, SwitchesAreWrittenWholeAndEnciphered) {
     holder.reset();
     other.setSwitch("d", true);
     EXPECT_EQ(other.save(), 0);
-    EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "what could not be read is not dropped";
+    EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "keys that could not be read are not lost";
 
     store.defaultsPending = true;
     store.loadWithDefaults();
     EXPECT_EQ(store.findValue("c"), std::nullopt) << "no load while the defaults are pending";
     store.setDefaults({});
     EXPECT_EQ(store.save(), 0);
-    EXPECT_EQ(readBytes(path), "") << "emptied, and not merged with the file";
+    EXPECT_EQ(readBytes(path), "") << "truncated, not merged with the file";
     store.setFilePath({});
     EXPECT_EQ(store.save(), 100002);
     store.setFilePath(folder / L"");

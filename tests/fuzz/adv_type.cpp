@@ -1,4 +1,4 @@
-// Definitions against a regular expression; each variant is drawn over its whole weight.
+// Compares the parser with a regular expression, and checks the first and last draw of each variant.
 #include "ui/common/stat/adv_type.h"
 #include "fuzz.h"
 

@@ -1,4 +1,4 @@
-// Any phrase and each mode against the passes byte by byte. What is enciphered comes back.
+// Compares each mode, with any phrase, with passes byte by byte. Deciphering must restore the data.
 #include "fs/cipher.h"
 #include "fuzz.h"
 

@@ -1,4 +1,4 @@
-// Any file: read as by a regular expression, written and read again, and searched in pieces.
+// Compares parser and search with a regular expression. A written file must parse to the same values.
 #include "fs/config_format.h"
 #include "fuzz.h"
 
@@ -17,7 +17,7 @@ void check(FuzzedDataProvider& input) {
     fs::parseConfig(contents, values);
     require(values == expected);
 
-    // Any part of the file is a key to search for, too, mostly an absent one.
+    // A part of the file is a further key to search for, mostly an absent one.
     std::map<std::string, std::optional<std::string>> keys(values.begin(), values.end());
     keys.try_emplace(contents.substr(std::min(begin, contents.size()), length));
     for (const auto& [key, value] : keys) {

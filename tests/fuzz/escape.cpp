@@ -1,4 +1,4 @@
-// Escapes against one character at a time; the standard library finds the characters.
+// Compares the escapes with an escape of one character at a time, which the standard library decodes.
 #include "text/escape.h"
 #include "fuzz.h"
 
@@ -19,7 +19,7 @@ void check(FuzzedDataProvider& input) {
         for (length = 1; length <= 4 && !decoded(value.substr(at, length));)
             ++length;
         std::string character = value.substr(at, length), jsonForm;
-        if (length > 4) { // no character begins here
+        if (length > 4) { // no character starts here
             length = 1;
             character = "\xEF\xBF\xBD";
         }

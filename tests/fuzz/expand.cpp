@@ -1,4 +1,4 @@
-// The expansion against one by a regular expression.
+// Compares the expansion with one by a regular expression.
 #include "text/expand.h"
 #include "fuzz.h"
 

@@ -1,4 +1,4 @@
-// The search against one by a regular expression.
+// Compares the search with one by a regular expression.
 #include "fuzz.h"
 #include "shell/extension_scan.h"
 

@@ -7,7 +7,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-/// What each fuzzer does with one input.
+/// Checks one input. Each fuzzer defines it.
 void check(FuzzedDataProvider& input);
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     return 0;
 }
 
-/// A property that must hold: the fuzzer takes the abort for a crash, and its trace tells which one it was.
+/// Aborts unless a property holds. The stack trace of the crash names the property's line.
 inline void require(bool holds) {
     if (!holds) [[clang::nomerge]]
         std::abort();
@@ -24,7 +24,7 @@ inline void require(bool holds) {
 
 using Utf16Library = std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t>;
 
-/// The standard library's strict decoding of UTF-8. It would let encoded surrogates pass.
+/// Decodes UTF-8 by the standard library; nullopt if invalid. Also rejects surrogates, which that accepts.
 inline std::optional<std::u16string> decoded(const std::string& narrow) {
     for (std::size_t i = 1; i < narrow.size(); ++i)
         if (narrow[i - 1] == '\xED' && static_cast<unsigned char>(narrow[i]) >= 0xA0)

@@ -1,4 +1,4 @@
-// A message holds what was put into it, and any bytes can be taken for one.
+// A written message has the documented layout, and any bytes can be read as a message.
 #include "fuzz.h"
 #include "ipc/message_format.h"
 
@@ -13,7 +13,7 @@ void check(FuzzedDataProvider& input) {
     require(ipc::fitsMessage(payload) == (length <= 65535));
     if (length > 65535)
         return;
-    std::vector<char> buffer(length); // no byte more, so that writing behind it is seen
+    std::vector<char> buffer(length); // the exact size: AddressSanitizer reports a write beyond it
     require(ipc::writeMessage(sender, payload, buffer.data()) == length);
     const std::uint32_t numbers[] = {htonl(static_cast<std::uint32_t>(length)), htonl(sender)};
     require(buffer[0] == 1 && std::memcmp(&buffer[1], numbers, 8) == 0);
@@ -21,7 +21,7 @@ void check(FuzzedDataProvider& input) {
     const std::string_view message(buffer.data(), length);
     require(ipc::payloadOf(message) == payload);
     std::uint32_t seen = ipc::senderOf(message);
-    for (const int bit : {8, 16, 24}) // a byte of 0x80 or more has taken one from the byte above it
+    for (const int bit : {8, 16, 24}) // each byte of 0x80 or more has subtracted 1 from the next higher byte
         seen += (sender >> (bit - 1) & 1) << bit;
     require(seen == sender);
 }

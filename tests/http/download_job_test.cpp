@@ -32,16 +32,16 @@ protected:
     std::optional<http::CHttpDownloadFile> job{std::in_place};
 };
 
-TEST_F(Job, StopReachesARequestThatIsJustAboutToBegin) {
+TEST_F(Job, StopCancelsARequestThatIsAboutToBegin) {
     CreateEventWSeam::failWith(ERROR_NOT_ENOUGH_MEMORY);
-    job.emplace(); // its start creates the events
+    job.emplace(); // its events are missing; Start creates them
     CreateEventWSeam::restore();
-    // A request resets its events when it begins. A cancel that came before is lost.
+    // A request resets its events when it begins, which discards an earlier cancel.
     std::atomic<int> resets = 0;
     const DWORD starter = GetCurrentThreadId();
     ResetEventSeam::fake = [&](HANDLE event) {
         if (GetCurrentThreadId() != starter && ++resets == 2)
-            Sleep(300); // the transfer, after the probe
+            Sleep(300); // the second reset: the transfer, after the probe
         return ResetEventSeam::real(event);
     };
     EXPECT_EQ(start(L"/trickle/t"), 0u);
@@ -51,7 +51,7 @@ TEST_F(Job, StopReachesARequestThatIsJustAboutToBegin) {
     EXPECT_LT(testing_support::readBytes(folder / L"t").size(), 20u) << "not the whole transfer";
 }
 
-TEST_F(Job, StopLeavesTheHandlesToAWorkerThatReceivesData) {
+TEST_F(Job, StopClosesNoHandleThatTheWorkerUses) {
     WinHttpReadDataSeam::fake = [](auto... arguments) {
         Sleep(5);
         return WinHttpReadDataSeam::real(arguments...);
@@ -64,13 +64,13 @@ TEST_F(Job, StopLeavesTheHandlesToAWorkerThatReceivesData) {
     EXPECT_EQ(start(L"/file/30000000/f"), 0u);
     while (job->progress() == 0)
         Sleep(5);
-    GetTickCountSeam::fake = [] { return 1000ul; }; // the time for the worker to notice never passes
+    GetTickCountSeam::fake = [] { return 1000ul; }; // the time after which stop closes handles never comes
     EXPECT_TRUE(job->stop());
     EXPECT_LT(testing_support::readBytes(folder / L"f").size(), 30'000'000u);
-    EXPECT_EQ(closed, 0) << "a call of WinHTTP may be using them";
+    EXPECT_EQ(closed, 0) << "a WinHTTP call may be using it";
 }
 
-TEST_F(Job, StartRightAfterTheEndIsNoSecondStart) {
+TEST_F(Job, StartIsAllowedRightAfterTheEnd) {
     for (int i = 0; i < 100; ++i) {
         ASSERT_EQ(start(L"/file/7/f"), 0u);
         while (!job->result().completed)
@@ -79,14 +79,14 @@ TEST_F(Job, StartRightAfterTheEndIsNoSecondStart) {
     }
 }
 
-TEST_F(Job, WorkerThatCannotBeStarted) {
+TEST_F(Job, FailedResetRefusesTheStart) {
     ResetEventSeam::failWith(ERROR_INVALID_HANDLE);
     EXPECT_EQ(start(L"/file/7/f"), 6u);
     EXPECT_EQ(job->result().errorStage, 40u);
     EXPECT_FALSE(job->result().started);
 }
 
-TEST(BaseThread, StartsAgainOnlyAfterItsRun) {
+TEST(BaseThread, RefusesAStartDuringARun) {
     struct : win32::CThreadFunction {
         void Run(std::uint32_t id) override {
             sum += id;

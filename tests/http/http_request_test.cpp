@@ -64,7 +64,7 @@ protected:
             {.host = "127.0.0.1", .port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")))});
     }
 
-    /// "error/stage", then the error record as "error/stage/failed".
+    /// Returns "error/stage" of the result and "error/stage/failed" of the error record.
     std::string execute(const std::wstring& path, std::int64_t expectedLength = 0,
                         io::CIStreamBase* input = nullptr) {
         http::TResult result{1, 1};
@@ -81,10 +81,10 @@ protected:
     Output output;
 };
 
-TEST_F(HttpRequest, EachCallThatFailsHasItsStage) {
+TEST_F(HttpRequest, EachFailedCallHasItsStage) {
     request.setExtraHeaders(L"X-Extra: 1");
     request.setCredentials({L"user", L"password", {}});
-    EXPECT_EQ(execute(L"/echo"), "4317/14110 4317/14110/0") << "no scheme is known before the send";
+    EXPECT_EQ(execute(L"/echo"), "4317/14110 4317/14110/0") << "before the send, no scheme is known";
     WinHttpQueryAuthSchemesSeam::fake = [](HINTERNET, DWORD*, DWORD* first, DWORD* target) {
         *first = WINHTTP_AUTH_SCHEME_BASIC;
         *target = WINHTTP_AUTH_TARGET_SERVER;
@@ -146,7 +146,7 @@ TEST_F(HttpRequest, UploadsInChunks) {
     EXPECT_EQ(request.progress().inputSize, 200'000);
 }
 
-TEST_F(HttpRequest, GoesItsWay) {
+TEST_F(HttpRequest, FollowsRedirectsAndSignsInToTheProxy) {
     EXPECT_EQ(execute(L"HTTPS://secure.example:99/echo"), "0/0 0/0/0");
     EXPECT_EQ(execute(L"/to/302/https%3A%2F%2Fsecure.example%2Fecho"), "0/0 0/0/0");
     request.setRedirectPolicy(http::redirect::TRedirectPolicy::always);
@@ -171,15 +171,15 @@ TEST_F(HttpRequest, CapturesHeaders) {
     EXPECT_EQ(response.cookies, L"a=1\r\nb=2");
     EXPECT_EQ(response.contentType + L" " + response.contentEncoding + L" " + response.location,
               L"text/x none /x");
-    EXPECT_EQ(response.length, 4) << "announced and received, added up";
+    EXPECT_EQ(response.length, 4) << "the sum of the announced and the received length";
     EXPECT_GT(request.rawHeaders().size(), 70'000u);
     EXPECT_TRUE(request.rawHeaders().starts_with(L"HTTP/1.1 302 Found\r\n"));
 }
 
-TEST_F(HttpRequest, BodyThatEndsTooEarlyIsToldInTheErrorRecordOnly) {
+TEST_F(HttpRequest, ShortBodyIsReportedInTheErrorRecordOnly) {
     EXPECT_EQ(execute(L"/short", 10), "0/0 0/14121/0");
     EXPECT_EQ(request.downloaded(), 5);
-    EXPECT_EQ(execute(L"/short"), "0/0 0/0/0") << "nobody knows what to expect";
+    EXPECT_EQ(execute(L"/short"), "0/0 0/0/0") << "no length is expected";
     WinHttpReadDataSeam::fake = [](HINTERNET, void*, DWORD, DWORD* count) {
         *count = 0;
         return TRUE;
@@ -188,10 +188,10 @@ TEST_F(HttpRequest, BodyThatEndsTooEarlyIsToldInTheErrorRecordOnly) {
     WinHttpReadDataSeam::restore();
     output.bytes.clear();
     EXPECT_EQ(execute(L"/file/100000/x", 10), "0/0 0/0/0");
-    EXPECT_LT(output.bytes.size(), 100'000u) << "what is beyond the expected length is not asked for";
+    EXPECT_LT(output.bytes.size(), 100'000u) << "reading stops after the expected length";
 }
 
-TEST_F(HttpRequest, CancelEndsTheExchangeAndReturnsWhenItIsOver) {
+TEST_F(HttpRequest, CancelReturnsAfterTheExchangeHasEnded) {
     EXPECT_EQ(request.Cancel(), 0u) << "nothing runs";
     std::thread canceller;
     output.onWrite = [&] {
@@ -207,7 +207,7 @@ TEST_F(HttpRequest, CancelEndsTheExchangeAndReturnsWhenItIsOver) {
     EXPECT_EQ(execute(L"/trickle", 20), "0/0 0/14120/0");
     canceller.join();
 
-    WinHttpSetTimeoutsSeam::fake = [&](auto... arguments) { // while the exchange is on its way to its reply
+    WinHttpSetTimeoutsSeam::fake = [&](auto... arguments) { // before the reply
         canceller = std::thread([this] { EXPECT_EQ(request.Cancel(), 0u); });
         return WinHttpSetTimeoutsSeam::real(arguments...);
     };
@@ -217,10 +217,10 @@ TEST_F(HttpRequest, CancelEndsTheExchangeAndReturnsWhenItIsOver) {
     EXPECT_EQ(execute(L"/echo"), "0/0 0/0/0");
 }
 
-TEST(OutputFile, WritesAtTheEndAndTellsFailures) {
+TEST(OutputFile, AppendsAndReportsFailures) {
     const testing_support::TemporaryFolder folder;
     io::COStreamFile file;
-    const auto write = [&file](std::string_view text) { // "how many/error"
+    const auto write = [&file](std::string_view text) { // returns "count/error"
         const auto count = file.Write(text.data(), static_cast<std::uint32_t>(text.size()));
         return std::to_string(count) + "/" + std::to_string(file.GetLastError());
     };
@@ -233,7 +233,7 @@ TEST(OutputFile, WritesAtTheEndAndTellsFailures) {
         return WriteFileSeam::real(handle, bytes, std::min(count, 2ul), rest...);
     };
     EXPECT_EQ(write("bcd"), "3/0");
-    EXPECT_EQ(testing_support::readBytes(folder / L"f"), "abcb") << "the rest restarts at the first byte";
+    EXPECT_EQ(testing_support::readBytes(folder / L"f"), "abcb") << "the retry starts at the first byte";
     WriteFileSeam::failWith(ERROR_DISK_FULL);
     EXPECT_EQ(write("x"), "0/112");
     SetFilePointerSeam::fake = [](auto...) { return SetLastError(ERROR_SEEK), INVALID_SET_FILE_POINTER; };

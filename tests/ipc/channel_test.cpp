@@ -26,10 +26,10 @@ using ipc::CInterprocessCommunicationWin;
 
 const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-channel-test";
 
-std::atomic<DWORD> speed = 1; ///< Waits for I/O time out so many times as fast.
-std::atomic<int> pauses = 0;  ///< Pauses between attempts, each a tenth as long.
+std::atomic<DWORD> speed = 1; ///< Divides the time-outs of waits for I/O.
+std::atomic<int> pauses = 0;  ///< Number of pauses between attempts. Each is shortened to a tenth.
 
-/// Call it before a listener starts: its thread uses the seams.
+/// Must be called before a listener starts, because its thread uses the seams.
 void watchWaits() {
     speed = 1;
     pauses = 0;
@@ -42,7 +42,7 @@ void watchWaits() {
     };
 }
 
-/// Answers with the payload, or what a test says.
+/// Replies with the payload, unless `onEach` sets another reply.
 struct Echo : ipc::IRequestHandler {
     void onRequest(std::uint32_t sender, const std::string& payload) override {
         lastSender = sender;
@@ -56,7 +56,7 @@ struct Echo : ipc::IRequestHandler {
     std::function<void()> onEach;
 };
 
-/// Waits while the listener is busy with the client before.
+/// Connects without the library. Retries while the listener handles another client.
 win32::KernelHandle rawClient(const std::wstring& name = kPipe) {
     win32::KernelHandle pipe;
     for (int tries = 0; tries < 100'000 && !pipe; ++tries) {
@@ -92,7 +92,7 @@ protected:
     CInterprocessCommunicationWin server{kMutex, kPipe};
 };
 
-TEST_F(Channel, ClientsOneAfterTheOther) {
+TEST_F(Channel, SuccessiveClients) {
     EXPECT_EQ(ask("first"), "0 first");
     char message[64];
     ipc::writeMessage(GetCurrentProcessId(), "", message);
@@ -105,16 +105,16 @@ TEST_F(Channel, ClientsOneAfterTheOther) {
     CInterprocessCommunicationWin client(kMutex, kPipe);
     EXPECT_EQ(client.sendRequest("x"), 10u) << "not connected";
     EXPECT_EQ(client.connectToServer(5000), 0u);
-    for (const char* text : {"one", "two", "three"}) { // the server disconnects after each
+    for (const char* text : {"one", "two", "three"}) { // the server disconnects after each request
         EXPECT_EQ(client.sendRequest(text), 0u);
         EXPECT_EQ(client.lastReply(), text);
     }
-    EXPECT_EQ(pauses, 0) << "a reconnection is not paused for";
-    EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance has nobody to talk to";
-    EXPECT_EQ(server.startServer() + server.connectToServer(), 170u + 170u) << "it serves already";
+    EXPECT_EQ(pauses, 0) << "a reconnection needs no pause";
+    EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance sends nothing";
+    EXPECT_EQ(server.startServer() + server.connectToServer(), 170u + 170u) << "it is serving";
     EXPECT_EQ(ask("still there"), "0 still there");
 
-    const auto slow = rawClient(); // writes, and reads a little later
+    const auto slow = rawClient(); // writes, then reads after a pause
     DWORD count = 0;
     WriteFile(slow.get(), "headerrrrsss", 12, &count, nullptr);
     Sleep(60);
@@ -122,14 +122,14 @@ TEST_F(Channel, ClientsOneAfterTheOther) {
     EXPECT_EQ(ipc::payloadOf({message, count}), "sss");
 }
 
-TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
+TEST_F(Channel, WithoutAReplyTheRequestFailsAfterSevenAttempts) {
     echo.onEach = [this] { echo.reply.assign(65527, 'x'); }; // too long to be sent
     EXPECT_EQ(ask("x").substr(0, 4), "233 ");
     EXPECT_EQ(echo.requests, 7);
     EXPECT_EQ(pauses, 7);
     echo.onEach = nullptr;
-    EXPECT_EQ(ask(""), "233 ") << "an empty reply is none";
-    EXPECT_EQ(echo.requests, 14) << "a message of the header alone reaches the handler";
+    EXPECT_EQ(ask(""), "233 ") << "an empty reply is not sent";
+    EXPECT_EQ(echo.requests, 14) << "a message without payload reaches the handler";
     server.stop();
     server.setRequestHandler(nullptr);
     EXPECT_EQ(server.startServer(), 0u);
@@ -137,7 +137,7 @@ TEST_F(Channel, WithoutAnAnswerTheRequestFailsAfterItsAttempts) {
     EXPECT_EQ(echo.requests, 14);
 }
 
-TEST_F(Channel, ClientsThatConnectBeforeTheListenerWaits) {
+TEST_F(Channel, ClientsThatConnectBeforeConnectNamedPipe) {
     win32::KernelHandle early;
     for (const bool isGone : {false, true}) {
         server.stop();
@@ -163,27 +163,27 @@ TEST_F(Channel, SilentPeers) {
     speed = 50;
     CInterprocessCommunicationWin idle(kMutex, kPipe);
     EXPECT_EQ(idle.connectToServer(5000), 0u);
-    EXPECT_EQ(ask("x"), "0 x") << "a silent client is dropped";
-    EXPECT_EQ(idle.sendRequest("y"), 0u) << "and reconnects";
+    EXPECT_EQ(ask("x"), "0 x") << "the server disconnects a silent client";
+    EXPECT_EQ(idle.sendRequest("y"), 0u) << "the silent client reconnects";
     EXPECT_EQ(pauses, 0);
     server.stop();
     const win32::KernelHandle mute(CreateNamedPipeW((L"\\\\.\\pipe\\" + kPipe).c_str(), PIPE_ACCESS_DUPLEX,
                                                     PIPE_TYPE_MESSAGE, 1, 100, 100, 0, nullptr));
-    EXPECT_EQ(server.startServer(), 231u) << "the name is taken";
+    EXPECT_EQ(server.startServer(), 231u) << "the pipe name is taken";
     CInterprocessCommunicationWin client(kMutex, kPipe);
     EXPECT_EQ(client.connectToServer(5000), 0u);
     EXPECT_EQ(client.sendRequest("x"), 121u);
-    EXPECT_EQ(client.sendRequest("x"), 10u) << "a late reply is not awaited";
+    EXPECT_EQ(client.sendRequest("x"), 10u) << "after a time-out the connection is closed";
 }
 
-TEST_F(Channel, ByTheNameOfTheComputerOrElseLocal) {
+TEST_F(Channel, OpensTheComputersPathThenTheLocalPath) {
     wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
     DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
     GetComputerNameW(name, &size);
     const std::wstring byName = std::wstring(L"\\\\") + name + L"\\pipe\\", local = L"\\\\.\\pipe\\";
     DWORD failure = 0;
     std::vector<std::wstring> opened;
-    CreateFileWSeam::fake = [&](const wchar_t* path, auto... rest) { // Wine knows the local path only
+    CreateFileWSeam::fake = [&](const wchar_t* path, auto... rest) { // Wine opens the local path only
         opened.emplace_back(path);
         const bool isByName = opened.back() == byName + kPipe;
         SetLastError(failure);
@@ -196,14 +196,14 @@ TEST_F(Channel, ByTheNameOfTheComputerOrElseLocal) {
     CInterprocessCommunicationWin client(kMutex, kPipe);
     failure = ERROR_PIPE_BUSY;
     EXPECT_EQ(client.connectToServer(), 231u);
-    EXPECT_EQ(opened.size(), 2u) << "busy is no reason for another path";
+    EXPECT_EQ(opened.size(), 2u) << "ERROR_PIPE_BUSY selects no other path";
     failure = ERROR_BAD_NETPATH;
     EXPECT_EQ(client.connectToServer(5000), 0u);
     EXPECT_EQ(client.sendRequest("x") + client.sendRequest("y"), 0u);
-    EXPECT_EQ(std::count(opened.begin(), opened.end(), byName + kPipe), 3) << "and the local one is kept";
+    EXPECT_EQ(std::count(opened.begin(), opened.end(), byName + kPipe), 3) << "the local path is kept";
 }
 
-TEST_F(Channel, HostileClientsDoNotEndIt) {
+TEST_F(Channel, SurvivesHostileClients) {
     std::mt19937 random(1);
     for (int connects = 1; connects <= 1000; ++connects) {
         const auto client = rawClient();
@@ -221,10 +221,10 @@ TEST_F(Channel, HostileClientsDoNotEndIt) {
     EXPECT_EQ(ask("honest"), "0 honest");
 }
 
-TEST_F(Channel, StopsFromEveryStateAndStartsAgain) {
+TEST_F(Channel, StopsInEveryStateAndRestarts) {
     std::uintptr_t before = 0;
     for (int round = 0; round < 500; ++round) {
-        server.stop(); // while it waits for a client, or for its message
+        server.stop(); // while the listener waits for a client or for a message
         EXPECT_EQ(server.startServer(), 0u);
         const auto client = round % 2 != 0 ? rawClient() : win32::KernelHandle();
         if (round == 20)
@@ -237,7 +237,7 @@ TEST_F(Channel, StopsFromEveryStateAndStartsAgain) {
     std::atomic<bool> inHandler = false;
     echo.onEach = [&] {
         inHandler = true;
-        server.stop(); // only asks the listener to end
+        server.stop(); // called on the listener's thread: does not wait for it
         Sleep(50);
     };
     std::thread client([] { ask("x"); });
@@ -253,31 +253,31 @@ TEST_F(Channel, StopsFromEveryStateAndStartsAgain) {
 TEST(BringToFront, AsksTheRunningInstance) {
     watchWaits();
     EXPECT_EQ(ipc::instanceMutexName(""), L"Global\\QUENLITH_");
-    EXPECT_EQ(ipc::pipeBaseName("\xC3").back(), static_cast<wchar_t>(-61)) << "no code page";
+    EXPECT_EQ(ipc::pipeBaseName("\xC3").back(), static_cast<wchar_t>(-61)) << "not converted by a code page";
     const char* name = "Zelsys test app";
     HWND raised = nullptr;
     SetForegroundWindowSeam::fake = [&](HWND window) { return raised = window, TRUE; };
     EXPECT_FALSE(ipc::bringRunningToFront(name));
-    EXPECT_FALSE(ipc::bringRunningToFront(name)) << "asking leaves no trace";
+    EXPECT_FALSE(ipc::bringRunningToFront(name)) << "the first call leaves no mutex";
 
     HWND window = reinterpret_cast<HWND>(0x12345);
     std::atomic<int> shown = 0;
     ipc::CWindowRequestHandler handler([&] { return window; }, [&] { ++shown; });
     CInterprocessCommunicationWin running(ipc::instanceMutexName("ZELSYS test APP"), ipc::pipeBaseName(name));
-    EXPECT_FALSE(ipc::bringRunningToFront(name)) << "it runs, but does not serve";
+    EXPECT_FALSE(ipc::bringRunningToFront(name)) << "the instance exists, but does not serve";
     running.setRequestHandler(&handler);
     EXPECT_EQ(running.startServer(), 0u);
     EXPECT_TRUE(ipc::bringRunningToFront(name));
     EXPECT_EQ(raised, window);
     EXPECT_EQ(shown, 1);
-    // Two starts at the same moment.
+    // Two processes raise the instance at the same moment.
     std::thread other([name] { EXPECT_TRUE(ipc::bringRunningToFront(name)); });
     EXPECT_TRUE(ipc::bringRunningToFront(name));
     other.join();
     EXPECT_EQ(shown, 3);
     speed = 50;
     const auto silent = rawClient(ipc::pipeBaseName(name));
-    EXPECT_TRUE(ipc::bringRunningToFront(name)) << "waits until the silent client is dropped";
+    EXPECT_TRUE(ipc::bringRunningToFront(name)) << "waits until the server disconnects the silent client";
     EXPECT_EQ(shown, 4);
     running.stop();
     testing_support::restoreSeams();

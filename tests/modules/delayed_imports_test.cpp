@@ -13,7 +13,7 @@ ZELSYS_SEAM(L"kernel32.dll", LoadLibraryA)
 
 namespace {
 
-// This program links the delayed imports, so each call here takes the path of a call by the library.
+// This program links the delayed imports: its calls take the same path as those of the library.
 void expectFailures() {
     wchar_t text[MAX_PATH] = L"unset";
     DWORD length = MAX_PATH;
@@ -32,7 +32,7 @@ void expectFailures() {
     CoTaskMemFree(nullptr);
 }
 
-TEST(DelayedImports, FailWhereTheSystemLacksThemAndComeFromItsFolderOnly) {
+TEST(DelayedImports, FailIfMissingAndLoadFromTheSystemFolderOnly) {
     std::vector<std::wstring> paths;
     LoadLibraryExWSeam::fake = [&](LPCWSTR path, HANDLE, DWORD) {
         paths.emplace_back(path);
@@ -46,7 +46,7 @@ TEST(DelayedImports, FailWhereTheSystemLacksThemAndComeFromItsFolderOnly) {
         EXPECT_TRUE(path.starts_with(std::wstring(system) + L'\\')) << std::string(path.begin(), path.end());
     EXPECT_EQ(LoadLibraryExASeam::count() + LoadLibraryASeam::count(), 0);
 
-    // A DLL that was missing is loaded once it is there, for all of its functions at once.
+    // The next call retries a DLL that was missing. It is loaded once for all of its functions.
     LoadLibraryExWSeam::restore();
     HKEY key = nullptr;
     for (int i = 0; i < 2; ++i) {

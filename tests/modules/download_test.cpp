@@ -17,14 +17,14 @@ protected:
                                  (L" http://some.example" + path + L"\t").c_str(), into.c_str());
     }
 
-    /// "error/stage/status".
+    /// Returns "error/stage/status".
     static std::string errors() {
         std::uint32_t error = 77, stage = 77, status = 77;
         EXPECT_EQ(getDownloadFileErrors(&error, &stage, &status), 0u);
         return std::to_string(error) + "/" + std::to_string(stage) + "/" + std::to_string(status);
     }
 
-    /// Waits for the end and returns the errors.
+    /// Blocks until the download has ended, and returns its errors.
     static std::string finish() {
         std::uint8_t completed = 0, started = 1;
         while (isDownloadFileCompleted(&completed) == 0 && completed == 0)
@@ -46,7 +46,7 @@ protected:
     const std::wstring target = folder / L"made\\by the way";
 };
 
-TEST_F(Download, WithoutAJobThereIsNothingToAsk) {
+TEST_F(Download, QueriesFailWithoutADownload) {
     std::uint32_t number = 77;
     std::uint8_t flag = 77;
     for (const std::uint64_t result :
@@ -54,7 +54,7 @@ TEST_F(Download, WithoutAJobThereIsNothingToAsk) {
           getDownloadFileErrors(&number, &number, &number), isDownloadFileCompleted(&flag),
           isDownloadFileStarted(&flag)})
         EXPECT_EQ(result, 1805u);
-    EXPECT_EQ(number + flag, 154u) << "nothing is written";
+    EXPECT_EQ(number + flag, 154u) << "the outputs are unchanged";
     stopDownloadFile();
     EXPECT_EQ(startDownloadFile(nullptr, 0, nullptr, nullptr, nullptr, nullptr), 0u);
     EXPECT_EQ(errors(), "0/20/0");
@@ -64,7 +64,7 @@ TEST_F(Download, WithoutAJobThereIsNothingToAsk) {
     EXPECT_EQ(getDownloadFileErrors(nullptr, nullptr, nullptr), 0u);
 }
 
-TEST_F(Download, OutcomesOneAfterTheOtherWithoutAStop) {
+TEST_F(Download, SuccessiveDownloadsWithoutAStop) {
     const struct {
         std::wstring path;
         const char* errors;
@@ -72,7 +72,7 @@ TEST_F(Download, OutcomesOneAfterTheOtherWithoutAStop) {
         std::size_t size;
     } cases[] = {
         {L"/file/30000000/big.bin", "0/0/200", L"big.bin", 30'000'000},
-        {L"/file/1000/big.bin", "0/0/200", L"big.bin", 1000}, // over the one that is there
+        {L"/file/1000/big.bin", "0/0/200", L"big.bin", 1000}, // overwrites the existing file
         {L"/file/7/a%20b \u00E9.bin", "0/0/200", L"a%20b \u00E9.bin", 7},
         {L"/status/404", "0/0/404", L"404", 11},
         {L"/nolength/n", "0/60/203", L"n", 0},
@@ -95,7 +95,7 @@ TEST_F(Download, OutcomesOneAfterTheOtherWithoutAStop) {
 
     EXPECT_EQ(run(L"/file/7/default.bin", L" "), "0/0/200");
     const std::wstring path = std::wstring(_wgetenv(L"APPDATA")) + L"\\Quenlith\\default.bin";
-    EXPECT_EQ(testing_support::readBytes(path).size(), 7u) << "the settings folder";
+    EXPECT_EQ(testing_support::readBytes(path).size(), 7u) << "an empty folder means the settings folder";
     DeleteFileW(path.c_str());
 }
 
@@ -114,7 +114,7 @@ TEST_F(Download, SecondStartIsRefusedWhileOneRuns) {
     EXPECT_EQ(run(L"/file/7/f", target), "0/0/200");
 }
 
-/// What an application does that loads the library for one download only.
+/// An application may load the library for one download only.
 TEST_F(Download, LibraryCanBeFreed) {
     const std::wstring copy = folder / L"freed.dll";
     CopyFileW(testing_support::besideThisProgram(L"zelsyshelper.dll").c_str(), copy.c_str(), FALSE);
@@ -128,12 +128,12 @@ TEST_F(Download, LibraryCanBeFreed) {
                 library.stopDownloadFile();
         }
         for (int i = 0; i < 1000 && GetModuleHandleW(L"freed.dll") != nullptr; ++i)
-            Sleep(10); // the worker keeps it until it has ended
+            Sleep(10); // the worker holds a reference to the module until it ends
         EXPECT_EQ(GetModuleHandleW(L"freed.dll"), nullptr) << isPolite;
     }
 }
 
-/// A DLL's static destructor stops the download, whose worker the system has ended.
+/// At process exit the system ends the worker. A DLL's static destructor then stops the download.
 TEST(DownloadAtProcessEnd, StopReturnsAtOnce) {
     const auto port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")));
     EXPECT_EQ(startDownloadFile(L"127.0.0.1", port, nullptr, nullptr, L"http://x/silent/x", nullptr), 0u);

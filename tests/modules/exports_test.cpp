@@ -20,7 +20,7 @@ protected:
     const wchar_t* const file = path.c_str();
 };
 
-TEST_F(PropertyExports, BufferWantsOneSpareCharacter) {
+TEST_F(PropertyExports, BufferNeedsOneSpareCharacter) {
     writeBytes(path, "four=1234\nfive=12345\nempty=\nbad=\xFF\nword=\xC3\xA9\xF0\x9F\x98\x80\n");
     const std::wstring untouched(16, L'#');
     const auto read = [&](const char* key, std::uint32_t capacity) {
@@ -49,8 +49,8 @@ TEST_F(PropertyExports, Integers) {
     EXPECT_EQ(getIntFromPropertyFile((path + L"x").c_str(), "text"), 100002);
 }
 
-TEST_F(PropertyExports, SetMakesChangesAndRemoves) {
-    EXPECT_EQ(setValueInPropertyFile(file, "k", L"gr\u00FC\xD83D\xDE00\xD83D"), 0u) << "no file to read";
+TEST_F(PropertyExports, SetCreatesChangesAndRemoves) {
+    EXPECT_EQ(setValueInPropertyFile(file, "k", L"gr\u00FC\xD83D\xDE00\xD83D"), 0u) << "no file existed";
     EXPECT_EQ(readBytes(path), "k=gr\xC3\xBC\xF0\x9F\x98\x80\n");
     EXPECT_EQ(isValueFromPropertyFileNotEmpty(file, "k"), 1u);
     EXPECT_EQ(setValueInPropertyFile(file, "k", L""), 1u);
@@ -71,7 +71,7 @@ TEST_F(PropertyExports, Nulls) {
     EXPECT_EQ(isValueFromPropertyFileNotEmpty(nullptr, nullptr), 0u);
     EXPECT_EQ(setValueInPropertyFile(file, nullptr, L"v"), 0u);
     EXPECT_EQ(readBytes(path), "=v\n");
-    EXPECT_EQ(getValueFromPropertyFile(file, nullptr, nullptr, 100), 0u) << "a null buffer is skipped";
+    EXPECT_EQ(getValueFromPropertyFile(file, nullptr, nullptr, 100), 0u) << "null: nothing is copied";
     EXPECT_EQ(isValueFromPropertyFileNotEmpty(file, nullptr), 1u);
 }
 
@@ -99,7 +99,7 @@ TEST_F(PropertyExports, StoresOfBothForms) {
         "\x72\xE8\x64\xA1\x6C\xF6\x3D\xE7\x2C\xFD\x65\xA6\x11\xA2\x61\x9D\x6E\xD5\xBF\x77\xE0\x27\xB1\x87"
         "\x6A");
     writeBytes(path, "k=\n");
-    EXPECT_EQ(checkProperty(file, "k", 0), 1u) << "empty, but there";
+    EXPECT_EQ(checkProperty(file, "k", 0), 1u) << "an empty value is present";
     EXPECT_EQ(writeProperty(nullptr, nullptr, nullptr, 1), 100002u);
     EXPECT_EQ(writeProperty((path + L"\\no\\folder").c_str(), "k", L"v", 1), 100004u);
 }
@@ -117,7 +117,7 @@ TEST(SwitchExports, SetAndClear) {
     enableFx(name.c_str(), "a", 7);
     enableFx((name + L"2").c_str(), "b", 1);
     enableFx(name.c_str(), "c", 0);
-    EXPECT_EQ(value("a") + value("b") + value("c"), L"10") << "files are kept apart";
+    EXPECT_EQ(value("a") + value("b") + value("c"), L"10") << "each name has its own file";
     const auto setAll = [](const std::wstring& file, const std::string& key) {
         for (int i = 0; i < 40; ++i)
             enableFx(file.c_str(), (key + std::to_string(i)).c_str(), 1);
@@ -169,7 +169,7 @@ TEST(OtherExports, Nulls) {
     EXPECT_EQ(letter, 0);
 }
 
-// The script of the event tests runs these two beside its statistics host, and looks at what arrives.
+// events_test.py runs the tests of `Events` with a statistics host, and checks the events that arrive.
 
 TEST(Events, Nulls) {
     EXPECT_EQ(sendAppEvent(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
@@ -182,7 +182,7 @@ TEST(Events, FourThreads) {
     for (const char* name : {"0", "1", "2", "3"})
         threads.emplace_back([name] {
             for (int i = 0; i < 10; ++i) {
-                std::string text = name; // freed right after the call
+                std::string text = name; // freed right after the export returns
                 const char* t = text.c_str();
                 EXPECT_EQ(i % 2 != 0 ? sendAppEventFull(t, t, t, t, t, t, t, t, t, t, t, t, t)
                                      : sendAppEvent(t, t, t, t, t, t, t, t, t, t),
@@ -194,14 +194,14 @@ TEST(Events, FourThreads) {
 }
 
 TEST(Events, AtProcessEnd) {
-    sendAppEvent("before", "", "", "", "", "", "", "", "", ""); // WinHTTP's threads are there, and then gone
+    sendAppEvent("before", "", "", "", "", "", "", "", "", ""); // starts WinHTTP's threads, which exit ends
     EXPECT_NE(LoadLibraryW(testing_support::besideThisProgram(L"sends_at_end.dll").c_str()), nullptr);
 }
 
-// The script of the shell tests runs this one, where a drive "Y:" holds nothing but the source: should a path
-// slip through, nothing of value is lost.
+// shell_test.py runs this test. Its drive "Y:" contains only the source, so that a copy that is not refused
+// destroys nothing of value.
 
-TEST(OnADrive, CopyRefusesWhatWouldLoseTheSourceOrADrive) {
+TEST(OnADrive, CopyRefusesToDeleteTheSourceOrADrive) {
     ASSERT_TRUE(SetCurrentDirectoryW(L"Y:\\source"));
     const std::wstring source = std::filesystem::path(_wgetenv(L"SOURCE")).wstring();
     std::wstring upper = std::filesystem::path(source).parent_path().wstring();
@@ -213,7 +213,7 @@ TEST(OnADrive, CopyRefusesWhatWouldLoseTheSourceOrADrive) {
         EXPECT_EQ(copyDirEx(from, to), 1u);
     const std::string line = "error copy: 87\n";
     EXPECT_EQ(testing::internal::GetCapturedStdout(), line + line + line + line);
-    // Separated by a character that no path contains.
+    // The separator "|" is in no path.
     std::wstringstream destinations(
         LR"(| |.|..|\|Y:\|Y:|y:/source/..|\\?\Y:\|\\.\Y:|\??\Y:\|\\localhost\share|)"
         LR"(\\?\unc\localhost\share\|\\.\UNC\localhost\c$|)" +

@@ -23,7 +23,7 @@ void* mallocWhileMemoryIsLeft(std::size_t size) {
 
 } // namespace
 
-// This program links the runtime's parts of the library. They use these from their construction on.
+// This program links the library's parts of the C++ runtime. Their constructors call these functions.
 extern "C" {
 decltype(&FlsAlloc) __imp_FlsAlloc = &noFiberSlot;
 void* (*__imp_malloc)(std::size_t) = &mallocWhileMemoryIsLeft;
@@ -33,13 +33,13 @@ asm(".text\n.globl malloc\nmalloc: jmp *__imp_malloc(%rip)\n");
 
 namespace {
 
-TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFiberSlots) {
+TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFlsSlots) {
     constexpr int kThreads = 60;
     const auto waitUntil = [](const auto& condition) {
         while (!condition())
             Sleep(1);
     };
-    // Again and again, since a thread that ends must give back what it has taken.
+    // Repeated: a thread that ends must release its blocks of the reserve.
     for (int round = 0; round < 6; ++round) {
         std::atomic<int> caught = 0;
         std::atomic<bool> isOver = false;
@@ -53,7 +53,7 @@ TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFiberSlots) {
                     ++caught;
                 }
                 waitUntil([&] { return isOver.load(); });
-                DllMain(nullptr, DLL_THREAD_DETACH, nullptr); // as the system does for a DLL
+                DllMain(nullptr, DLL_THREAD_DETACH, nullptr); // the system calls it in a DLL only
             });
         isMemoryLeft = false;
         waitUntil([&] { return caught == kThreads; });

@@ -1,5 +1,5 @@
-// A DLL that sends an event, and stops and starts a download, from the destructor of a static object: at
-// process exit all other threads, WinHTTP's included, have been ended by then.
+// A DLL whose static destructor sends an event, and stops and starts a download. At process exit, the system
+// has ended all other threads by then, including those of WinHTTP.
 
 #include "zelsyshelper.h"
 

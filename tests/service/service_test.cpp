@@ -25,7 +25,7 @@ struct Status {
     DWORD state, checkPoint = 0, waitHint = 0;
 };
 
-/// A service manager that answers as the test says, and time that passes only by sleeping.
+/// Replaces the service manager, and a clock that advances only by Sleep.
 class FakeManager : public testing::Test {
 protected:
     FakeManager() {
@@ -35,7 +35,7 @@ protected:
         ChangeServiceConfig2WSeam::fake = [](auto, DWORD level, void* text) {
             EXPECT_EQ(level, 1u);
             EXPECT_STREQ(static_cast<SERVICE_DESCRIPTIONW*>(text)->lpDescription, L"Corvane Update Service");
-            return FALSE; // of no consequence
+            return FALSE; // must not matter
         };
         DeleteServiceSeam::fake = [](auto...) { return TRUE; };
         StartServiceWSeam::fake = [](auto...) { return TRUE; };
@@ -74,10 +74,10 @@ protected:
         return fails ? nullptr : reinterpret_cast<SC_HANDLE>(1);
     }
 
-    /// Repeats the last one indefinitely. With a state of 0 the query fails.
+    /// Returns the next status, and repeats the last one. With the state 0 the query fails.
     Status nextStatus() { return statuses.at(std::min(queried++, statuses.size() - 1)); }
 
-    /// The result, how long it took, and how many handles are left open.
+    /// Returns "result milliseconds handles": the time that passed, and the handles that are left open.
     template <class Work>
     std::string run(Work work, std::vector<Status> answers = {{SERVICE_STOPPED}}, int failing = 0) {
         statuses = std::move(answers);
@@ -86,7 +86,7 @@ protected:
         return std::to_string(result) + " " + std::to_string(now - 1000) + " " + std::to_string(openHandles);
     }
 
-    DWORD refusal = 0, refusedIn = SERVICE_STOP_PENDING; ///< The error of a stop, and the state it tells.
+    DWORD refusal = 0, refusedIn = SERVICE_STOP_PENDING; ///< Error and state from ControlService.
     std::vector<Status> statuses;
     std::size_t queried = 0;
     int opens = 0, failingOpen = 0, openHandles = 0;
@@ -101,15 +101,15 @@ std::int32_t stopByName() {
     return service::stop(L"any");
 }
 
-TEST_F(FakeManager, RightsAndWhatCannotBeOpened) {
+TEST_F(FakeManager, AccessRightsAndFailedOpens) {
     const struct {
         std::int32_t (*work)();
         std::wstring opened;
-        std::string results; ///< When all can be opened, then without the first, the second...
+        std::string results; ///< With no failure, then with the first open failing, the second...
     } cases[] = {
         {service::update, L"mf003f s3 ", "0 0 0, -1 0 0, -2 0 0"},
         {service::start, L"mf003f sf01ff ", "0 0 0, -1 0 0, -2 0 0"},
-        // A service that is absent counts as stopped.
+        // A missing service counts as stopped.
         {stopByName, L"m5 s1 mf003f s10024 ", "0 1000 0, 0 0 0, 0 0 0, -1 0 0, -2 0 0"},
         {service::uninstall, L"m5 s1 mf003f s10024 ", "0 1000 0, 0 1000 0, 0 1000 0, -1 0 0, -2 0 0"},
         {[] { return service::install(L"p"); }, L"m5 s1 m3 c0 ", "0 0 0, 0 0 0, 0 0 0, -3 0 0, 5 0 0"},
@@ -125,11 +125,11 @@ TEST_F(FakeManager, RightsAndWhatCannotBeOpened) {
 
 TEST_F(FakeManager, Stop) {
     EXPECT_EQ(run(stopByName, {{kStopping}, {kStopping}, kStopped}), "0 3000 0");
-    EXPECT_EQ(run(stopByName, {{kStopping}}), "0 16000 0") << "given up";
+    EXPECT_EQ(run(stopByName, {{kStopping}}), "0 16000 0") << "gives up";
     EXPECT_EQ(run(stopByName, {{kStopping}, kFailing}), "-3 2000 0");
-    EXPECT_EQ(run(service::uninstall, {kFailing}), "0 1000 0") << "deletes all the same";
+    EXPECT_EQ(run(service::uninstall, {kFailing}), "0 1000 0") << "deletes the service anyway";
     refusal = ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
-    EXPECT_EQ(run(stopByName), "0 1000 0") << "a stop is under way";
+    EXPECT_EQ(run(stopByName), "0 1000 0") << "the service is already stopping";
     refusedIn = SERVICE_START_PENDING;
     EXPECT_EQ(run(stopByName), "-4 0 0");
     refusal = ERROR_SERVICE_NOT_ACTIVE, refusedIn = SERVICE_STOP_PENDING;
@@ -150,14 +150,14 @@ TEST_F(FakeManager, Start) {
     } cases[] = {
         {{kFailing}, "-3 0 0"},
         {{kStopped, kFailing}, "-8 0 0"},
-        {{{kStopping, 1, 500'000}, kFailing}, "-5 10000 0"}, // never longer than ten seconds a pass
+        {{{kStopping, 1, 500'000}, kFailing}, "-5 10000 0"}, // at most ten seconds per query
         {{{kStopping, 1, 0}}, "-6 1000 0"},
         {{{kStopping, 1, 900}, {kStopping, 2, 900}, {kStopping, 2, 900}}, "-6 2000 0"},
-        // Each pass has a baseline of its own.
+        // Each pass measures progress from its own start.
         {{{kStopping, 1, 30'000}, {kStopping, 1, 30'000}, kStopped, kRunning}, "0 6000 0"},
-        {{{kStopping, 1, 0}, kStopped, kRunning}, "0 1000 0"}, // it has stopped, however slowly
+        {{{kStopping, 1, 0}, kStopped, kRunning}, "0 1000 0"}, // stopped in time, despite a wait hint of 0
         {{kStopped, kStep1, kStep1, kStep1, kStep2, kStep2, kRunning}, "0 5000 0"},
-        {{kStopped, kStep1}, "0 3000 0"}, // does not get on
+        {{kStopped, kStep1}, "0 3000 0"}, // the check point does not advance
         {{kStopped, {kStarting, 1, 50'000}, kFailing}, "0 5000 0"},
     };
     for (const auto& c : cases)
@@ -166,7 +166,7 @@ TEST_F(FakeManager, Start) {
     EXPECT_EQ(run(service::start), "1056 0 0");
 }
 
-TEST_F(FakeManager, InstallTriesAgainForThreeErrorsOnly) {
+TEST_F(FakeManager, InstallRetriesThreeErrorsOnly) {
     int failures = 0;
     DWORD error = 0;
     CreateServiceWSeam::fake = [&](SC_HANDLE, LPCWSTR name, LPCWSTR display, DWORD access, DWORD type,

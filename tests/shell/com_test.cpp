@@ -1,4 +1,4 @@
-// The C form of the system's interfaces: tables of functions, which lambdas can fill.
+// The C form of COM interfaces: each has a table of function pointers, which lambdas can fill.
 #define CINTERFACE
 
 #include "shell/directory_copy.h"
@@ -34,9 +34,9 @@ struct Object {
 };
 
 struct {
-    std::vector<std::wstring> windows; ///< The folders that are shown.
-    std::string_view broken;           ///< The object or the call that fails.
-    HRESULT failure = E_FAIL;          ///< With S_OK, no object is given away all the same.
+    std::vector<std::wstring> windows; ///< The folders of the open windows.
+    std::string_view broken;           ///< Name of the object or call that fails.
+    HRESULT failure = E_FAIL;          ///< Result of "broken". With S_OK, the object is still null.
     int references = 0;
     SORTCOLUMN sort{};
     PROPERTYKEY group{};
@@ -46,7 +46,7 @@ struct {
 } world;
 
 std::map<std::string_view, const void*> tables;
-std::map<std::string_view, Object> objects[2]; // for each window
+std::map<std::string_view, Object> objects[2]; // one map per window
 
 template <class Out>
 HRESULT give(std::string_view part, std::size_t window, Out** out) {
@@ -71,7 +71,7 @@ std::string joined(const Words&... words) {
     return line.str();
 }
 
-/// Takes a note of a call with its arguments.
+/// Records a call with its arguments.
 template <class... Words>
 HRESULT called(std::string_view call, const Words&... words) {
     world.calls += joined(call, words...) + ";";
@@ -99,7 +99,7 @@ HRESULT query(const void* self, REFIID wanted, void** out) {
     return E_NOINTERFACE;
 }
 
-/// Makes the table of one object, with the three functions that all have.
+/// Creates the function table of an object, with the functions of IUnknown.
 template <class Table>
 Table& make(std::string_view part) {
     static Table table{};
@@ -184,7 +184,7 @@ void makeTables() {
     };
 }
 
-/// Stands in for classes of the shell.
+/// Registers this file's objects in place of the shell's classes.
 class Com : public testing::Test {
 protected:
     Com() {
@@ -202,21 +202,21 @@ protected:
             SHGetPathFromIDListW(opened, path);
             EXPECT_TRUE(size == 1 && children[0] == nullptr);
             called("open", text(path));
-            return E_FAIL; // does not matter
+            return E_FAIL; // must not matter
         };
     }
     ~Com() override {
         for (const DWORD cookie : cookies)
             CoRevokeClassObject(cookie);
         CoUninitialize();
-        EXPECT_EQ(world.references, 1) << "the test's own, of the factory";
+        EXPECT_EQ(world.references, 1) << "the test's own reference to the factory";
         testing_support::restoreSeams();
     }
 
     DWORD cookies[2] = {};
 };
 
-/// The options that a folder's windows tell, as one text.
+/// Returns the options that the windows of a folder report, as one text.
 std::string retrieved(const std::wstring& folder) {
     shell::TFolderViewOptions options;
     const auto [error, status] = shell::retrieveFolderView(folder, options);
@@ -227,7 +227,7 @@ std::string retrieved(const std::wstring& folder) {
 constexpr GUID kStorage{0xB725F130, 0x47EF, 0x101A, {0xA5, 0xF1, 0x02, 0x60, 0x8C, 0x9E, 0xEB, 0xAC}};
 
 TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
-    EXPECT_EQ(retrieved(L"C:/"), "0 0+ 0+ 0 1000") << "no window at all";
+    EXPECT_EQ(retrieved(L"C:/"), "0 0+ 0+ 0 1000") << "no window is open";
     EXPECT_EQ(world.calls, "open C:\\;count;");
     world.windows = {L"C:\\windows", L"C:\\users"};
     EXPECT_EQ(retrieved(L"C:\\"), "0 0+ 0+ 0 0");
@@ -249,7 +249,7 @@ TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
         for (const char* part : {"item", "app", "services", "browser", "shellView", "view", "folder"}) {
             world.broken = part;
             world.failure = failure;
-            EXPECT_EQ(retrieved(L"C:\\users"), "0 0+ 0+ 0 0") << "the window is passed over, by " << part;
+            EXPECT_EQ(retrieved(L"C:\\users"), "0 0+ 0+ 0 0") << "the window is skipped: " << part;
         }
     CoTaskMemFreeSeam::calls = 0;
     world.broken = "list";
@@ -257,10 +257,10 @@ TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
     const int freed = CoTaskMemFreeSeam::count();
     world.broken = {};
     retrieved(L"C:\\users");
-    EXPECT_EQ(CoTaskMemFreeSeam::count(), 2 * freed + 2) << "the lists of both windows";
+    EXPECT_EQ(CoTaskMemFreeSeam::count(), 2 * freed + 2) << "the item lists of both windows";
 }
 
-TEST_F(Com, RetrieveTellsWhatStandsInTheWay) {
+TEST_F(Com, RetrieveReportsErrors) {
     EXPECT_EQ(retrieved(L""), "0 0+ 0+ 87 0");
     EXPECT_EQ(retrieved(L"C:\\no such folder"), "0 0+ 0+ 87 0");
     world.failure = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
@@ -301,7 +301,7 @@ std::string linked(const std::wstring& target, const std::wstring& path, const w
     return joined(error, static_cast<int>(step));
 }
 
-TEST_F(Com, Link) {
+TEST_F(Com, LinkSteps) {
     EXPECT_EQ(linked(L"", L"", nullptr), "87 1");
     EXPECT_EQ(linked(L" \t\x3000", L"x.lnk", nullptr), "87 1");
     EXPECT_EQ(linked(L"x", L" \n ", nullptr), "87 2");
@@ -324,7 +324,7 @@ TEST_F(Com, Link) {
     EXPECT_EQ(linked(L"a", L"b", L""), "16387 24") << "no object";
 }
 
-TEST_F(Com, FailuresBesideObjects) {
+TEST_F(Com, FailuresOutsideCom) {
     SHGetFolderPathWSeam::fake = [](HWND, int, HANDLE, DWORD, LPWSTR) { return E_INVALIDARG; };
     EXPECT_EQ(shell::extensionState(), 1'000'000u + 87);
 

@@ -9,7 +9,7 @@
 
 namespace testing_support {
 
-/// A folder of its own for one test; goes away with everything in it.
+/// Temporary folder. The destructor deletes it with its contents.
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -40,14 +40,14 @@ inline std::string readBytes(const std::wstring& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// \brief The path of another program of the same build.
+/// \brief Returns the path of another file in the folder of this program.
 inline std::wstring besideThisProgram(const std::wstring& name) {
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(nullptr, path, MAX_PATH);
     return std::filesystem::path(path).replace_filename(name).wstring();
 }
 
-/// \brief Grows by 4 with each handle that is left open.
+/// \brief Returns the lowest free handle value, which grows by 4 with each leaked handle.
 inline std::uintptr_t lowestFreeHandle() {
     const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     CloseHandle(event);

@@ -1,5 +1,5 @@
-// The heap of test programs and of the DLL in the hardened build: a block ends where its last page ends, with a page
-// behind it that nobody may touch, and what was given back may not be touched for a long time.
+// The heap of the DLL and the tests in the hardened build. A block ends at the end of its last page. The next
+// page is not accessible, and a freed block stays inaccessible until kKept others have been freed.
 
 #include <atomic>
 #include <cstdint>
@@ -12,10 +12,10 @@
 namespace {
 
 constexpr std::size_t kPage = 4096, kAlignment = 16;
-constexpr std::size_t kKept = 10'000; // of the blocks that were given back last
+constexpr std::size_t kKept = 10'000; // number of freed blocks that stay inaccessible
 constexpr unsigned char kUntouched = 0xA5;
 
-struct Header { // at the beginning of the first page, which has room for it
+struct Header { // at the start of the first page
     std::size_t size, pages;
 };
 
@@ -23,7 +23,7 @@ std::size_t roundedUp(std::size_t size, std::size_t unit) {
     return (size + unit - 1) / unit * unit;
 }
 
-/// \return Where the block begins: as near to the end of the pages as its alignment permits.
+/// Returns the start of the block: as close to the end of its pages as the alignment permits.
 unsigned char* blockOf(Header* header) {
     return reinterpret_cast<unsigned char*>(header) + header->pages * kPage -
            roundedUp(header->size, kAlignment);
@@ -53,12 +53,12 @@ void release(void* block) noexcept {
         return;
     Header* const header = headerOf(block);
     const auto* const bytes = static_cast<const unsigned char*>(block);
-    bool isSound = blockOf(header) == bytes; // otherwise it is no block
+    bool isSound = blockOf(header) == bytes; // false: not the start of a block
     for (std::size_t i = header->size; isSound && i < roundedUp(header->size, kAlignment); ++i)
-        isSound = bytes[i] == kUntouched; // otherwise written behind the block, where no page ends
+        isSound = bytes[i] == kUntouched; // false: written after the block, before the end of the page
     if (!isSound || !VirtualFree(header, header->pages * kPage, MEM_DECOMMIT))
         std::abort();
-    // The system does not keep more than some ten thousand places, so the oldest may be used again.
+    // The system reserves at most some ten thousand ranges, so the oldest one is released.
     static std::atomic<std::size_t> count;
     static std::atomic<void*> left[kKept];
     if (void* const oldest = left[count++ % kKept].exchange(header))
@@ -67,7 +67,7 @@ void release(void* block) noexcept {
 
 } // namespace
 
-// The runtime's other forms call these.
+// The other forms of operator new and delete call these.
 void* operator new(std::size_t size) {
     if (void* const block = allocate(size))
         return block;

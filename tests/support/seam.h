@@ -10,7 +10,7 @@ namespace testing_support {
 
 /// \brief Replaces one function that the product imports, for the whole test program.
 ///
-/// Calls reach the real function until a test sets `fake`. `restore` resets it and the count of the calls.
+/// Calls reach the real function until a test sets `fake`. `restore` resets `fake` and the number of calls.
 template <class Name, class Function>
 class Seam;
 
@@ -31,7 +31,7 @@ public:
         return fake ? fake(arguments...) : real(arguments...);
     }
 
-    /// Lets every call fail with this error, and a result of zero.
+    /// Lets every call return zero and set this error.
     static void failWith(DWORD error) {
         calls = 0;
         fake = [error](Arguments...) {
@@ -50,7 +50,7 @@ public:
 
 inline std::vector<void (*)()> seamRestorers;
 
-/// \brief Sets all seams of the program back; for the end of a test.
+/// \brief Restores all seams of the program. Call it at the end of a test.
 inline void restoreSeams() {
     for (const auto restore : seamRestorers)
         restore();

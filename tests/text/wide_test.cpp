@@ -6,12 +6,12 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(CodePageToUtf16, OverwritesAndTellsTheLength) {
+TEST(CodePageToUtf16, OverwritesAndReturnsTheLength) {
     std::wstring wide = L"old";
     EXPECT_EQ(text::codePageToUtf16("\x80q", 1252, wide), 2u);
     EXPECT_EQ(wide, L"\u20ACq");
     EXPECT_EQ(text::codePageToUtf16("\xFFz", 65001, wide), 2u);
-    EXPECT_EQ(wide, L"\uFFFDz") << "lenient";
+    EXPECT_EQ(wide, L"\uFFFDz") << "invalid bytes become U+FFFD";
     EXPECT_EQ(text::codePageToUtf16("a\0b"s, 1252, wide), 3u);
     EXPECT_EQ(text::codePageToUtf16("", 1252, wide), 0u);
     EXPECT_EQ(wide, L"");

@@ -27,10 +27,10 @@ TEST(AppIdentity, FixedRows) {
         EXPECT_EQ(stats::shortCode(id), code);
     for (const stats::ApplicationId none : {4u, 69u, stats::kWholeSuite})
         EXPECT_TRUE(stats::folderKey(none).empty() && stats::displayName(none, false).empty()) << none;
-    EXPECT_NE(stats::displayName(0, false), stats::displayName(0, true)) << "the edition has its own";
+    EXPECT_NE(stats::displayName(0, false), stats::displayName(0, true)) << "the edition has its own name";
 }
 
-TEST(AppIdentity, EveryRowIsFoundAndUnlikeTheOthers) {
+TEST(AppIdentity, EveryRowIsUnique) {
     std::set<std::string_view> folders, names, codes;
     for (stats::ApplicationId id = 0; id <= 68; ++id) {
         folders.insert(stats::folderKey(id));
@@ -40,7 +40,7 @@ TEST(AppIdentity, EveryRowIsFoundAndUnlikeTheOthers) {
         std::erase(joined, ' ');
         EXPECT_TRUE(joined.empty() || joined == stats::folderKey(id)) << id;
     }
-    EXPECT_EQ(folders.size(), 30u + 1) << "with that of the unknown ones";
+    EXPECT_EQ(folders.size(), 30u + 1) << "including that of unknown applications";
     EXPECT_EQ(names.size(), 29u + 1);
     EXPECT_EQ(codes.size(), 28u + 1);
 }
@@ -60,12 +60,12 @@ TEST(AppDataPath, Forms) {
     EXPECT_EQ(applicationDataPath(static_cast<DataPathKind>(3), 2), L".");
 }
 
-TEST(AppDataPath, WithoutTheShellItIsTheCurrentDirectoryAndOneLineOfLog) {
+TEST(AppDataPath, WithoutTheShellReturnsTheCurrentDirectoryAndLogsOneLine) {
     const testing_support::TemporaryFolder folder;
     SetCurrentDirectoryW((folder / L"").c_str());
     CoreLog::setSettingsName("PathTest");
     CoreLog::LoggerSlot logger;
-    ASSERT_EQ(CoreLog::createLogger(logger), 0); // the log keeps its folder, and has one therefore below
+    ASSERT_EQ(CoreLog::createLogger(logger), 0); // caches the log's folder before SHGetKnownFolderPath fails
     const std::wstring log = win32::logsFolder({}) + L"\\PathTest.log";
     const auto problem = [&](HMODULE shell, DWORD error) {
         DeleteFileW(log.c_str());

@@ -17,11 +17,11 @@ ZELSYS_SEAM(L"winhttp.dll", WinHttpSendRequest)
 
 namespace {
 
-/// Takes the bodies that would be posted, and lets every post fail.
+/// Records the body of each post, and lets every post fail.
 class EventSender : public testing::Test {
 protected:
     EventSender() {
-        CoreLog::setSettingsName("no\\such\\folder"); // logging would take most of the time
+        CoreLog::setSettingsName("no\\such\\folder"); // no log: logging would take most of the time
         WinHttpSendRequestSeam::fake = [this](HINTERNET, LPCWSTR, DWORD, void* body, DWORD size, DWORD,
                                               DWORD_PTR) {
             const std::lock_guard guard(mutex);
@@ -32,7 +32,7 @@ protected:
     }
     ~EventSender() override { WinHttpSendRequestSeam::restore(); }
 
-    /// What is posted for an event with the same text in all fields.
+    /// Returns the post's body for an event with the same text in all fields.
     static std::string posted(const std::string& text, std::uint32_t number) {
         stats::CEventRecord record;
         record.store(values(text));
@@ -49,9 +49,9 @@ protected:
     stats::CAppEventStat sender;
 };
 
-TEST_F(EventSender, CountsWithinACall) {
+TEST_F(EventSender, CountsEventsFromOneForEachFirstEvent) {
     sender.sendEvent({}, true, 0);
-    EXPECT_EQ(bodies.size(), 0u) << "nobody has enabled it yet";
+    EXPECT_EQ(bodies.size(), 0u) << "the sender is not enabled yet";
     for (int call = 0; call < 2; ++call) {
         sender.sendFirst({.enabled = true}, values("a"), {"a", "a", "a", "a"});
         sender.sendEvent({"a", "a", "a", "a"}, true, 0);
@@ -65,23 +65,23 @@ TEST_F(EventSender, CountsWithinACall) {
     }
 }
 
-TEST_F(EventSender, CallsOfSeveralThreadsNeverMix) {
+TEST_F(EventSender, ConcurrentCallsNeverMix) {
     std::set<std::string> expected;
     std::vector<std::jthread> threads;
     for (const char* name : {"a", "b", "c", "d"}) {
-        const std::string text(3000, *name); // long enough for two of them to meet
+        const std::string text(3000, *name); // long enough for calls to overlap
         expected.insert(posted(text, 1));
         threads.emplace_back([this, text] {
             for (int i = 0; i < 200; ++i)
                 sender.sendFirst({.enabled = true}, values(text), {text, text, text, text});
         });
     }
-    threads.clear(); // waits for them
+    threads.clear(); // joins them
     EXPECT_EQ(bodies.size(), 800u);
     EXPECT_EQ(std::set(bodies.begin(), bodies.end()), expected);
 }
 
-TEST(EventRecord, EmptyFieldsAfterAnAmpersandCutNothingAndNothingIsLeftOfTheLastCall) {
+TEST(EventRecord, AmpersandsTruncateNothingAndNoOldValueIsLeft) {
     stats::CEventRecord record;
     record.store({.instType = "old", .guid = "old"});
     record.store({.applicationId = "a&b={GUID}\"\\\n"});
@@ -103,7 +103,7 @@ TEST(ProxySettings, KeysAndDefaults) {
     };
     with("ProxyAddress", "host");
     with("ProxyUser", "user");
-    EXPECT_EQ(with("ProxyPw", "password"), ":80::") << "type 0 is no proxy, whatever else is stored";
+    EXPECT_EQ(with("ProxyPw", "password"), ":80::") << "type 0 means no proxy, whatever the other keys";
     EXPECT_EQ(with("ProxyType", "2"), "host:80:user:password");
     EXPECT_EQ(with("ProxyPort", "8080"), "host:8080:user:password");
 }

@@ -16,7 +16,7 @@ ZELSYS_SEAM(L"kernel32.dll", Process32NextW)
 static win32::TOsVersion told;
 static LONG versionResult;
 
-/// What the product finds when it takes this program for "ntdll.dll".
+/// The library finds this function after the test has replaced the handle of "ntdll.dll" by this program's.
 extern "C" __declspec(dllexport) LONG WINAPI RtlGetVersion(RTL_OSVERSIONINFOW* info) {
     EXPECT_EQ(info->dwOSVersionInfoSize, 276u);
     info->dwMajorVersion = told.major;
@@ -27,7 +27,7 @@ extern "C" __declspec(dllexport) LONG WINAPI RtlGetVersion(RTL_OSVERSIONINFOW* i
 
 namespace {
 
-TEST(OsVersion, IsWhatTheSystemTells) {
+TEST(OsVersion, ComesFromRtlGetVersionAndTheRegistry) {
     DWORD type = REG_DWORD;
     LSTATUS status = ERROR_SUCCESS;
     RegQueryValueExWSeam::fake = [&](HKEY, LPCWSTR name, LPDWORD, LPDWORD typeOut, LPBYTE data, LPDWORD) {
@@ -53,14 +53,14 @@ TEST(OsVersion, IsWhatTheSystemTells) {
     expectVersion({10, 1, 0, 22621});
     versionResult = 1;
     expectVersion({});
-    ntdll = LoadLibraryW(L"kernel32.dll"); // one without the function
+    ntdll = LoadLibraryW(L"kernel32.dll"); // a DLL without RtlGetVersion
     expectVersion({});
     ntdll = nullptr;
     expectVersion({});
     testing_support::restoreSeams();
 }
 
-TEST(VersionClass, EveryBorder) {
+TEST(VersionClass, Boundaries) {
     const auto version = [](std::uint32_t major, std::uint32_t minor, std::uint32_t build,
                             std::uint32_t revision = 0) {
         return win32::versionClass({major, minor, revision, build});
@@ -79,7 +79,7 @@ TEST(VersionClass, EveryBorder) {
     EXPECT_EQ(version(11, 0, 30000), 0);
 }
 
-TEST(OsVersion, RunningModules) {
+TEST(Process, RunningModules) {
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(nullptr, path, MAX_PATH);
     std::wstring self = wcsrchr(path, L'\\') + 1;
@@ -94,7 +94,7 @@ TEST(OsVersion, RunningModules) {
     first.dwSize = sizeof first;
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
     EXPECT_TRUE(Process32FirstW(snapshot, &first) && CloseHandle(snapshot));
-    EXPECT_FALSE(win32::isModuleRunning(first.szExeFile)) << "the first entry does not count";
+    EXPECT_FALSE(win32::isModuleRunning(first.szExeFile)) << "the first entry of a snapshot is skipped";
     CreateToolhelp32SnapshotSeam::fake = [](DWORD, DWORD) { return INVALID_HANDLE_VALUE; };
     EXPECT_FALSE(win32::isModuleRunning(self));
     testing_support::restoreSeams();

@@ -36,7 +36,7 @@ Request throughProxy(const std::string& address, const char* server = "PLAIN") {
     return {.url = address, .proxyHost = "127.0.0.1", .proxyPort = std::atoi(port(server).c_str())};
 }
 
-/// "code/status/body", a body of more than 60 bytes by its length.
+/// Returns "code/status/body". A body of more than 60 bytes is replaced by its length.
 std::string outcome(const Request& request) {
     EXPECT_EQ(xferlib::init(), 0);
     const Response response = xferlib::fetch(request);
@@ -93,11 +93,11 @@ TEST(Xferlib, Addresses) {
         WinHttpSendRequestSeam::calls = 0;
         request.proxyHost = host;
         EXPECT_EQ(outcome(request), "5/0/") << std::string(host).size();
-        EXPECT_EQ(WinHttpSendRequestSeam::calls, 0) << "nothing may reach this computer instead";
+        EXPECT_EQ(WinHttpSendRequestSeam::calls, 0) << "no direct connection instead";
     }
 }
 
-TEST(Xferlib, PostAndWhatRedirectsMakeOfIt) {
+TEST(Xferlib, PostsAcrossRedirects) {
     Request request{.body = "a=1&b", .headers = {"Content-Type: text/x-test"}, .post = true};
     const auto post = [&](const std::string& path) {
         request.url = url(path);
@@ -112,7 +112,7 @@ TEST(Xferlib, PostAndWhatRedirectsMakeOfIt) {
     EXPECT_EQ(post("/echo"), "POST" + origin + "text/x-test ");
 }
 
-TEST(Xferlib, ServersThatTakeTooLong) {
+TEST(Xferlib, SlowServersTimeOut) {
     for (const char* path : {"/silent", "/headtrickle", "/endless", "/trickle"}) {
         Request request = get(url(path));
         request.timeoutSeconds = 1;
@@ -120,7 +120,7 @@ TEST(Xferlib, ServersThatTakeTooLong) {
     }
 }
 
-TEST(Xferlib, SendsAgainForAsLongAsWinHttpAsksForIt) {
+TEST(Xferlib, SendsAgainOnResendRequest) {
     const Request request{.url = url("/echo"), .headers = {"Content-Type: text/x-test"}};
     int refusals = 0;
     WinHttpSendRequestSeam::fake = [&](auto... arguments) {
@@ -132,15 +132,15 @@ TEST(Xferlib, SendsAgainForAsLongAsWinHttpAsksForIt) {
     EXPECT_EQ(outcome(request), "0/200/GET 127.0.0.1:" + port("PLAIN") + " /echo text/x-test ");
     EXPECT_EQ(WinHttpAddRequestHeadersSeam::calls, 1);
     refusals = 1'000'000;
-    EXPECT_EQ(outcome(request), "56/0/") << "and does not hang";
+    EXPECT_EQ(outcome(request), "56/0/") << "the repetitions are limited";
     WinHttpSendRequestSeam::restore();
 }
 
-TEST(Xferlib, SessionIsReusedUntilItHasBeenIdleFor30Seconds) {
+TEST(Xferlib, SessionIsReusedUntilIdleFor30Seconds) {
     ULONGLONG later = 0;
     GetTickCount64Seam::fake = [&later] { return GetTickCount64Seam::real() + later; };
     WinHttpSendRequestSeam::fake = [&later](auto... arguments) {
-        later += 10'000; // how long an exchange may take is not idle time
+        later += 10'000; // the duration of an exchange is not idle time
         return WinHttpSendRequestSeam::real(arguments...);
     };
     WinHttpOpenSeam::calls = 0;
@@ -152,7 +152,7 @@ TEST(Xferlib, SessionIsReusedUntilItHasBeenIdleFor30Seconds) {
     testing_support::restoreSeams();
 }
 
-TEST(Xferlib, AttemptsAreForFailingExchangesOnly) {
+TEST(Xferlib, RepeatsFailedExchangesOnly) {
     Request request = get(url("/flaky"));
     request.attempts = 2;
     EXPECT_EQ(outcome(request), "0/200/");
@@ -163,12 +163,12 @@ TEST(Xferlib, AttemptsAreForFailingExchangesOnly) {
     EXPECT_EQ(WinHttpSendRequestSeam::calls, 1);
 }
 
-TEST(Xferlib, ProxyGetsEachSchemeOnceUntilItAcceptsOne) {
+TEST(Xferlib, SendsCredentialsOncePerScheme) {
     const auto tries = [] { return outcome(get(url("/tries"))); };
     Request request = throughProxy("http://some.example/to/307/%2Fecho", "GUARDED");
     request.attempts = 2;
-    EXPECT_EQ(outcome(request), "56/407/") << "its page is not the host's reply";
-    static int run = 0; // refusals are remembered for a minute
+    EXPECT_EQ(outcome(request), "56/407/") << "the proxy's page is not the host's reply";
+    static int run = 0; // a new password for each run: refusals are cached for a minute
     request.proxyUser = "user";
     request.proxyPassword = "wrong" + std::to_string(++run);
     EXPECT_EQ(outcome(request), "56/407/");
@@ -178,24 +178,24 @@ TEST(Xferlib, ProxyGetsEachSchemeOnceUntilItAcceptsOne) {
     int pages = 0;
     WinHttpReadDataSeam::calls = 0;
     WinHttpSendRequestSeam::fake = [&pages](auto... arguments) {
-        pages += WinHttpReadDataSeam::calls.exchange(0) >= 3; // a page takes two reads, its end another
+        pages += WinHttpReadDataSeam::calls.exchange(0) >= 3; // two reads for a page and one for its end
         return WinHttpSendRequestSeam::real(arguments...);
     };
     EXPECT_EQ(outcome(request), "0/200/GET some.example:80 /echo None ");
-    EXPECT_EQ(pages, 4 + 1) << "each refusal is read to its end before the next send";
-    EXPECT_EQ(tries(), "0/200/Basic Basic") << "once for each request";
+    EXPECT_EQ(pages, 4 + 1) << "each 407 is read to its end before the next send";
+    EXPECT_EQ(tries(), "0/200/Basic Basic") << "once per request";
     WinHttpSendRequestSeam::restore();
 
     request.proxyHost.clear();
     request.url = url("/challenge");
-    EXPECT_EQ(outcome(request), "56/407/") << "a host that asks for them";
+    EXPECT_EQ(outcome(request), "56/407/") << "a host that requests the credentials";
     request.proxyHost = "127.0.0.1";
     request.proxyPort = std::atoi(port("PLAIN").c_str());
     for (const char* path : {"/echo", "/challenge", "/echo"}) { // the last one reuses the tunnel
         request.url = std::string("https://secure.example") + path;
         EXPECT_EQ(outcome(request).substr(0, 2), path[1] == 'e' ? "0/" : "56") << path;
     }
-    EXPECT_EQ(tries(), "0/200/") << "the proxy's credentials are not for hosts";
+    EXPECT_EQ(tries(), "0/200/") << "hosts receive no credentials of the proxy";
     request.proxyPassword = "\xFF";
     EXPECT_EQ(outcome(request), "67/0/") << "not UTF-8";
 }
@@ -205,7 +205,7 @@ TEST(Xferlib, SecureConnections) {
               "0/200/GET secure.example:443 /echo None ");
     EXPECT_EQ(outcome(throughProxy("https://secure.example/to/302/http%3A%2F%2Fsome.example%2Fecho")),
               "1/302/")
-        << "never back to plain text";
+        << "no redirect from https to http";
     // Wine reports a rejected certificate as a failed handshake, Windows as the certificate's fault (60).
     EXPECT_EQ(outcome(throughProxy("https://other.example/echo")), "35/0/") << "another host's certificate";
     for (const char* server : {"UNTRUSTED", "SELFSIGNED", "EXPIRED"})

@@ -10,14 +10,14 @@
 
 namespace soak {
 
-inline std::optional<zelsyshelper_load> library; ///< Must be there before any of the calls.
+inline std::optional<zelsyshelper_load> library; ///< Must be loaded before any of the calls.
 
 inline bool loadLibrary() {
     library.emplace(testing_support::besideThisProgram(L"zelsyshelper.dll").c_str());
     return static_cast<bool>(*library);
 }
 
-/// A value that tells by itself whether all of it is there, of a length that changes from one to the next.
+/// Returns a value that shows whether it is complete. Its length differs from that of its neighbours.
 inline std::wstring valueOf(unsigned number) {
     return std::to_wstring(number) + L"." + std::wstring(number * 7 % 90, 'x') + L"." +
            std::to_wstring(number);
@@ -38,12 +38,12 @@ inline long openHandles() {
     return count;
 }
 
-/// One thread's state, and the files that it may touch.
+/// State of one thread, and its files.
 struct Worker {
-    std::wstring folder; // this thread's
+    std::wstring folder; // used by this thread only
     std::mt19937 random;
-    unsigned port = 0; // of the server for downloads
-    unsigned last = 0; // the value that the thread's own file holds
+    unsigned port = 0; // port of the server for downloads
+    unsigned last = 0; // number of the value in the thread's property file
     std::uint32_t n = 0, m = 0;
     std::uint8_t flag = 0;
     wchar_t text[256] = L"";
@@ -60,17 +60,17 @@ struct Worker {
     }
 };
 
-/// Whether a query of the download is answered, with a number that may be.
+/// Returns true if a query of the download has a documented result, with a number up to `largest`.
 template <class Number>
 bool isAnswer(std::uint64_t result, const Number& number, unsigned largest) {
     return result == ZELSYSHELPER_NO_DOWNLOAD || (result == 0 && number <= largest);
 }
 
-/// A call of an export, whose result can be told right or wrong.
+/// A call of one export, and the check of its result.
 struct Row {
     const char* name;
     int weight;
-    bool (*call)(Worker&); // whether the result is one that the function may have
+    bool (*call)(Worker&); // returns true if the result is documented
     std::atomic<unsigned> calls = 0, wrong = 0;
 };
 

@@ -1,4 +1,4 @@
-"""Soak, storm and kill tests of the built library; see scripts/soak.sh and docs/reliability.md."""
+"""Soak, storm and kill tests of the built library. docs/reliability.md describes what they guarantee."""
 
 import json
 import os
@@ -48,7 +48,7 @@ def counts(counter):
 
 
 def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
-    """Starts a program; one of this test's own is waited for until it is about to begin."""
+    """Starts a program. Waits until soak_storm.exe reports that it is about to start its loop."""
     for _ in range(3):
         process = subprocess.Popen([prefix.WINE, str(program), *map(str, arguments)], stdin=stdin,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8")
@@ -56,7 +56,7 @@ def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
             return process
         if prefix.START_FAILED not in (told := process.stderr.read()):
             break
-    promise(False, f"{arguments} did not start, but ended with {process.wait()}: {line}{told}")
+    promise(False, f"{arguments} did not start and exited with {process.wait()}: {line}{told}")
     return process
 
 
@@ -85,15 +85,15 @@ def storm(folder, pem):
     wrong = {line[1]: line[3] for line in lines if line[:1] == ["call"] and line[3] != "0"}
     usage = [list(map(int, line[1:])) for line in lines if line[:1] == ["usage"]]
     whole = result.returncode == 0 and len(usage) == 2 and len(calls) == 35 and min(calls.values()) > 0
-    promise(whole, f"the storm ended with {result.returncode}: {result.stdout[-500:]}")
+    promise(whole, f"the storm exited with {result.returncode}: {result.stdout[-500:]}")
     if not whole:
         return
-    promise(not wrong, f"results that are not defined: {wrong}")
+    promise(not wrong, f"undocumented results: {wrong}")
     row("storm: threads, seconds, exports, seed", f"16, {STORM_SECONDS}, {len(calls)}, {SEED}")
     row("storm: calls; fewest, most of one export", f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}")
-    # These three leave a store behind at each call, by contract.
+    # Each call of these three keeps a store in memory, by contract: 384 bytes.
     kept = sum(calls[name] for name in ("readProperty", "writeProperty", "checkProperty")) * 3 // 8
-    # Wine 10 leaks a third of a KiB in each connection with the service manager, whoever opens it.
+    # Wine 10 leaks a third of a KiB in each connection with the service manager, whichever program opens it.
     system = sum(calls[name] for name in calls if "Service" in name) // 2
     for name, before, after, most in zip(("handles", "KiB of own blocks", "KiB of memory"), *usage,
                                          (32, 64 + kept, 8192 + kept + system)):
@@ -111,7 +111,7 @@ def sweep(folder, pem):
     host.close()
     swept = re.search(r"^swept (\d+) (\d+) (\d+)", result.stdout, re.MULTILINE)
     problems = "\n".join(line for line in result.stdout.splitlines() if line.startswith("problem"))
-    promise(result.returncode == 0 and swept, f"the sweep ended with {result.returncode}:\n{problems}")
+    promise(result.returncode == 0 and swept, f"the sweep exited with {result.returncode}:\n{problems}")
     if swept:
         row("sweep: exports, calls that failed, different functions", ", ".join(swept.groups()))
 
@@ -121,7 +121,7 @@ def value_of(number):
 
 
 def pairs(contents):
-    """The lines of a property file; zeros at its end do not count."""
+    """Returns the keys and values of a property file, without the zeros at its end."""
     return [line.partition(b"=")[::2] for line in contents.rstrip(b"\0").split(b"\n") if line]
 
 
@@ -133,7 +133,7 @@ def contents_of(keys):
 
 
 def is_sound(contents, own):
-    """Whether each other key is there once with its value, and those of the test have values that are not torn."""
+    """Returns true if every other key is present once, unchanged, and no value of an own key is torn."""
     others = [(key, value) for key, value in pairs(contents) if key not in own]
     numbers = [(value, value.split(b".")[0]) for key, value in pairs(contents) if key in own]
     return others == sorted(OTHERS.items()) and all(
@@ -141,8 +141,8 @@ def is_sound(contents, own):
 
 
 def watch(path, is_over, seen, broken_states):
-    """Looks at the file until the writers have ended. Under Linux a look can overlap a write, which can be suspended in
-    the middle: a state counts only if it stays."""
+    """Inspects the file until the writers have ended. Under Linux, a read can overlap a write that is suspended half way.
+    A broken state therefore counts only if it lasts for a second."""
     before, since, file = b"", 0, os.open(path, os.O_RDONLY)
     while not is_over():
         now = os.pread(file, 65536, 0)
@@ -158,14 +158,14 @@ def eight_processes(folder, _pem):
     path, seen, totals, broken_states = folder / "eight.cfg", Counter(), Counter(), set()
     path.write_bytes(contents_of(OTHERS | {key: value_of(0) for key in KEYS}))
     writers = [start("set", prefix.windows_path(path), f"k{i}", SETS, stdin=subprocess.PIPE) for i in range(8)]
-    for writer in writers:  # all are there: now they begin
+    for writer in writers:  # all are ready: closing stdin starts them
         writer.stdin.close()
     watcher = threading.Thread(target=watch, args=(path, lambda: all(w.poll() is not None for w in writers), seen,
                                                    broken_states))
     watcher.start()
     for writer in writers:
         numbers = re.findall(r"set (\d+) (\d+) (\d+)", writer.stdout.read())
-        promise(writer.wait() == 0 and len(numbers) == 1, "a writer did not end well")
+        promise(writer.wait() == 0 and len(numbers) == 1, "a writer failed")
         totals.update(dict(zip(("lost", "absent", "half"), map(int, *numbers))))
     watcher.join()
     promise(not totals.total() and not broken_states, f"{totals}, {broken_states}")
@@ -175,7 +175,7 @@ def eight_processes(folder, _pem):
     row("8 processes: inspections of the file from outside; broken states", f"{seen['looks']}; {len(broken_states)}")
 
 
-# What the statistics host does with a post, in percent, and what the library must then log.
+# Replies of the statistics host to a post, in percent, and the outcome that the library must log.
 CHAOS = {"200": (67.5, "ok"), "500": (15, "rejected"), "reset": (6, "curl"), "close": (4, "curl"), "short": (4, "curl"),
          "garbage": (3, "curl"), "stall": (0.2, "curl"), "late": (0.3, "ok")}
 
@@ -208,7 +208,7 @@ def clear_log():
 
 
 def logged():
-    """The outcomes of each event in the log, and the lines that are none."""
+    """Returns the logged outcomes of each event, and the number of malformed lines."""
     outcomes, current, odd = defaultdict(list), {}, 0
     for path in (OLD_LOG, prefix.LOG):
         for line in path.read_text(encoding="utf-8").splitlines() if path.exists() else ():
@@ -230,16 +230,16 @@ def chaotic_events(_folder, pem):
     result = prefix.run(PROGRAM, "events", str(EVENTS), "16", timeout=900)
     server.close()
     outcomes, odd = logged()
-    promise(result.returncode == 0 and odd == 0, f"events ended with {result.returncode}, {odd} odd lines")
+    promise(result.returncode == 0 and odd == 0, f"events exited with {result.returncode}, {odd} malformed lines")
     arrived, told, codes = Counter(), Counter(), Counter()
     for event in range(1, EVENTS + 1):
         kinds, told_of = chaos.arrivals[event], outcomes[event]
         promise(len(told_of) == 1, f"event {event} has {len(told_of)} outcomes; {kinds}")
         outcome = told_of[0] if told_of else ""
-        # Nothing but an answer of 400 and above lets the library send again.
+        # The library sends again only after a status of 400 or above.
         promise(len(kinds) <= 2 and kinds[:-1] in ([], ["500"]), f"event {event} was sent again: {kinds}; {outcome}")
         expected = CHAOS[kinds[-1]][1] if kinds else "curl"
-        # Of a second attempt that has not arrived, too, the log tells why.
+        # The log also reports why a second attempt did not arrive.
         is_lost = kinds == ["500"] and outcome.startswith("curl")
         promise(outcome.startswith(expected) or is_lost, f"event {event}: {kinds}, {outcome}")
         arrived[len(kinds)] += 1
@@ -259,9 +259,9 @@ def kill_save(folder, _pem):
         left = path.read_bytes()
         sound = is_sound(left, {b"k1"})
         states["zeros at the end" if left.endswith(b"\0") else "whole" if sound else "broken"] += 1
-        promise(sound, f"after the end of save: {left}")
+        promise(sound, f"broken after a kill in save: {left}")
         succeed("property", "set", prefix.windows_path(path), "k1", value_of(1).decode())
-        promise(path.read_bytes() == contents_of(OTHERS | {b"k1": value_of(1)}), "the next start did not write")
+        promise(path.read_bytes() == contents_of(OTHERS | {b"k1": value_of(1)}), "the next start did not save its key")
     row("kill in save: the file afterwards", counts(states))
 
 
@@ -276,9 +276,9 @@ def kill_switches(_folder, _pem):
         finds = [prefix.host("property", "check", prefix.windows_path(path), str(name), "--enciphered").returncode == 0
                  for name in range(count) if name in (0, count - 1)]
         states["all switches" if count == 50 else "a part of them" if count else "none"] += 1
-        promise(size in sizes and all(finds), f"{size} bytes are left, of which {finds} are found")
+        promise(size in sizes and all(finds), f"{size} bytes are left; switches found: {finds}")
         succeed("switch", "on", "soak-kill", "after")
-        promise(path.stat().st_size == size + len("after=1\n"), f"the next start left {path.stat().st_size} of {size} bytes")
+        promise(path.stat().st_size == size + len("after=1\n"), f"next start: {path.stat().st_size} bytes after {size}")
     path.unlink()
     row("kill in enableFx: what is left, always whole", counts(states))
 
@@ -293,10 +293,10 @@ def kill_download(folder, _pem):
         killed(0.8, *arguments, program=HOST)
         left = path.read_bytes() if path.exists() else None
         states["no file" if left is None else "whole" if left == content else "a part" if left else "empty"] += 1
-        promise(left is None or content.startswith(left), "the part is not the beginning of the file")
+        promise(left is None or content.startswith(left), "the partial file has other bytes than the original")
         if number % 5 == 0:
             succeed(*arguments)
-            promise(path.read_bytes() == content, "the next start did not fetch the whole file")
+            promise(path.read_bytes() == content, "the next start did not download the whole file")
     server.close()
     row("kill in a download: the file afterwards", counts(states))
 
@@ -305,7 +305,7 @@ def kill_hand_over(_folder, _pem):
     states, slowest = Counter(), 0
     line = "2020-01-01T00:00:00.000Z 1 1 7 tag file.cpp:1 " + "t" * 450 + "\n"
     before = line * (5_242_880 // len(line))
-    prefix.set_proxy(1)  # nobody listens there
+    prefix.set_proxy(1)  # no server listens on this port
     prefix.set_log_level(7)
     for _ in range(KILLS):
         clear_log()
@@ -336,8 +336,8 @@ def kill_served(_folder, _pem):
         client.communicate(timeout=60)
         slowest = max(slowest, time.monotonic() - begin)
         results["answered" if client.returncode == 0 else "not answered"] += 1
-        promise(client.returncode in (0, 1), f"the client ended with {client.returncode}")
-        promise(prefix.host("raise", "soak").returncode == 1, "an instance is told that has gone")
+        promise(client.returncode in (0, 1), f"the client exited with {client.returncode}")
+        promise(prefix.host("raise", "soak").returncode == 1, "a killed instance is still found")
     row("kill in a served request: the client was", counts(results))
     row("kill in a served request: the client's end, slowest", f"{slowest:.1f} s")
 

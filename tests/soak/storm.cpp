@@ -1,5 +1,5 @@
-// What soak.py runs beside its servers: every export from many threads at random, and single loops for programs
-// that run at the same time or are ended from outside. Loads the library as an application does.
+// The programs of soak.py: "storm" calls every export at random on many threads. The other modes each repeat
+// one call, in processes that run concurrently or are killed. Loads the library as an application does.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -19,7 +19,7 @@ namespace {
 
 using namespace soak;
 
-/// Prints the number of handles, the blocks that the library has allocated, and the memory in use, both in KiB.
+/// Prints the number of handles, and in KiB the library's heap blocks and the working set.
 void printUsage() {
     PROCESS_MEMORY_COUNTERS memory{};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
@@ -48,32 +48,32 @@ void runAll(std::vector<Worker>& workers, double seconds) {
     for (auto& thread : threads)
         thread.join();
     library->stopDownloadFile();
-    Sleep(1000); // the system's own threads end a little later
+    Sleep(1000); // until Windows' own threads have ended
     printUsage();
 }
 
 int storm(const std::wstring& root, double seconds, unsigned threads, unsigned seed, unsigned port) {
-    // Only what the library itself allocates counts: Wine 10 leaks a block for each connection with a service manager.
+    // Counts only the library's own blocks: Wine 10 leaks a block per connection with a service manager.
     const imports::Hooks hooks(library->module, {}, imports::countedHeap());
     std::vector<Worker> workers;
     for (unsigned i = 0; i < threads; ++i)
         workers.push_back(Worker::in(root + L"\\" + std::to_wstring(i), seed + i, port));
-    runAll(workers, std::min(seconds / 3, 30.0)); // the warm-up
+    runAll(workers, std::min(seconds / 3, 30.0)); // warm-up
     runAll(workers, seconds);
     for (const Row& row : rows)
         std::printf("call %s %u %u\n", row.name, row.calls.load(), row.wrong.load());
-    library.reset(); // while the hooks still exist
+    library.reset(); // before the hooks, which the library's calls use
     return 0;
 }
 
-/// Tells that the loop is about to begin, and waits for the word where the caller has one to give.
+/// Reports that the loop is about to start, and waits until soak.py closes standard input.
 void ready() {
     std::puts("ready");
     std::fflush(stdout);
     static_cast<void>(std::getchar());
 }
 
-/// Sets one key again and again, for ever when the count is 0, and reads it and another process's meanwhile.
+/// Repeatedly sets one key and reads it and another process's key. Never returns if `count` is 0.
 int set(const std::wstring& file, const std::string& key, unsigned count) {
     unsigned lost = 0, absent = 0, half = 0;
     ready();
@@ -96,7 +96,7 @@ int switches(const std::wstring& name) {
     }
 }
 
-/// Sends numbered events, for ever when the count is 0.
+/// Sends numbered events. Never returns if `count` is 0.
 int events(unsigned count, unsigned threads, const std::string& padding) {
     std::atomic<unsigned> next = 0;
     ready();

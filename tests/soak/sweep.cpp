@@ -1,6 +1,6 @@
-// Lets each call of Windows and of the heap fail once, for each export: the first call that the freshly
-// loaded library makes, then the second, and so on until none is left. The calls are found at run time, in
-// its import table.
+// Lets each call of Windows and of the heap fail once, for each export. Loads the library afresh, lets its
+// first call fail, then repeats this with the second call, until no call is left. Hooks on the import table
+// find the calls at run time.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -28,13 +28,13 @@ struct Run {
     std::atomic<ULONGLONG> begin = 0;
 } current;
 unsigned problems = 0, failures = 0;
-std::set<std::string> functions; // those that have failed once
+std::set<std::string> functions; // functions that were made to fail
 
 void tell(const char* what) {
     ++problems;
     const char* const failed = current.hooks != nullptr ? current.hooks->failed() : nullptr;
     std::printf("problem %s, call %u, %s: %s\n", current.row, current.number,
-                failed != nullptr ? failed : "none failed", what);
+                failed != nullptr ? failed : "no failure", what);
     std::fflush(stdout);
 }
 
@@ -56,7 +56,7 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS*) {
 void watch() {
     for (;; Sleep(500))
         if (GetTickCount64() - current.begin > kLongestRun) {
-            tell("no end");
+            tell("the call does not return");
             TerminateProcess(GetCurrentProcess(), 3);
         }
 }
@@ -67,7 +67,7 @@ DWORD nextThreadLocalStorage() {
     return index;
 }
 
-/// Calls the row, and waits for what it has started.
+/// Calls the row's export, and waits for a download that it has started.
 bool call(Row& row, Worker& worker) {
     const bool isRight = row.call(worker);
     std::uint8_t isStarted = 0, isOver = 0;
@@ -83,7 +83,7 @@ std::string line(unsigned number) {
     return "k=" + std::filesystem::path(valueOf(number)).string() + "\n";
 }
 
-/// A file that is written in place is old or new, and a download that reports no error is whole.
+/// Checks that a property file is old or new, and that a download without an error is complete.
 void expectTruth(const std::string& name, bool isRight, bool hasFailed, const Worker& worker) {
     if (name == "setValueInPropertyFile") {
         std::string file = testing_support::readBytes(worker.folder + L"\\own.cfg");
@@ -95,10 +95,10 @@ void expectTruth(const std::string& name, bool isRight, bool hasFailed, const Wo
         library->getDownloadFileErrors(&error, &stage, &status) == 0 && error == 0 && stage == 0 &&
         status == 200)
         expect(testing_support::readBytes(worker.folder + L"\\..\\downloads\\a.bin").size() == 50'000,
-               "the file is cut");
+               "the downloaded file is incomplete");
 }
 
-/// \return Whether the library got as far as the call with that number.
+/// Lets the call with the index `number` fail. Returns false if the export makes fewer calls.
 bool failOnce(Row& row, unsigned number, Worker worker) {
     testing_support::writeBytes(worker.folder + L"\\own.cfg", line(worker.last = 1));
     std::error_code ignored;
@@ -107,7 +107,7 @@ bool failOnce(Row& row, unsigned number, Worker worker) {
     current.begin = GetTickCount64();
 
     if (!loadLibrary())
-        return tell("it cannot be loaded"), false;
+        return tell("the library cannot be loaded"), false;
     const HMODULE module = library->module;
     auto substitutes = imports::countedHeap();
     substitutes.push_back({"abort", reinterpret_cast<void*>(&onAbort)});
@@ -119,50 +119,50 @@ bool failOnce(Row& row, unsigned number, Worker worker) {
     const bool hasFailed = hooks.failed() != nullptr;
     if (hasFailed)
         functions.insert(hooks.failed());
-    expect(isRight || hasFailed, "wrong without a failure");
+    expect(isRight || hasFailed, "wrong result without a failure");
     expectTruth(row.name, isRight, hasFailed, worker);
-    expect(call(row, worker), "the next call does not work");
+    expect(call(row, worker), "the next call fails");
     library->stopDownloadFile();
     library.reset();
     for (int i = 0; GetModuleHandleW(L"zelsyshelper.dll") != nullptr; ++i) {
-        Sleep(1); // a worker on its way out holds it for a moment
+        Sleep(1); // an ending worker still holds a reference to the module
         if (i == 1000) {
-            tell("it cannot be unloaded");
+            tell("the library cannot be unloaded");
             TerminateProcess(GetCurrentProcess(), 4);
         }
     }
     const bool leavesAStore = std::string(row.name).ends_with("Property");
-    expect(imports::takeLeftBlocks() == 0 || leavesAStore, "memory is left");
+    expect(imports::takeLeftBlocks() == 0 || leavesAStore, "memory is leaked");
     current.hooks = nullptr;
     return hasFailed;
 }
 
 void sweep(Row& row, const Worker& worker) {
     current.row = row.name;
-    failOnce(row, UINT32_MAX, worker); // once for what is made for good
+    failOnce(row, UINT32_MAX, worker); // warm-up: the first call leaves handles in Windows' DLLs
     const long before = openHandles();
     unsigned number = 0;
     while (problems < 50 && failOnce(row, number, worker))
         ++number;
-    expect(openHandles() - before <= 3, "handles are left"); // of Windows' own threads
+    expect(openHandles() - before <= 3, "handles are leaked"); // up to 3 belong to Windows' own threads
     failures += number;
 }
 
-/// The row of the same name finds nobody; here an instance runs, and is raised.
+/// Sweeps `bringRuningAppToTop` with a running instance, which the table's row of that name lacks.
 void sweepInstance(const Worker& worker) {
     ipc::CInterprocessCommunicationWin channel(ipc::instanceMutexName("sweep"), ipc::pipeBaseName("sweep"));
     ipc::CWindowRequestHandler handler([] { return GetDesktopWindow(); }, [] {});
     channel.setRequestHandler(&handler);
-    expect(channel.startServer() == 0, "no instance");
+    expect(channel.startServer() == 0, "the instance does not serve");
     Row raise ROW(bringRuningAppToTop, 0, library->bringRuningAppToTop("sweep") == 1);
     sweep(raise, worker);
 }
 
 } // namespace
 
-/// Arguments: a folder, the port for downloads, and whether to raise an instance as well, which takes minutes.
+/// Arguments: a folder, the port for downloads, and 1 to also raise a running instance, which takes minutes.
 int wmain(int, wchar_t** arguments) {
-    // They stay, so that their own start and end do not count.
+    // Loaded for the whole run, so that their initialisation and clean-up do not count.
     for (const wchar_t* name : {L"winhttp.dll", L"shell32.dll", L"ole32.dll", L"shlwapi.dll", L"user32.dll"})
         LoadLibraryW(name);
     SetUnhandledExceptionFilter(onCrash);
@@ -171,13 +171,13 @@ int wmain(int, wchar_t** arguments) {
     std::thread(watch).detach();
     const Worker worker =
         Worker::in(arguments[1], std::mt19937::default_seed, static_cast<unsigned>(_wtoi(arguments[2])));
-    SetCurrentDirectoryW(arguments[1]); // where files go when the system does not tell a folder
+    SetCurrentDirectoryW(arguments[1]); // the library writes here if it cannot find a folder
     const DWORD storage = nextThreadLocalStorage();
     for (Row& row : rows)
         sweep(row, worker);
     if (_wtoi(arguments[3]) != 0)
         sweepInstance(worker);
-    expect(nextThreadLocalStorage() == storage, "indexes of thread local storage are left");
+    expect(nextThreadLocalStorage() == storage, "indexes of thread local storage are leaked");
     std::printf("swept %zu %u %zu\n", std::size(rows), failures, functions.size());
     return problems != 0;
 }

@@ -1,4 +1,4 @@
-"""Events from the built library to a statistics host on loopback, through a real proxy, over TLS."""
+"""Sends events from the built library to a statistics host on loopback, through a proxy, over TLS."""
 
 import json
 import os
@@ -20,7 +20,7 @@ from server import Reply, Server  # noqa: E402
 FIELDS = ("guid country_id pid adv_type camp_type appid ver event_type event_number src info_type info inst_type "
           "inst_ch inst_ref test tc_build_num product_name id_zel_keys").split()
 LOG_SETTINGS = prefix.LOGS / "Quenlith.cfg"
-USERS_SETTINGS = b"; not a key\r\nOther=\nLevel=3\nLevel=9"  # each event is checked, which must leave them alone
+USERS_SETTINGS = b"; not a key\r\nOther=\nLevel=3\nLevel=9"  # event --check must restore them
 
 
 class Events(unittest.TestCase):
@@ -32,7 +32,7 @@ class Events(unittest.TestCase):
         prefix.LOGS.mkdir(exist_ok=True)
 
     def setUp(self):
-        self.statuses = []  # of the next replies of the statistics host; 200 when there are no more
+        self.statuses = []  # statuses of the statistics host's next replies, then 200
         self.country = Reply(body=b"DE")
         self.server = Server(self.answer, self.pem)
         self.addCleanup(self.server.close)
@@ -55,7 +55,7 @@ class Events(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stdout)
 
     def records(self):
-        """The JSON records that arrived, each checked for the request's form."""
+        """Returns the JSON records that arrived, and checks the form of each request."""
         records = []
         for request in self.server.requests:
             if request.host.startswith("country."):
@@ -70,11 +70,11 @@ class Events(unittest.TestCase):
         return records
 
     def log(self):
-        """The lines of the log as (level, tag, text)."""
+        """Returns the lines of the log as (level, tag, text)."""
         lines = prefix.LOG.read_text(encoding="utf-8").splitlines()
         return [(int(parts[3]), parts[4], parts[6]) for parts in (line.split(" ", 6) for line in lines)]
 
-    def test_values_arrive_as_given_and_are_logged(self):
+    def test_values_arrive_unchanged_and_are_logged(self):
         info = 'C:\\Media "A&B" 50% + größer 音楽\n'
         self.send("--name", "install_done", "--source", "s", "--info-type", "t", "--info", info, "--app-id", "02",
                   "--version", "4.1", "--adv-type", "a", "--camp-type", "c", "--inst-type", "it", "--inst-ref", "ir",
@@ -87,7 +87,7 @@ class Events(unittest.TestCase):
         self.assertEqual(self.log(), [(6, "sendAppEventFull", arguments), (7, "AppEventStat", "stats::sendEvent: ok"),
                                       (6, "sendAppEventFull", "<--sendAppEventFull")])
 
-    def test_retry_is_for_error_statuses_only(self):
+    def test_only_error_statuses_are_retried(self):
         rejected = (3, "AppEventStat", "stats::sendEvent rejected: http 503 | the\\nreply")
         ok = (7, "AppEventStat", "stats::sendEvent: ok")
         for statuses, posts, line in (([500, 503], 2, rejected), ([400, 200], 2, ok), ([399], 1, ok)):
@@ -101,12 +101,12 @@ class Events(unittest.TestCase):
                 self.assertEqual((records[0], records[0]["test"]), (records[-1], "0"))
                 self.assertEqual(self.log()[1:], [line])
 
-    def test_transport_failure_is_told_by_its_number_only(self):
+    def test_transport_failure_is_logged_by_its_code(self):
         self.server.close()
         self.send("--name", "n", problem="cannot be reached (7)")
         self.assertEqual(self.log()[1:], [(7, "AppEventStat", "stats::sendEvent: curl 7")])
 
-    def test_interrupted_check_restores_the_level_and_keeps_the_key_of_another_program(self):
+    def test_interrupted_check_restores_the_level_and_keeps_other_changes(self):
         self.server.answer = lambda request, _handler: time.sleep(5)
         command = [prefix.WINE, prefix.BIN / "zelsyshelper-host.exe", "event", "--check"]
         with subprocess.Popen(command) as host, subprocess.Popen(command) as other:
@@ -119,18 +119,18 @@ class Events(unittest.TestCase):
             host.send_signal(signal.SIGINT)
             self.assertEqual((host.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=3\nOther=new\n"))
 
-    def test_only_the_systems_own_dlls_are_loaded(self):
+    def test_dlls_are_loaded_from_the_system_folder_only(self):
         with tempfile.TemporaryDirectory() as name:
             for file in (prefix.BIN / "zelsyshelper-host.exe", prefix.BIN / "zelsyshelper.dll"):
                 shutil.copy(file, name)
-            shutil.copy(prefix.BIN / "zelsyshelper.dll", f"{name}/winhttp.dll")  # has none of the functions
-            # Wine would prefer its own one wherever it lies.
+            shutil.copy(prefix.BIN / "zelsyshelper.dll", f"{name}/winhttp.dll")  # exports no function of WinHTTP
+            # By default, Wine prefers its built-in DLL to one in the program's folder.
             overrides = os.environ["WINEDLLOVERRIDES"] + ";winhttp=n,b"
             result = prefix.run(Path(name) / "zelsyshelper-host.exe", "event", "--name", "n", cwd=name,
                                 env=os.environ | {"WINEDLLOVERRIDES": overrides})
             self.assertEqual((result.returncode, len(self.records())), (0, 1), result)
 
-    def test_location_is_asked_for_until_it_is_known(self):
+    def test_country_is_looked_up_until_it_is_known(self):
         for reply, asked in ((Reply(body=b"FR"), 1), (Reply(), 40)):
             with self.subTest(reply.body):
                 self.setUp()
@@ -138,7 +138,7 @@ class Events(unittest.TestCase):
                 self.run_case("FourThreads")
                 self.assertEqual(len(self.records()), 40)
                 lookups = sum(r.host.startswith("country.") for r in self.server.requests)
-                # Threads that start together may all ask before the first reply is there.
+                # Four threads start together: each may look up the country before the first reply arrives.
                 self.assertTrue(asked <= lookups <= max(asked, 4), lookups)
                 self.assertEqual(prefix.COMMON_CONFIG.read_text().count("FR"), 0, "kept in memory only")
         prefix.set_proxy(self.server.port, Location="AT")
@@ -147,11 +147,11 @@ class Events(unittest.TestCase):
         self.assertEqual([r["country_id"] for r in self.records()], ["AT"])
         self.assertEqual(len(self.server.requests), 1)
 
-    def test_nothing_is_sent_or_waited_for_while_the_process_ends(self):
+    def test_process_exit_sends_nothing_and_does_not_wait(self):
         self.run_case("AtProcessEnd")
         self.assertEqual([record["event_type"] for record in self.records()], ["before"])
 
-    def test_without_arguments_and_without_a_log(self):
+    def test_null_arguments_and_an_unusable_log(self):
         prefix.LOG.mkdir()  # a log file that cannot be opened
         self.addCleanup(prefix.LOG.rmdir)
         self.run_case("Nulls")

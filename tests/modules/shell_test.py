@@ -1,4 +1,4 @@
-"""The shell functions and machine queries of the built library, on real files, through the console host."""
+"""Runs the shell functions and system queries of the built library on real files, through the console host."""
 
 import os
 import subprocess
@@ -11,7 +11,7 @@ sys.path.insert(0, str(Path(__file__).parents[2] / "tools/loopback"))
 import prefix  # noqa: E402
 
 EXTENSION = "gmbkafodnhelcjpibgkmdoafhnecjlpb"
-OTHER_EXTENSION = "mhjfbmdgcfjbbpaeojofohoefgiehjai"  # one that the browser itself has listed
+OTHER_EXTENSION = "mhjfbmdgcfjbbpaeojofohoefgiehjai"  # listed in preferences.json
 
 
 class Shell(unittest.TestCase):
@@ -22,7 +22,7 @@ class Shell(unittest.TestCase):
         self.source, self.destination = self.folder / "source", self.folder / "destination"
 
     def make(self, root, *names):
-        """Files that hold their own names, and folders, whose names end in a slash."""
+        """Creates files that contain their own names. Names that end in a slash are folders."""
         for name in names:
             path = root / name
             (path if name.endswith("/") else path.parent).mkdir(parents=True, exist_ok=True)
@@ -33,14 +33,14 @@ class Shell(unittest.TestCase):
         return sorted(str(path.relative_to(root)) for path in root.rglob("*"))
 
     def copy(self, source=None, destination=None):
-        """The lines that a copy tells, without the count of failures, which is checked."""
+        """Copies and returns the printed lines. Checks the count of failures in the last line and the exit code."""
         result = prefix.host("copy-dir", *(text if isinstance(text, str) else prefix.windows_path(text)
                                            for text in (source or self.source, destination or self.destination)))
         *lines, count = result.stdout.splitlines()
         self.assertEqual((int(count.split()[0]), result.returncode), (len(lines), int(bool(lines))), result)
         return lines
 
-    def test_root_files_want_a_folder_before_them(self):
+    def test_root_files_need_a_subfolder_before_them(self):
         self.make(self.source, "0.txt", "a/b/c.txt", "a/empty/", "z.txt")
         self.assertEqual(self.copy(), ["error RemoveDirectory: 2", "error copy: 3"])
         copied = ["a", "a/b", "a/b/c.txt", "a/empty", "z.txt"]
@@ -54,9 +54,9 @@ class Shell(unittest.TestCase):
         for source in (self.source / "z.txt", self.folder / "none"):
             result = prefix.host("copy-dir", prefix.windows_path(source), prefix.windows_path(self.destination))
             self.assertEqual((result.returncode, result.stdout), (1, ""))
-            self.assertEqual(self.names(self.destination), copied, "a source that is no folder deletes nothing")
+            self.assertEqual(self.names(self.destination), copied, "if the source is not a folder, nothing is deleted")
 
-    def test_what_cannot_be_deleted_stays_and_is_not_overwritten(self):
+    def test_undeletable_files_are_not_overwritten(self):
         self.make(self.source, "a/file", "a/other")
         self.make(self.destination, "a/file", "b/file")
         (self.destination / "a/file").write_text("old")
@@ -66,7 +66,7 @@ class Shell(unittest.TestCase):
         self.assertEqual(self.names(self.destination), ["a", "a/file", "a/other"])
         self.assertEqual((self.destination / "a/file").read_text(), "old")
 
-    def test_links_are_not_followed_for_deleting_and_not_round_in_circles(self):
+    def test_deleting_follows_no_links_and_copying_no_cycles(self):
         self.make(self.folder, "outside/keep", "outside/deep/keep")
         self.make(self.source, "a/file", "a/z/file")
         (self.source / "a/out").symlink_to(self.folder / "outside")
@@ -84,7 +84,7 @@ class Shell(unittest.TestCase):
         link.symlink_to(self.folder / "outside")
         for destination in (link, prefix.windows_path(link) + "\\"):
             self.copy(destination=destination)
-            self.assertIn("keep", self.names(self.folder / "outside"), "nor where the destination itself is one")
+            self.assertIn("keep", self.names(self.folder / "outside"), "the destination itself is a link")
 
     def test_refused_paths_touch_nothing(self):
         self.make(self.source, "a/file")
@@ -104,13 +104,13 @@ class Shell(unittest.TestCase):
             self.assertEqual(self.copy(source, self.source / "m/n")[-1:], ["error copy: 1921"])
             self.assertEqual(self.names(self.source / "m/n"), ["a", "a/file", "m", "m/n", "z", "z/file"])
 
-    def test_paths_are_cut_where_they_get_too_long(self):
+    def test_long_paths_are_truncated_safely(self):
         self.make(self.source, "a/file")
         self.make(self.folder, "outside/keep")
         room = 508 - len(prefix.windows_path(self.folder / "t"))
         folders, rest = divmod(room - 2, 100)
         deep = self.folder / "t" / "/".join(["d" * 99] * folders) / ("e" * (rest + 1))
-        # Cut, the names lead to the folder itself, to its parent, and to a link that has the shorter name.
+        # Truncated, these names lead to a link with the shorter name, to the folder itself, and to its parent.
         for root, name in ((deep, "abcdef/y/file"), (deep / "ef", "x/file"), (deep.with_name(deep.name + "g"), "..x/file")):
             with self.subTest(name):
                 self.make(root, name)
@@ -121,9 +121,9 @@ class Shell(unittest.TestCase):
                 self.assertTrue(self.copy(destination=prefix.windows_path(root)))
                 self.assertTrue((root.parent / "beside").exists() and (self.folder / "outside/keep").exists())
                 link.unlink(missing_ok=True)
-                self.copy(destination=self.folder / "t")  # ends as well
+                self.copy(destination=self.folder / "t")  # terminates, too
 
-    def test_link_as_another_program_reads_it(self):
+    def test_link_is_readable_by_another_program(self):
         link = self.folder / "a link.lnk"
         for target, description in (("C:\\windows\\notepad.exe", "To write"), ("C:\\no such\\program.exe", None)):
             result = prefix.host("link", "create", f"  {target} ", prefix.windows_path(link),
@@ -131,7 +131,7 @@ class Shell(unittest.TestCase):
             self.assertEqual(result.returncode, 0, result.stderr)
             text = subprocess.run(["lnkinfo", str(link)], capture_output=True, text=True, check=True).stdout
             fields = dict(line.strip().split(":", 1) for line in text.splitlines() if ":" in line)
-            # Newer versions of the program double backslashes.
+            # Newer versions of lnkinfo double backslashes.
             fields = {name.strip(): value.strip().replace("\\\\", "\\") for name, value in fields.items()}
             self.assertEqual((fields["Local path"], fields.get("Description")), (target, description))
 

@@ -1,4 +1,4 @@
-"""The package: the same bytes from another folder, enough for its reader, and signed on demand."""
+"""Checks that the package is reproducible, that its README works, and that its programs can be signed."""
 
 import os
 import re
@@ -24,12 +24,12 @@ def run(*command, **options):
 
 
 def package(root, *arguments):
-    """Makes the package of a tree and returns its path."""
+    """Creates the package of a tree and returns its path."""
     return root / run(root / "scripts/package.sh", *arguments).split()[-1]
 
 
 def built_by(toolchain):
-    """The environment in which CMake uses one of the project's toolchains."""
+    """Returns an environment in which CMake uses one of the project's toolchains."""
     return os.environ | {"CMAKE_GENERATOR": "Ninja", "CMAKE_TOOLCHAIN_FILE": f"{ROOT}/cmake/{toolchain}.cmake",
                          "CXXFLAGS": "-Wall -Wextra -Wpedantic -Werror"}
 
@@ -57,7 +57,7 @@ class Package(unittest.TestCase):
         there = package(elsewhere)
         with zipfile.ZipFile(here) as one, zipfile.ZipFile(there) as other:
             self.assertEqual([entry.filename for entry in one.infolist() if entry.CRC != other.getinfo(entry.filename).CRC],
-                             [], "these differ")
+                             [], "files that differ")
         self.assertEqual(here.read_bytes(), there.read_bytes())
 
     def test_readme_leads_to_programs_that_run(self):
@@ -68,7 +68,7 @@ class Package(unittest.TestCase):
         for page in root.rglob("*.md"):
             for path in re.findall(r"\]\(([^):#]+)[)#]", page.read_text()):
                 self.assertTrue((page.parent / path).exists(), f"{page.name}: {path}")
-        for binary in (root / "bin").iterdir():  # in build/bin, project_test has compared both
+        for binary in (root / "bin").iterdir():  # project_test compares programs and PDBs in build/bin
             for file in binary, root / "symbols" / f"{binary.stem}.pdb":
                 self.assertEqual(file.read_bytes(), (ROOT / "build/bin" / file.name).read_bytes(), file.name)
         for name, content in re.findall(r"^`(player/\S+)`:\n\n```\w+\n(.*?)^```$", text, re.M | re.S):
@@ -78,7 +78,7 @@ class Package(unittest.TestCase):
             run("bash", "-ec", commands, cwd=root, env=built_by("mingw-w64"))
         self.assertIn("skin dark", prefix.run(root / "build/player/player.exe", cwd=root / "build").stdout)
 
-        # The server that is written in C alone, and the library as its client.
+        # The server in plain C, with the library as its client.
         example = root / "build/examples/bin/single_instance_c.exe"
         with subprocess.Popen([prefix.WINE, example, "Outside"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                               text=True) as first:
@@ -87,13 +87,13 @@ class Package(unittest.TestCase):
             self.assertEqual(first.communicate("\n", timeout=30)[0].splitlines(),
                              ["asked for the window", "asked to come to the front"])
 
-        # A second compiler for the sources of the channel, and what loads the library at run time.
+        # A second compiler builds the channel's sources and the header that loads the library at run time.
         run("cmake", "-S", Path(__file__).parent / "outside", "-B", root / "build/outside",
             f"-DCMAKE_PREFIX_PATH={root}", f"-DCMAKE_RUNTIME_OUTPUT_DIRECTORY={example.parent}", env=built_by("clang-mingw"))
         run("cmake", "--build", root / "build/outside")
         self.assertEqual(prefix.run(example.parent / "loaded.exe").returncode, 42)
 
-    def test_signed_on_demand(self):
+    def test_programs_are_signed_on_request(self):
         (self.folder / "passphrase").write_text("of the key\n")
         run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-passout", "file:passphrase", "-subj", "/CN=test", "-addext",
             "extendedKeyUsage=codeSigning", "-keyout", "key.pem", "-out", "certificate.pem", cwd=self.folder)

@@ -1,4 +1,4 @@
-"""Runs a test program beside the servers that it talks to."""
+"""Starts the servers that a test program needs, and runs the program."""
 
 import base64
 import os
@@ -13,9 +13,9 @@ import prefix  # noqa: E402
 from certificates import Authority  # noqa: E402
 from server import Reply, Server  # noqa: E402
 
-# Announces the close: a client that reuses the connection at that very moment would get no answer.
+# Announces the close: otherwise a client could reuse the connection while it closes, and get no reply.
 OK = b"HTTP/1.1 200 OK\r\nConnection: close\r\n"
-RAW = {  # pieces that are sent as they are, half a second apart, before the connection is closed
+RAW = {  # raw pieces of a reply, sent half a second apart; then the connection is closed
     "nolength": [b"HTTP/1.1 203 OK\r\n\r\nbody"],
     "headers": [b"HTTP/1.1 302 Found\r\nContent-Length: 2\r\nSet-Cookie: a=1\r\nLocation: /x\r\n"
                 b"Content-Type: text/x\r\nSet-Cookie: b=2\r\nContent-Encoding: none\r\n"
@@ -37,7 +37,7 @@ servers = {}
 
 
 def write_slowly(handler, pieces):
-    """Sends the pieces for as long as the client wants them."""
+    """Sends the pieces until the client closes the connection, then closes it."""
     handler.close_connection = True
     try:
         for number, piece in enumerate(pieces):
@@ -70,12 +70,12 @@ def answer(request, handler):
         return Reply(body=request.headers["User-Agent"].encode())
     if what == "late":
         time.sleep(1)
-    if what == "tries":  # the schemes by which clients have signed in to the guarded proxy since the last look
+    if what == "tries":  # the schemes of all sign-ins to the guarded proxy since the last query
         given = servers["GUARDED"].authorizations
         tries = " ".join(authorization.split()[0] for authorization in given)
         given.clear()
         return Reply(body=tries.encode())
-    if what == "challenge":  # a host that asks for the credentials of the proxy
+    if what == "challenge":  # a host that requests the proxy's credentials
         servers["GUARDED"].authorizations += filter(None, [request.headers.get("Proxy-Authorization")])
         return Reply(407, headers={"Proxy-Authenticate": 'Basic realm="host"'})
     if what == "flaky":

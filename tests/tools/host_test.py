@@ -1,4 +1,4 @@
-"""The console host as scripts and support use it."""
+"""Runs the console host as scripts and support engineers do."""
 
 import json
 import subprocess
@@ -15,7 +15,7 @@ from server import Reply, Server  # noqa: E402
 
 class Host(unittest.TestCase):
     def json(self, *arguments):
-        """The object that a command prints, which is all of its output."""
+        """Returns the JSON object that a command prints. It must be the whole output."""
         result = prefix.host(*arguments, "--json")
         object = json.loads(result.stdout)
         self.assertEqual((object["exitCode"], object["ok"]), (result.returncode, result.returncode == 0))
@@ -31,7 +31,7 @@ class Host(unittest.TestCase):
         self.assertEqual(prefix.host("property", "read", file + ".fx", "--enciphered", "--", "-h").stdout, "--json\n")
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
         self.assertEqual(self.json("property", "get", file, "none")["errorName"], "NO_KEY")
-        self.assertIn("Failures", self.json("copy-dir", ".", "")["error"])  # the library's own lines go elsewhere
+        self.assertIn("Failures", self.json("copy-dir", ".", "")["error"])  # and no lines of the library
         self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
         self.assertEqual(self.json("os-version", "--dll", "none.dll")["exitCode"], 3)
         for arguments in (["download", "-h"], ["/?", "download", "--frob"], ["help", "download"]):
@@ -47,9 +47,9 @@ class Host(unittest.TestCase):
         drawn = self.json("adv-type", "A8 B5 C2 D1", "--draws", "80000")
         expected = {"A": 40_000, "B": 25_000, "C": 10_000, "D": 5_000}
         chi_square = sum((drawn[letter] - often) ** 2 / often for letter, often in expected.items())
-        self.assertLess(chi_square, 31, "three degrees of freedom: exceeded less than once in a million runs")
+        self.assertLess(chi_square, 31, "3 degrees of freedom: a fair draw exceeds 31 once in a million runs")
 
-    def test_update_service_from_installing_to_uninstalling(self):
+    def test_life_cycle_of_the_update_service(self):
         install = "install", prefix.windows_path(prefix.BIN / "update_service.exe")
         for arguments, expected in (
                 (["start"], "SERVICE_NOT_OPENED"), (["install", "none.exe"], "ERROR_FILE_NOT_FOUND"), (install, ""),
@@ -61,7 +61,7 @@ class Host(unittest.TestCase):
                 result = self.json("service", *arguments)
                 self.assertEqual(result.get("errorName", result.get("state", "")), expected)
 
-    def test_failed_downloads_in_words_and_without_a_full_bar(self):
+    def test_failed_downloads_state_the_reason_and_show_no_full_bar(self):
         replies = {"/missing": Reply(404), "/page": Reply(404, b"page"),
                    "/circle": Reply(302, headers={"Location": "/circle"})}
 
@@ -84,7 +84,7 @@ class Host(unittest.TestCase):
         result = subprocess.run(command, stdout=subprocess.PIPE, timeout=12)
         self.assertEqual((json.loads(result.stdout)["exitCode"], result.returncode), (130, 130))
 
-    def test_doctor_sees_the_proxy_and_hides_its_password(self):
+    def test_doctor_checks_the_proxy_and_hides_its_password(self):
         server = Server(lambda request, handler: Reply(), None)
         prefix.set_proxy(server.port, ProxyAddress="http://127.0.0.1")
         self.addCleanup(prefix.COMMON_CONFIG.unlink)

@@ -69,7 +69,7 @@ int get(const Library& library, const Property& property) {
 std::wstring cannotBeKept(const std::wstring& key, const std::wstring& value) {
     const bool isFound =
         (key + value).find_first_of(L"\r\n") != std::wstring::npos || key.find(L'=') != key.npos;
-    return isFound ? L"Files cannot hold line breaks in keys and values, nor \"=\" in keys" : L"";
+    return isFound ? L"A property file cannot store a line break, nor \"=\" in a key" : L"";
 }
 
 int set(const Library& library, const Property& property) {
@@ -194,7 +194,7 @@ int runSwitch(const Library& library, const Parameters& parameters) {
     const std::wstring path = switchFile(arguments[1]);
     if (path.empty())
         return wrongUsage(kSwitchCommand,
-                          L"\"" + arguments[1] + L"\" is no name of a file in the settings folder");
+                          L"\"" + arguments[1] + L"\" is not a valid file name in the settings folder");
     if (isClear)
         return clearSwitches(library, arguments[1], path);
     if (const std::wstring problem = cannotBeKept(arguments[2], {}); !problem.empty())
@@ -218,13 +218,14 @@ const Command kPropertyCommand{
     L"property",
     L"property get FILE KEY         Prints a value.\n"
     L"property set FILE KEY VALUE   Sets a value; an empty one removes the key.\n"
-    L"property int FILE KEY         Prints a value as an integer, -1000 when the key is not there,\n"
-    L"                              100002 when the file is not, 100004 when it cannot be read.\n"
-    L"property filled FILE KEY      Prints yes or no: does the file hold a value that is not empty?\n"
+    L"property int FILE KEY         Prints a value as an integer: -1000 if the key is missing,\n"
+    L"                              100002 if the file is missing, 100004 if it cannot be read.\n"
+    L"property filled FILE KEY      Prints yes if the value is present and not empty, otherwise no.\n"
     L"property read FILE KEY [--enciphered]\n"
     L"property write FILE KEY VALUE [--enciphered]\n"
     L"property check FILE KEY [--enciphered]\n"
-    L"                              The same with the functions that support enciphered files too.",
+    L"                              Like get and set, also in enciphered files; check prints whether\n"
+    L"                              the key is present.",
     kPropertyOptions,
     run,
 };
@@ -232,7 +233,7 @@ const Command kPropertyCommand{
 const Command kSwitchCommand{
     L"switch",
     L"switch on|off NAME SWITCH     Sets a switch of the file NAME.fx in the suite's settings folder.\n"
-    L"switch clear NAME             Empties that file.",
+    L"switch clear NAME             Empties the file.",
     {},
     runSwitch,
 };

@@ -121,7 +121,7 @@ int runRaise(const Library& library, const Parameters& parameters) {
     if (parameters.positional.size() != 1)
         return wrongUsage(kRaiseCommand, L"raise requires the name of one application");
     const bool isRaised = library.bringRuningAppToTop(toUtf8(parameters.positional[0]).c_str()) != 0;
-    print(isRaised ? L"raised" : L"no other instance has answered");
+    print(isRaised ? L"raised" : L"no running instance replied");
     flag("raised", isRaised);
     return isRaised ? kDone : kFailed;
 }

@@ -149,7 +149,7 @@ const wchar_t* explainStep(std::uint32_t step) {
     case ZELSYSHELPER_LINK_SAVE:
         return L"the link's file cannot be written";
     default:
-        return L"the shell refused";
+        return L"the shell rejected the link";
     }
 }
 
@@ -212,8 +212,8 @@ const Command kFolderViewCommand{
     L"folder-view",
     L"folder-view get FOLDER        Opens the folder and prints how the file manager shows it.\n"
     L"folder-view set FOLDER [--view NAME] [--sort COLUMN] [--group COLUMN] [--descending]\n"
-    L"                              Sets it. Views: icons, small-icons, list, details, thumbnails, strip,\n"
-    L"                              tiles, content. Columns: none, name, size, type, modified, other.",
+    L"                              Sets the view. Views: icons, small-icons, list, details, thumbnails,\n"
+    L"                              strip, tiles, content. Columns: none, name, size, type, modified, other.",
     kFolderViewOptions,
     runFolderView,
 };

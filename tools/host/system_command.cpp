@@ -73,7 +73,7 @@ const Command kOsVersionCommand{
 
 const Command kIsRunningCommand{
     L"is-running",
-    L"is-running NAME.EXE           Prints yes or no: does a process of this executable run?",
+    L"is-running NAME.EXE           Prints yes if a process of this executable runs, otherwise no.",
     {},
     runIsRunning,
 };

@@ -11,10 +11,12 @@ namespace CoreLog {
 
 /// \brief Collects text and integers, and writes them as one log line in its destructor.
 ///
-/// Formats nothing if the level exceeds the logger's threshold or the logger is null.
+/// Formats nothing if the level exceeds the logger's threshold or the logger is null. A message belongs to
+/// one thread.
 class CLogMsgMultibyte {
 public:
     /// \param logger May be null. Must outlive the message.
+    /// \param level See `ILogger::threshold`.
     /// \param tag The component that logs; null counts as empty. Must outlive the message.
     /// \param file Path of the source file; null counts as empty. Only the file name is written. Must outlive
     /// the message.

@@ -15,6 +15,7 @@ using PlaceholderValues = std::map<std::string, std::string, std::less<>>;
 /// A placeholder is "{", a name of ASCII letters, digits, "-" and "_", and "}". Everything else, including
 /// other braces, is copied unchanged. Values are copied unchanged and are not searched for placeholders.
 ///
+/// \param pattern The template.
 /// \param values Maps names to values; an absent name counts as empty.
 /// \param keepPair Handling of an empty value. True removes only the placeholder. False also truncates the
 /// output at its last "&", so that "a={A}&b={B}" loses "&b=".

@@ -1,11 +1,8 @@
 #include "win32/os_version.h"
 
-#include "win32/owner.h"
 #include "win32/registry_key.h"
 
-#include <cwchar>
-
-#include <tlhelp32.h>
+#include <windows.h>
 
 namespace win32 {
 namespace {
@@ -43,25 +40,6 @@ TOsVersion osVersion() {
         .revision = info.dwMajorVersion >= kFirstVersionWithRevision ? updateRevision() : 0,
         .build = info.dwBuildNumber,
     };
-}
-
-bool isModuleRunning(const std::wstring& name) {
-    const KernelHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    // Skips the first entry: the idle process has no executable.
-    if (!snapshot || !Process32FirstW(snapshot.get(), &entry))
-        return false;
-    bool isFound = false;
-    while (Process32NextW(snapshot.get(), &entry)) {
-        if (_wcsicmp(entry.szExeFile, name.c_str()) != 0)
-            continue;
-        isFound = true;
-        // Opens and closes every match. OpenProcess may fail with ERROR_ACCESS_DENIED: the match still
-        // counts.
-        KernelHandle(OpenProcess(PROCESS_ALL_ACCESS, FALSE, entry.th32ProcessID));
-    }
-    return isFound;
 }
 
 } // namespace win32

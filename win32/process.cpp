@@ -2,7 +2,10 @@
 
 #include "win32/owner.h"
 
+#include <cwchar>
 #include <memory>
+
+#include <tlhelp32.h>
 
 namespace win32 {
 namespace {
@@ -35,6 +38,25 @@ std::wstring environmentVariable(const wchar_t* name) {
     wchar_t value[kVariableCapacity];
     const DWORD length = GetEnvironmentVariableW(name, value, kVariableCapacity);
     return length < kVariableCapacity ? std::wstring(value, length) : std::wstring();
+}
+
+bool isModuleRunning(const std::wstring& name) {
+    const KernelHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    // Skips the first entry: the idle process has no executable.
+    if (!snapshot || !Process32FirstW(snapshot.get(), &entry))
+        return false;
+    bool isFound = false;
+    while (Process32NextW(snapshot.get(), &entry)) {
+        if (_wcsicmp(entry.szExeFile, name.c_str()) != 0)
+            continue;
+        isFound = true;
+        // Opens and closes every match. OpenProcess may fail with ERROR_ACCESS_DENIED: the match still
+        // counts.
+        KernelHandle(OpenProcess(PROCESS_ALL_ACCESS, FALSE, entry.th32ProcessID));
+    }
+    return isFound;
 }
 
 bool isProcessEnding() {

@@ -9,6 +9,10 @@ namespace win32 {
 /// \return Its value; empty if the variable is missing or longer than 2047 characters.
 std::wstring environmentVariable(const wchar_t* name);
 
+/// \brief Returns true if a running process has an executable of this name, in any letter case.
+/// \param name A file name with its extension. A path never matches.
+bool isModuleRunning(const std::wstring& name);
+
 /// \brief Returns true during process exit.
 ///
 /// Destructors of static objects check this before they call other DLLs. At process exit the system has

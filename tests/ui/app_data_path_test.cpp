@@ -4,7 +4,6 @@
 #include "ui/common/stat/app_data_path.h"
 #include "ui/common/stat/app_identity.h"
 #include "win32/known_folders.h"
-#include "win32/process.h"
 
 #include <algorithm>
 #include <set>
@@ -85,13 +84,6 @@ TEST(AppDataPath, WithoutTheShellReturnsTheCurrentDirectoryAndLogsOneLine) {
         problem(LoadLibraryW(L"version.dll"), 0).ends_with(" GetProcAddress return null | err =127\n"));
     LoadLibraryExASeam::restore();
     SetCurrentDirectoryW(L"C:\\");
-}
-
-TEST(EnvironmentVariable, TooLongIsEmpty) {
-    for (const std::size_t length : {2047u, 2048u}) {
-        SetEnvironmentVariableW(L"ZELSYS_TEST", std::wstring(length, L'v').c_str());
-        EXPECT_EQ(win32::environmentVariable(L"ZELSYS_TEST").size(), length < 2048 ? length : 0);
-    }
 }
 
 } // namespace

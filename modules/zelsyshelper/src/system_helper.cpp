@@ -3,6 +3,7 @@
 #include "modules/zelsyshelper/src/export_frame.h"
 #include "text/utf16.h"
 #include "win32/os_version.h"
+#include "win32/process.h"
 
 namespace {
 

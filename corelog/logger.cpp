@@ -5,6 +5,7 @@
 #include "sys/mutex.h"
 #include "text/utf16.h"
 #include "win32/known_folders.h"
+#include "win32/path.h"
 
 #include <cstdlib>
 #include <mutex>

@@ -1,6 +1,7 @@
 #include "http/http_download_file.h"
 
 #include "win32/known_folders.h"
+#include "win32/path.h"
 
 #include <algorithm>
 #include <cwctype>

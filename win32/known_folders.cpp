@@ -1,6 +1,7 @@
 #include "win32/known_folders.h"
 
 #include "win32/owner.h"
+#include "win32/path.h"
 
 #include <memory>
 
@@ -63,14 +64,6 @@ std::wstring knownFolder(KnownFolder folder, const ProblemReport& report) {
     };
     const std::unique_ptr<wchar_t, decltype(release)> owned(found, release);
     return owned.get();
-}
-
-std::wstring joinPath(std::wstring folder, std::wstring_view name) {
-    if (name.empty())
-        return folder;
-    if (!folder.empty() && folder.back() != L'\\')
-        folder += L'\\';
-    return folder.append(name);
 }
 
 std::wstring settingsFolder(const ProblemReport& report) {

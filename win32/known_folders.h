@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
 
 namespace win32 {
 
@@ -19,9 +18,6 @@ using ProblemReport = std::function<void(const std::string& problem)>;
 /// Loads SHGetKnownFolderPath at run time, so that the DLL also loads on systems without the function.
 /// \return The folder without a trailing backslash; empty on any failure.
 std::wstring knownFolder(KnownFolder folder, const ProblemReport& report);
-
-/// \brief Joins two parts of a path with one backslash. Returns \p folder unchanged if \p name is empty.
-std::wstring joinPath(std::wstring folder, std::wstring_view name);
 
 /// \brief Returns the settings folder of the suite, \ref kBrandFolder in the roaming data. Creates it if it
 /// is missing.

@@ -7,6 +7,7 @@
 #include "service_state.h"
 #include "win32/known_folders.h"
 #include "win32/owner.h"
+#include "win32/path.h"
 
 namespace host {
 namespace {

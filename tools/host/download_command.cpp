@@ -4,6 +4,7 @@
 #include "interrupt.h"
 #include "win32/known_folders.h"
 #include "win32/owner.h"
+#include "win32/path.h"
 
 #include <algorithm>
 #include <iterator>

@@ -5,6 +5,7 @@
 #include "interrupt.h"
 #include "log_level.h"
 #include "win32/known_folders.h"
+#include "win32/path.h"
 
 #include <array>
 

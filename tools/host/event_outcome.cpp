@@ -2,7 +2,7 @@
 
 #include "console.h"
 #include "fs/file_io.h"
-#include "win32/known_folders.h"
+#include "win32/path.h"
 #include "xferlib/transfer_code.h"
 
 #include <algorithm>

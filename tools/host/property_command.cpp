@@ -3,6 +3,7 @@
 #include "errors.h"
 #include "property_value.h"
 #include "win32/known_folders.h"
+#include "win32/path.h"
 
 #include <iterator>
 

@@ -5,7 +5,7 @@
 #include "modules/zelsyshelper/src/export_frame.h"
 #include "sys/mutex.h"
 #include "ui/common/stat/app_data_path.h"
-#include "win32/known_folders.h"
+#include "win32/path.h"
 
 #include <mutex>
 

@@ -3,6 +3,7 @@
 #include "corelog/log_message.h"
 #include "text/utf16.h"
 #include "win32/known_folders.h"
+#include "win32/path.h"
 
 #include <windows.h>
 

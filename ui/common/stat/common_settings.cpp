@@ -2,7 +2,7 @@
 
 #include "ui/common/stat/app_data_path.h"
 #include "ui/common/stat/endpoints.h"
-#include "win32/known_folders.h"
+#include "win32/path.h"
 #include "xferlib/xferlib.h"
 
 #include <cstdlib>

@@ -7,7 +7,7 @@
 namespace text {
 namespace {
 
-constexpr std::size_t kMaxInput = INT_MAX; // MultiByteToWideChar takes the length as an int
+constexpr std::size_t kMaxInput = INT_MAX; // the system's conversions take the length as an int
 
 } // namespace
 
@@ -23,6 +23,18 @@ std::size_t codePageToUtf16(std::string_view narrow, unsigned codePage, std::wst
     if (MultiByteToWideChar(codePage, 0, narrow.data(), inputSize, wide.data(), length) <= 0)
         wide.clear();
     return wide.size();
+}
+
+std::string utf16ToCodePage(std::wstring_view wide, unsigned codePage) {
+    if (wide.empty() || wide.size() > kMaxInput)
+        return {};
+    const auto convert = [&](char* out, int capacity) {
+        return WideCharToMultiByte(codePage, 0, wide.data(), static_cast<int>(wide.size()), out, capacity,
+                                   nullptr, nullptr);
+    };
+    std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
+    convert(narrow.data(), static_cast<int>(narrow.size()));
+    return narrow;
 }
 
 std::wstring decimal(long long number) {

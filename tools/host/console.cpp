@@ -1,6 +1,7 @@
 #include "console.h"
 
 #include "sys/mutex.h"
+#include "text/wide.h"
 
 #include <cstdio>
 #include <mutex>
@@ -71,25 +72,12 @@ void member(std::string_view name, const std::string& json) {
 } // namespace
 
 std::string toUtf8(std::wstring_view wide) {
-    if (wide.empty())
-        return {};
-    const auto convert = [&](char* out, int capacity) {
-        return WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), out, capacity,
-                                   nullptr, nullptr);
-    };
-    std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
-    convert(narrow.data(), static_cast<int>(narrow.size()));
-    return narrow;
+    return text::utf16ToCodePage(wide, CP_UTF8);
 }
 
 std::wstring toWide(std::string_view narrow) {
-    if (narrow.empty())
-        return {};
-    const auto convert = [&](wchar_t* out, int capacity) {
-        return MultiByteToWideChar(CP_UTF8, 0, narrow.data(), static_cast<int>(narrow.size()), out, capacity);
-    };
-    std::wstring wide(static_cast<std::size_t>(convert(nullptr, 0)), L'\0');
-    convert(wide.data(), static_cast<int>(wide.size()));
+    std::wstring wide;
+    text::codePageToUtf16(narrow, CP_UTF8, wide);
     return wide;
 }
 

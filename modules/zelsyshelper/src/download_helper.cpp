@@ -3,6 +3,7 @@
 #include "http/http_download_file.h"
 #include "modules/zelsyshelper/src/export_frame.h"
 #include "sys/cs_wrapper.h"
+#include "text/wide.h"
 #include "win32/process.h"
 
 #include <memory>
@@ -38,23 +39,13 @@ uint64_t query(Query ask) {
     });
 }
 
-std::string ansi(const std::wstring& wide) {
-    const auto convert = [&](char* out, int capacity) {
-        return WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), out, capacity,
-                                   nullptr, nullptr);
-    };
-    std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
-    convert(narrow.data(), static_cast<int>(narrow.size()));
-    return narrow;
-}
-
 } // namespace
 
 uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const wchar_t* proxyUser,
                            const wchar_t* proxyPassword, const wchar_t* url, const wchar_t* targetFolder) {
     return frame::run(std::uint32_t{ERROR_NOT_ENOUGH_MEMORY}, [&] {
         using frame::owned;
-        const web::TNetProxy proxy{.host = ansi(owned(proxyHost)),
+        const web::TNetProxy proxy{.host = text::utf16ToCodePage(owned(proxyHost), CP_ACP),
                                    .port = proxyPort,
                                    .user = owned(proxyUser),
                                    .password = owned(proxyPassword)};

@@ -1,7 +1,6 @@
 #include "service/service_control.h"
 
-#include "service/service_stop.h"
-#include "win32/service_handle.h"
+#include "service/opened_service.h"
 
 namespace service {
 namespace {
@@ -67,26 +66,20 @@ std::int32_t install(const std::wstring& path) {
 }
 
 std::int32_t update() {
-    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    if (!manager)
-        return kNoManager;
-    const ServiceHandle service(
-        OpenServiceW(manager.get(), serviceName, SERVICE_QUERY_CONFIG | SERVICE_CHANGE_CONFIG));
-    if (!service)
-        return kNoService;
+    ServiceHandle service;
+    if (const std::int32_t code =
+            openService(serviceName, SERVICE_QUERY_CONFIG | SERVICE_CHANGE_CONFIG, service))
+        return code;
     describe(service.get());
     return 0;
 }
 
 std::int32_t uninstall() {
     isPresent(serviceName); // ignored: OpenServiceW fails for a missing service
-    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    if (!manager)
-        return kNoManager;
-    const ServiceHandle service(OpenServiceW(manager.get(), serviceName, kStopAccess));
-    if (!service)
-        return kNoService;
-    stopOpened(service.get());
+    ServiceHandle service;
+    if (const std::int32_t code = openService(serviceName, kStopAccess, service))
+        return code;
+    stopOpened(service);
     return DeleteService(service.get()) ? 0 : kDeleteFailed;
 }
 

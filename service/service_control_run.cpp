@@ -1,7 +1,6 @@
 #include "service/service_control.h"
 
-#include "service/service_stop.h"
-#include "win32/service_handle.h"
+#include "service/opened_service.h"
 
 #include <algorithm>
 
@@ -10,8 +9,6 @@ namespace {
 
 using win32::ServiceHandle;
 
-constexpr int kStopPasses = 15;
-constexpr DWORD kStopPause = 1000;                                // milliseconds
 constexpr DWORD kShortestPause = 1000, kLongestPause = 10 * 1000; // milliseconds
 
 bool query(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status) {
@@ -61,12 +58,9 @@ void waitForStart(const ServiceHandle& service, SERVICE_STATUS_PROCESS& status) 
 } // namespace
 
 std::int32_t start() {
-    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    if (!manager)
-        return kNoManager;
-    const ServiceHandle service(OpenServiceW(manager.get(), serviceName, SERVICE_ALL_ACCESS));
-    if (!service)
-        return kNoService;
+    ServiceHandle service;
+    if (const std::int32_t code = openService(serviceName, SERVICE_ALL_ACCESS, service))
+        return code;
     SERVICE_STATUS_PROCESS status{};
     if (!query(service, status))
         return kQueryFailed;
@@ -82,36 +76,14 @@ std::int32_t start() {
     return 0;
 }
 
-std::int32_t stopOpened(SC_HANDLE service) {
-    SERVICE_STATUS status{};
-    if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) {
-        if (GetLastError() != ERROR_SERVICE_CANNOT_ACCEPT_CTRL ||
-            status.dwCurrentState != SERVICE_STOP_PENDING)
-            return kStopRefused;
-        Sleep(kStopPause);
-        return 0;
-    }
-    Sleep(kStopPause);
-    for (int pass = 0; pass < kStopPasses; ++pass) {
-        if (!QueryServiceStatus(service, &status))
-            return kQueryFailed;
-        if (status.dwCurrentState != SERVICE_STOP_PENDING)
-            return 0;
-        Sleep(kStopPause);
-    }
-    return 0;
-}
-
 std::int32_t stop(const std::wstring& name) {
     if (!isPresent(name))
         return 0;
-    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    if (!manager)
-        return kNoManager;
     // Closed on return: an open handle would keep a service that is deleted next in the database, marked for
     // deletion.
-    const ServiceHandle service(OpenServiceW(manager.get(), name.c_str(), kStopAccess));
-    return service ? stopOpened(service.get()) : kNoService;
+    ServiceHandle service;
+    const std::int32_t code = openService(name.c_str(), kStopAccess, service);
+    return code != 0 ? code : stopOpened(service);
 }
 
 } // namespace service

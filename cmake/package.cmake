@@ -20,7 +20,7 @@ install(FILES include/zelsyshelper.h include/zelsyshelper_load.hpp DESTINATION i
 # The single-instance channel as sources: other compilers cannot link object files of this one.
 install(DIRECTORY ipc thread DESTINATION src/zelsyshelper-ipc FILES_MATCHING PATTERN *.h PATTERN *.cpp)
 install(FILES sys/cs_wrapper.h sys/safe_data_holder.h DESTINATION src/zelsyshelper-ipc/sys)
-install(FILES win32/owner.h DESTINATION src/zelsyshelper-ipc/win32)
+install(FILES win32/event.h win32/owner.h DESTINATION src/zelsyshelper-ipc/win32)
 install(FILES docs/sdk/README.md docs/sdk/NOTICES.txt CHANGELOG.md DESTINATION .)
 install(FILES docs/configuration.md docs/exports.md docs/installers.md docs/integration.md docs/single-instance.md
     DESTINATION docs)

@@ -1,5 +1,6 @@
 #include "http/http_download_file.h"
 
+#include "win32/event.h"
 #include "win32/known_folders.h"
 #include "win32/path.h"
 
@@ -34,16 +35,14 @@ void makeFolder(const std::wstring& folder) {
         SHCreateDirectory(nullptr, folder.c_str()); // opening the file reports a failure
 }
 
-/// Creates a signalled event: an idle job counts as ready and done.
-win32::KernelHandle makeEvent() {
-    win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    SetEvent(event.get());
-    return event;
+/// Creates an event that is set: an idle job counts as ready and done.
+win32::KernelHandle makeIdleEvent() {
+    return win32::makeEvent(win32::EventState::set);
 }
 
 } // namespace
 
-CHttpDownloadFile::CHttpDownloadFile() : ready_(makeEvent()), done_(makeEvent()) {
+CHttpDownloadFile::CHttpDownloadFile() : ready_(makeIdleEvent()), done_(makeIdleEvent()) {
     thread_.setFunction(this);
 }
 
@@ -72,7 +71,7 @@ std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::o
 
     for (auto* event : {&ready_, &done_})
         if (!*event) // an earlier CreateEventW has failed
-            *event = makeEvent();
+            *event = makeIdleEvent();
     if (!ready_ || !done_)
         return refuse(ERROR_INVALID_ENVIRONMENT, kJobStageReady);
     if (!ResetEvent(ready_.get()))

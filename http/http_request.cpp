@@ -1,6 +1,7 @@
 #include "http/http_request.h"
 
 #include "text/wide.h"
+#include "win32/event.h"
 
 #include <algorithm>
 #include <cwctype>
@@ -35,8 +36,7 @@ std::wstring proxyName(const web::TNetProxy& proxy) {
 
 } // namespace
 
-CHttpRequest::CHttpRequest() : idle_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
-    SetEvent(idle_.get());
+CHttpRequest::CHttpRequest() : idle_(win32::makeEvent(win32::EventState::set)) {
 }
 
 void CHttpRequest::Execute(TResult& result, const std::wstring& url, const std::wstring& verb,

@@ -2,6 +2,7 @@
 
 #include "ipc/channel_names.h"
 #include "ipc/message_format.h"
+#include "win32/event.h"
 
 namespace ipc {
 namespace {
@@ -78,7 +79,7 @@ std::uint32_t CInterprocessCommunicationWin::prepare(std::initializer_list<win32
         if (*event)
             ResetEvent(event->get());
         else
-            event->reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+            *event = win32::makeEvent();
         if (!*event)
             return GetLastError();
     }

@@ -1,5 +1,7 @@
 #include "thread/base_thread.h"
 
+#include "win32/event.h"
+
 #include <process.h>
 
 namespace thread {
@@ -12,12 +14,6 @@ constexpr bool kRuntimeKeepsModule = true;
 #else
 constexpr bool kRuntimeKeepsModule = false;
 #endif
-
-win32::KernelHandle makeEvent() {
-    win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    ResetEvent(event.get());
-    return event;
-}
 
 } // namespace
 
@@ -35,7 +31,7 @@ std::uint32_t BaseThread::Start() {
         return ERROR_INVALID_PARAMETER;
     for (auto* event : {&started_, &finished_})
         if (!*event) // created on demand: the client end of a channel starts no thread
-            *event = makeEvent();
+            *event = win32::makeEvent();
     if (!started_ || !finished_)
         return ERROR_BAD_ENVIRONMENT;
     if (isRunning())

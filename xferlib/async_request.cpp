@@ -1,6 +1,7 @@
 #include "xferlib/async_request.h"
 
 #include "sys/signal.h"
+#include "win32/event.h"
 #include "win32/process.h"
 
 namespace xferlib {
@@ -14,7 +15,7 @@ constexpr DWORD kCloseTime = 1000; // milliseconds
 /// Used by WinHTTP's threads until they report HANDLE_CLOSING.
 struct AsyncRequest::State {
     sys::Signal stepOver;
-    win32::KernelHandle closed{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    win32::KernelHandle closed = win32::makeEvent();
     DWORD error = 0;
     DWORD count = 0;
     std::string sent;

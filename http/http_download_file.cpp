@@ -1,11 +1,9 @@
 #include "http/http_download_file.h"
 
+#include "text/trim.h"
 #include "win32/event.h"
 #include "win32/known_folders.h"
 #include "win32/path.h"
-
-#include <algorithm>
-#include <cwctype>
 
 #include <shlobj.h>
 
@@ -14,13 +12,6 @@ namespace {
 
 constexpr std::uint32_t kStopTime = 15000;    // milliseconds
 constexpr std::uint32_t kCancelInterval = 50; // milliseconds
-
-std::wstring trimmed(const std::wstring& text) {
-    const auto isVisible = [](wchar_t c) { return std::iswspace(c) == 0; };
-    const auto first = std::ranges::find_if(text, isVisible);
-    const auto last = std::find_if(text.rbegin(), text.rend(), isVisible).base();
-    return first < last ? std::wstring(first, last) : std::wstring();
-}
 
 std::wstring defaultFolder() {
     wchar_t roaming[MAX_PATH];
@@ -62,8 +53,8 @@ std::uint32_t CHttpDownloadFile::Start(const web::TNetProxy& proxy, const std::o
     if (!url)
         return refuse(0, kJobStageNoUrl);
     thread_.waitFinished();
-    url_ = trimmed(*url);
-    targetFolder_ = trimmed(targetFolder);
+    url_ = text::trimmed(*url);
+    targetFolder_ = text::trimmed(targetFolder);
     probe_.setProxy(proxy);
     transfer_.setProxy(proxy);
     transfer_.clearProgress();

@@ -1,7 +1,8 @@
 #include "http/http_request.h"
 
+#include "text/trim.h"
+
 #include <algorithm>
-#include <cwctype>
 #include <optional>
 
 namespace http {
@@ -42,8 +43,7 @@ std::wstring allCookies(HINTERNET request) {
 }
 
 std::int64_t contentLength(const std::wstring& header) {
-    const auto digits = std::ranges::find_if(header, [](wchar_t c) { return std::iswspace(c) == 0; });
-    return _wtoi64(std::wstring(digits, header.end()).c_str());
+    return _wtoi64(text::trimmed(header).c_str());
 }
 
 } // namespace

@@ -1,19 +1,10 @@
 #include "shell/shell_link.h"
 
+#include "text/trim.h"
 #include "win32/com.h"
-
-#include <algorithm>
-#include <cwctype>
 
 namespace shell {
 namespace {
-
-std::wstring trimmed(const std::wstring& text) {
-    const auto isSpace = [](wchar_t c) { return std::iswspace(c) != 0; };
-    const auto first = std::find_if_not(text.begin(), text.end(), isSpace);
-    const auto last = std::find_if_not(text.rbegin(), std::make_reverse_iterator(first), isSpace).base();
-    return {first, last};
-}
 
 TLinkOutcome writeLink(const std::wstring& target, const std::wstring& linkPath,
                        const std::optional<std::wstring>& description) {
@@ -42,10 +33,10 @@ TLinkOutcome writeLink(const std::wstring& target, const std::wstring& linkPath,
 
 TLinkOutcome createLink(const std::wstring& target, const std::wstring& linkPath,
                         const std::optional<std::wstring>& description) {
-    const std::wstring cleanTarget = trimmed(target);
+    const std::wstring cleanTarget = text::trimmed(target);
     if (cleanTarget.empty())
         return {ERROR_INVALID_PARAMETER, LinkStep::target};
-    const std::wstring cleanLinkPath = trimmed(linkPath);
+    const std::wstring cleanLinkPath = text::trimmed(linkPath);
     if (cleanLinkPath.empty())
         return {ERROR_INVALID_PARAMETER, LinkStep::linkPath};
     return writeLink(cleanTarget, cleanLinkPath, description);

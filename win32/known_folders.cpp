@@ -1,5 +1,6 @@
 #include "win32/known_folders.h"
 
+#include "win32/function.h"
 #include "win32/owner.h"
 #include "win32/path.h"
 
@@ -23,7 +24,7 @@ public:
             tell(report, std::string("Couldn't load dll") + dll + " | err =");
             return;
         }
-        function_ = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library_.get(), name)));
+        function_ = findFunction<Function>(library_.get(), name);
         if (function_ == nullptr)
             tell(report, "GetProcAddress return null | err =");
     }

@@ -1,8 +1,7 @@
 #include "win32/os_version.h"
 
+#include "win32/function.h"
 #include "win32/registry_key.h"
-
-#include <windows.h>
 
 namespace win32 {
 namespace {
@@ -24,11 +23,7 @@ DWORD updateRevision() {
 
 TOsVersion osVersion() {
     using GetVersion = LONG(WINAPI*)(RTL_OSVERSIONINFOW*);
-    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-    if (ntdll == nullptr)
-        return {};
-    const auto getVersion =
-        reinterpret_cast<GetVersion>(reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlGetVersion")));
+    const auto getVersion = findFunction<GetVersion>(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion");
     RTL_OSVERSIONINFOW info{};
     static_assert(sizeof info == 276);
     info.dwOSVersionInfoSize = sizeof info;

@@ -1,5 +1,6 @@
 #include "win32/process.h"
 
+#include "win32/function.h"
 #include "win32/owner.h"
 
 #include <cwchar>
@@ -61,9 +62,7 @@ bool isModuleRunning(const std::wstring& name) {
 
 bool isProcessEnding() {
     using Query = BOOLEAN(WINAPI*)();
-    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-    const auto query =
-        reinterpret_cast<Query>(reinterpret_cast<void*>(GetProcAddress(ntdll, "RtlDllShutdownInProgress")));
+    const auto query = findFunction<Query>(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress");
     return query != nullptr && query() != FALSE;
 }
 

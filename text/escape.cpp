@@ -1,6 +1,7 @@
 #include "text/escape.h"
 
-#include <algorithm>
+#include "text/utf8.h"
+
 #include <cstdint>
 
 namespace text {
@@ -8,36 +9,6 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-
-std::uint8_t byteAt(std::string_view bytes, std::size_t index) {
-    return static_cast<std::uint8_t>(bytes[index]);
-}
-
-/// Returns the length of the well-formed UTF-8 sequence at the start of `bytes`. Returns 0 for stray or
-/// overlong bytes, surrogates, values above U+10FFFF and truncated sequences.
-/// \param bytes Starts with a byte of 0x80 or above.
-std::size_t sequenceLength(std::string_view bytes) {
-    const std::uint8_t lead = byteAt(bytes, 0);
-    std::size_t length = 0;
-    if (lead >= 0xC2 && lead <= 0xDF)
-        length = 2;
-    else if (lead >= 0xE0 && lead <= 0xEF)
-        length = 3;
-    else if (lead >= 0xF0 && lead <= 0xF4)
-        length = 4;
-    if (length == 0 || bytes.size() < length)
-        return 0;
-
-    // Only the second byte reveals overlong forms, surrogates and values above U+10FFFF.
-    const std::uint8_t low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    const std::uint8_t high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    if (byteAt(bytes, 1) < low || byteAt(bytes, 1) > high)
-        return 0;
-    for (std::size_t i = 2; i < length; ++i)
-        if ((byteAt(bytes, i) & 0xC0) != 0x80)
-            return 0;
-    return length;
-}
 
 void appendHex(std::string& out, std::uint8_t byte) {
     out.push_back(kHexDigits[byte >> 4]);
@@ -49,21 +20,23 @@ template <class IsPlain, class AppendEscaped>
 std::string escape(std::string_view value, IsPlain isPlain, AppendEscaped appendEscaped) {
     std::string out;
     out.reserve(value.size() + value.size() / 8);
-    std::size_t at = 0;
-    while (at < value.size()) {
-        const std::uint8_t byte = byteAt(value, at);
-        if (byte >= 0x80) {
-            const std::size_t length = sequenceLength(value.substr(at));
-            out += length != 0 ? value.substr(at, length) : kReplacement;
-            at += std::max<std::size_t>(length, 1);
+    std::size_t copied = 0; // end of the part of the value that has been copied or replaced
+    for (std::size_t at = 0; at < value.size();) {
+        const std::uint8_t byte = static_cast<std::uint8_t>(value[at]);
+        std::uint32_t codePoint = 0;
+        const std::size_t length = byte < 0x80 ? 1 : readUtf8(value.substr(at), codePoint);
+        if (byte < 0x80 ? isPlain(byte) : length != 0) {
+            at += length;
             continue;
         }
-        if (isPlain(byte))
-            out.push_back(static_cast<char>(byte));
-        else
+        out.append(value, copied, at - copied);
+        if (byte < 0x80)
             appendEscaped(out, byte);
-        ++at;
+        else
+            out += kReplacement;
+        copied = ++at;
     }
+    out.append(value, copied);
     return out;
 }
 

@@ -1,9 +1,9 @@
 #include "http/http_request.h"
 
 #include "text/trim.h"
+#include "win32/winhttp_headers.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace http {
 namespace {
@@ -12,28 +12,10 @@ constexpr DWORD kChunk = 65535;
 constexpr int kSendAttempts = 17;
 constexpr DWORD kSendPause = 100; // milliseconds
 
-/// Returns a response header as text, or nullopt if the response lacks it.
-/// \param index Selects one of several headers of the same name; nullopt for a header that occurs once.
-std::optional<std::wstring> queryHeader(HINTERNET request, DWORD header, std::optional<DWORD> index = {}) {
-    std::wstring value(256, L'\0');
-    for (;;) {
-        DWORD size = static_cast<DWORD>(value.size() * sizeof(wchar_t));
-        DWORD position = index.value_or(0);
-        if (WinHttpQueryHeaders(request, header, WINHTTP_HEADER_NAME_BY_INDEX, value.data(), &size,
-                                index ? &position : WINHTTP_NO_HEADER_INDEX)) {
-            value.resize(size / sizeof(wchar_t));
-            return value;
-        }
-        if (GetLastError() != ERROR_INSUFFICIENT_BUFFER || size <= value.size() * sizeof(wchar_t))
-            return std::nullopt;
-        value.resize(size / sizeof(wchar_t) + 1);
-    }
-}
-
 std::wstring allCookies(HINTERNET request) {
     std::wstring cookies;
     DWORD index = 0;
-    while (const auto cookie = queryHeader(request, WINHTTP_QUERY_SET_COOKIE, index)) {
+    while (const auto cookie = win32::textHeader(request, WINHTTP_QUERY_SET_COOKIE, index)) {
         if (index != 0)
             cookies += L"\r\n";
         cookies += *cookie;
@@ -101,23 +83,20 @@ bool CHttpRequest::receive(Exchange& exchange) {
 
 void CHttpRequest::captureHeaders(const Exchange& exchange) {
     const HINTERNET request = exchange.request;
-    DWORD status = 0;
-    DWORD size = sizeof status;
-    if (WinHttpQueryHeaders(request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
-                            WINHTTP_HEADER_NAME_BY_INDEX, &status, &size, WINHTTP_NO_HEADER_INDEX))
-        response_.set(&_TResponseData::statusCode, std::uint32_t{status});
-    if (const auto length = queryHeader(request, WINHTTP_QUERY_CONTENT_LENGTH))
+    if (const auto status = win32::numberHeader(request, WINHTTP_QUERY_STATUS_CODE))
+        response_.set(&_TResponseData::statusCode, std::uint32_t{*status});
+    if (const auto length = win32::textHeader(request, WINHTTP_QUERY_CONTENT_LENGTH))
         response_.set(&_TResponseData::length, contentLength(*length));
 
     const auto capture = [&](DWORD header, std::wstring _TResponseData::*field) {
-        if (auto value = queryHeader(request, header))
+        if (auto value = win32::textHeader(request, header))
             response_.set(field, std::move(*value));
     };
     capture(WINHTTP_QUERY_CONTENT_TYPE, &_TResponseData::contentType);
     capture(WINHTTP_QUERY_CONTENT_ENCODING, &_TResponseData::contentEncoding);
     capture(WINHTTP_QUERY_LOCATION, &_TResponseData::location);
     response_.set(&_TResponseData::cookies, allCookies(request));
-    if (auto raw = queryHeader(request, WINHTTP_QUERY_RAW_HEADERS_CRLF))
+    if (auto raw = win32::textHeader(request, WINHTTP_QUERY_RAW_HEADERS_CRLF))
         rawHeaders_.set(std::move(*raw));
 }
 

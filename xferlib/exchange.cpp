@@ -1,10 +1,10 @@
 #include "xferlib/exchange.h"
 
+#include "win32/winhttp_headers.h"
 #include "xferlib/async_request.h"
 #include "xferlib/transfer_code.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace xferlib {
 namespace {
@@ -63,31 +63,6 @@ bool configure(HINTERNET request, const Hop& hop, const Deadline& deadline) {
                      WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES);
 }
 
-std::optional<DWORD> numberHeader(HINTERNET request, DWORD header) {
-    DWORD number = 0;
-    DWORD size = sizeof number;
-    if (!WinHttpQueryHeaders(request, header | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX,
-                             &number, &size, WINHTTP_NO_HEADER_INDEX))
-        return std::nullopt;
-    return number;
-}
-
-/// \return The header's value; empty if the reply has no such header.
-std::wstring textHeader(HINTERNET request, DWORD header) {
-    const auto query = [&](void* out, DWORD& size) {
-        return WinHttpQueryHeaders(request, header, WINHTTP_HEADER_NAME_BY_INDEX, out, &size,
-                                   WINHTTP_NO_HEADER_INDEX);
-    };
-    DWORD size = 0;
-    if (query(nullptr, size) || GetLastError() != ERROR_INSUFFICIENT_BUFFER)
-        return {};
-    std::wstring value(size / sizeof(wchar_t), L'\0');
-    if (!query(value.data(), size))
-        return {};
-    value.resize(size / sizeof(wchar_t));
-    return value;
-}
-
 TransferCode readToEnd(AsyncRequest& request, std::string& body) {
     // WinHTTP reuses the connection only after a read of 0 bytes, even if the length is known.
     for (std::size_t had = 0;; had = body.size()) {
@@ -143,7 +118,7 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
             continue;
         if (error != 0)
             return transferCode(error, kReceiveFailed);
-        const auto status = numberHeader(request.get(), WINHTTP_QUERY_STATUS_CODE);
+        const auto status = win32::numberHeader(request.get(), WINHTTP_QUERY_STATUS_CODE);
         if (!status)
             return kReceiveFailed;
         response.status = static_cast<std::int32_t>(*status);
@@ -157,7 +132,7 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
 
 /// Returns true if the body is chunked. A chunked body ignores Content-Length.
 bool isChunked(HINTERNET request) {
-    std::wstring coding = textHeader(request, WINHTTP_QUERY_TRANSFER_ENCODING);
+    std::wstring coding = win32::textHeader(request, WINHTTP_QUERY_TRANSFER_ENCODING).value_or(L"");
     coding.erase(0, coding.find_last_of(L',') + 1); // the last coding frames the message; npos + 1 is 0
     coding.erase(0, coding.find_first_not_of(L" \t"));
     coding.resize(coding.find_last_not_of(L" \t") + 1);
@@ -170,7 +145,7 @@ TransferCode readBody(AsyncRequest& request, Response& response) {
     // WinHttpReadData reports a broken connection as the end of the body.
     const bool hasLength = response.status != kStatusNoContent && response.status != kStatusNotModified &&
                            !isChunked(request.get());
-    const auto announced = numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
+    const auto announced = win32::numberHeader(request.get(), WINHTTP_QUERY_CONTENT_LENGTH);
     return hasLength && announced && response.body.size() < *announced ? kPartialBody : kOk;
 }
 
@@ -199,7 +174,7 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
     if (const auto code = sendAndReceive(request, hop, reply.response))
         return code;
     if (isRedirect(reply.response.status))
-        reply.location = textHeader(request.get(), WINHTTP_QUERY_LOCATION);
+        reply.location = win32::textHeader(request.get(), WINHTTP_QUERY_LOCATION).value_or(L"");
     // The body of a redirect is not used.
     return reply.location.empty() ? readBody(request, reply.response) : kOk;
 }

@@ -10,6 +10,9 @@ constexpr DWORD kAttemptPause = 300;        // milliseconds
 constexpr DWORD kConnectTimeOut = 15000;    // milliseconds
 constexpr ULONGLONG kLongestRequest = 5000; // milliseconds
 constexpr std::uint32_t kNoPipe = 10;
+// By default a server may impersonate its clients. A process of another user can serve the pipe's name.
+constexpr DWORD kOpenFlags =
+    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
 
 std::wstring computerName() {
     wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
@@ -58,8 +61,8 @@ std::uint32_t CInterprocessCommunicationWin::openClientEnd(ULONGLONG deadline) {
 std::uint32_t CInterprocessCommunicationWin::openPath(const std::wstring& path, ULONGLONG deadline) {
     for (;;) {
         pipe_.reset(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OVERLAPPED, nullptr));
+                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, kOpenFlags,
+                                nullptr));
         if (pipe_)
             return 0;
         const DWORD error = GetLastError();

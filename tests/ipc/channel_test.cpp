@@ -185,6 +185,8 @@ TEST_F(Channel, OpensTheComputersPathThenTheLocalPath) {
     std::vector<std::wstring> opened;
     CreateFileWSeam::fake = [&](const wchar_t* path, auto... rest) { // Wine opens the local path only
         opened.emplace_back(path);
+        EXPECT_EQ(std::get<4>(std::tuple(rest...)) & SECURITY_VALID_SQOS_FLAGS,
+                  DWORD{SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION});
         const bool isByName = opened.back() == byName + kPipe;
         SetLastError(failure);
         return isByName && failure != 0

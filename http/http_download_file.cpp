@@ -115,7 +115,7 @@ std::uint32_t CHttpDownloadFile::elapsedSeconds() const {
     return end > result.startTick ? (end - result.startTick) / 1000 : 0;
 }
 
-void CHttpDownloadFile::Run(std::uint32_t) {
+void CHttpDownloadFile::Run(std::uint32_t) noexcept {
     running_.set(true);
     result_.access([](SResultData& result) {
         result.started = true;

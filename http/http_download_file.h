@@ -73,7 +73,7 @@ public:
     std::uint32_t elapsedSeconds() const;
 
 private:
-    void Run(std::uint32_t id) override;
+    void Run(std::uint32_t id) noexcept override;
     void work();
     std::wstring outputPath() const;
     void record(std::uint32_t error, std::uint32_t stage);

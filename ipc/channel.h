@@ -78,7 +78,7 @@ public:
     void stop();
 
 private:
-    void Run(std::uint32_t id) override;
+    void Run(std::uint32_t id) noexcept override;
 
     std::uint32_t prepare(std::initializer_list<win32::KernelHandle*> events);
     std::uint32_t createServerEnd();

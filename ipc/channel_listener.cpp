@@ -10,7 +10,7 @@ constexpr DWORD kReplyGrace = 200;      // milliseconds for a client to read the
 
 } // namespace
 
-void CInterprocessCommunicationWin::Run(std::uint32_t) {
+void CInterprocessCommunicationWin::Run(std::uint32_t) noexcept {
     listenError_ = stopping_.get() ? ERROR_OPERATION_ABORTED : listen();
     bool isListening = listenError_ == 0;
     SetEvent(listeningEvent_.get());

@@ -11,9 +11,9 @@ class CThreadFunction {
 public:
     virtual ~CThreadFunction() = default;
 
-    /// \brief Does the work on the thread. Returns no result and must not throw.
+    /// \brief Does the work on the thread. Reports failures as values that its owner reads.
     /// \param id Number of the launcher that runs the work.
-    virtual void Run(std::uint32_t id) = 0;
+    virtual void Run(std::uint32_t id) noexcept = 0;
 };
 
 /// \brief Runs a \ref CThreadFunction on a thread of its own, once for each `Start`.

@@ -88,7 +88,7 @@ TEST_F(Job, FailedResetRefusesTheStart) {
 
 TEST(BaseThread, RefusesAStartDuringARun) {
     struct : win32::CThreadFunction {
-        void Run(std::uint32_t id) override {
+        void Run(std::uint32_t id) noexcept override {
             sum += id;
             WaitForSingleObject(letGo.get(), 30'000);
         }

@@ -37,7 +37,11 @@ public:
     /// \brief Calls `stop` and closes the mutex.
     ~CInterprocessCommunicationWin() override;
 
-    /// \brief Returns true if this object created the mutex, that is if no other instance was running.
+    /// \brief Returns false if another instance was running: the mutex existed, or CreateMutexW failed with
+    /// ERROR_ACCESS_DENIED.
+    ///
+    /// Returns true after any other error of CreateMutexW. Then no mutex marks this instance, and a later one
+    /// also becomes the first.
     bool isFirstInstance() const { return isFirstInstance_; }
 
     /// \brief Sets the object that answers requests; null for none. Not owned. Call it before `startServer`.

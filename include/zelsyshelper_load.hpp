@@ -39,18 +39,14 @@
 /** Calls X with the name of each function. */
 /* clang-format off */
 #define ZELSYSHELPER_FUNCTIONS(X) \
-    X(sendAppEvent) X(sendAppEventFull) X(parseTestDefAndDecideAdvType) \
-    X(startDownloadFile) X(stopDownloadFile) X(getDownloadFileProgress) X(getDownloadElapsedTimeInSeconds) \
-    X(getDownloadFileErrors) X(isDownloadFileCompleted) X(isDownloadFileStarted) \
-    X(getValueFromPropertyFile) X(setValueInPropertyFile) X(getIntFromPropertyFile) \
-    X(isValueFromPropertyFileNotEmpty) \
-    X(readProperty) X(writeProperty) X(checkProperty) \
-    X(enableFx) X(clearFx) \
-    X(getOsVersion) X(isModuleLoaded) \
+    X(sendAppEvent) X(sendAppEventFull) X(parseTestDefAndDecideAdvType) X(startDownloadFile) \
+    X(stopDownloadFile) X(getDownloadFileProgress) X(getDownloadElapsedTimeInSeconds) \
+    X(getDownloadFileErrors) X(isDownloadFileCompleted) X(isDownloadFileStarted) X(getValueFromPropertyFile) \
+    X(setValueInPropertyFile) X(getIntFromPropertyFile) X(isValueFromPropertyFileNotEmpty) X(readProperty) \
+    X(writeProperty) X(checkProperty) X(enableFx) X(clearFx) X(getOsVersion) X(isModuleLoaded) \
     X(installService) X(isServiceInstalled) X(isServicePresent) X(startService) X(stopService) \
-    X(stopSystemService) X(uninstallService) X(updateService) \
-    X(assignShellFolderViewOptions) X(retrieveShellFolderViewOptions) X(createShellLink) X(copyDirEx) \
-    X(zelChromeExtWasDeleted) \
+    X(stopSystemService) X(uninstallService) X(updateService) X(assignShellFolderViewOptions) \
+    X(retrieveShellFolderViewOptions) X(createShellLink) X(copyDirEx) X(zelChromeExtWasDeleted) \
     X(bringRuningAppToTop)
 /* clang-format on */
 

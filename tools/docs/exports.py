@@ -1,6 +1,7 @@
-"""Writes docs/exports.md, the reference of the exports, from the comments of the public header.
+"""Writes what follows from the declarations and comments of the public header.
 
-With --check, writes nothing and fails if the file is not current.
+These are docs/exports.md, the function types at the header's end, the list of the loader, and the export table. With
+--check, writes nothing and fails if one of them is not current.
 """
 
 import re
@@ -8,7 +9,9 @@ import sys
 from pathlib import Path
 
 ROOT = Path(__file__).parents[2]
-TARGET = ROOT / "docs/exports.md"
+HEADER = ROOT / "include/zelsyshelper.h"
+DECLARATION = re.compile(r"^ZELSYSHELPER_API (\w+) (\w+)\((.*?)\);", re.S | re.M)
+COLUMNS = 110
 
 # A doc comment before a declaration or macro, or one after a macro on the same line.
 TOKEN = re.compile(r"/\*\*(?P<doc>(?!<|@).*?)\*/\s*(?P<code>#define[^\n]*?(?=/\*\*<|\n)|ZELSYSHELPER_API[^;]*;|"
@@ -70,12 +73,55 @@ def reference(header):
     return re.sub(r"\n{3,}", "\n\n", "\n".join(lines)).strip() + "\n"
 
 
+def filled(first, parts, indent, end=""):
+    """The parts, separated by spaces, in lines of at most COLUMNS characters."""
+    lines = [first + parts[0]]
+    for part in parts[1:]:
+        if len(f"{lines[-1]} {part}{end}") <= COLUMNS:
+            lines[-1] += f" {part}"
+        else:
+            lines.append(indent + part)
+    return f"{end}\n".join(lines)
+
+
+def function_type(declaration):
+    result, name, parameters = declaration
+    start = f"typedef {result} (*PFN_{name})("
+    return filled(start, re.sub(r",\s+", ",\n", parameters + ");").split("\n"), " " * len(start))
+
+
+def between(text, begin, end, part):
+    """The text with another part between two marks."""
+    before, mark, rest = text.partition(begin)
+    return before + mark + part + rest[rest.index(end):]
+
+
+def files():
+    """The contents that each file must have."""
+    header, loader = HEADER.read_text(), ROOT / "include/zelsyshelper_load.hpp"
+    declarations = DECLARATION.findall(header)
+    names = [name for _, name, _ in declarations]
+    types = "\n".join(map(function_type, declarations))
+    title = header[header.index("/** \\name Function types"):].partition("/**@{*/\n")
+    return {
+        HEADER: between(header, title[0] + title[1], "/**@}*/", types + "\n"),
+        loader: between(loader.read_text(), "#define ZELSYSHELPER_FUNCTIONS(X) \\\n", "\n/* clang-format on */",
+                        filled("    ", [f"X({name})" for name in names], "    ", " \\")),
+        ROOT / "modules/zelsyshelper/src/zelsyshelper.def":
+            "\n    ".join(["LIBRARY zelsyshelper.dll\nEXPORTS", *names]) + "\n",
+        ROOT / "docs/exports.md": reference(header),
+    }
+
+
 def main():
-    text = reference((ROOT / "include/zelsyshelper.h").read_text())
-    if "--check" not in sys.argv:
-        TARGET.write_text(text)
-    elif TARGET.read_text() != text:
-        raise SystemExit("docs/exports.md is not current: run python3 tools/docs/exports.py")
+    stale = {path: text for path, text in files().items() if path.read_text() != text}
+    if "--check" in sys.argv:
+        if stale:
+            names = ", ".join(str(path.relative_to(ROOT)) for path in stale)
+            raise SystemExit(f"not current: {names}; run python3 tools/docs/exports.py")
+        return
+    for path, text in stale.items():
+        path.write_text(text)
 
 
 main()

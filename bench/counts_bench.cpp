@@ -93,7 +93,11 @@ std::vector<Call> callsToCount(const std::wstring& folder) {
         {"parseTestDefAndDecideAdvType", [] { parseTestDefAndDecideAdvType("A70 B30", &flag); }},
         {"startDownloadFile with an invalid URL, stopDownloadFile",
          [] { startDownloadFile(L"", 0, L"", L"", L"none", L"C:\\"), stopDownloadFile(); }},
-        {"getDownloadFileProgress, like the other four queries", [] { getDownloadFileProgress(&number); }},
+        {"getDownloadFileProgress", [] { getDownloadFileProgress(&number); }},
+        {"getDownloadElapsedTimeInSeconds", [] { getDownloadElapsedTimeInSeconds(&number); }},
+        {"getDownloadFileErrors", [] { getDownloadFileErrors(&number, &other, &other); }},
+        {"isDownloadFileCompleted", [] { isDownloadFileCompleted(&flag); }},
+        {"isDownloadFileStarted", [] { isDownloadFileStarted(&flag); }},
         {"getOsVersion", [] { getOsVersion(text); }},
         {"isModuleLoaded", [] { isModuleLoaded("absent.exe"); }},
         {"installService, empty path", [] { installService(L""); }},
@@ -115,6 +119,11 @@ std::vector<Call> callsToCount(const std::wstring& folder) {
         {"bringRuningAppToTop, no instance", [] { bringRuningAppToTop("absent"); }},
         {"sendAppEvent",
          [] { sendAppEvent("n", "s", "t", "i", "2", "4.1", "A", "c", "7b0c2f1e-5a1d-4f6f-9a34", "2210"); }},
+        {"sendAppEventFull",
+         [] {
+             sendAppEventFull("n", "s", "t", "i", "2", "4.1", "A", "c", "it", "ir", "ic",
+                              "7b0c2f1e-5a1d-4f6f-9a34", "2210");
+         }},
     };
 }
 

@@ -4,6 +4,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh
-# CMake ignores a changed toolchain in an existing build tree: --fresh discards a tree of another toolchain.
-grep -qs '^CMAKE_TOOLCHAIN_FILE:.*/clang-mingw.cmake$' build/CMakeCache.txt || cmake --preset windows --fresh
+# CMake ignores a changed toolchain file in an existing build tree: --fresh discards the tree.
+toolchain=cmake/clang-mingw.cmake
+if [ $toolchain -nt build/build.ninja ] || ! grep -qs "^CMAKE_TOOLCHAIN_FILE:.*/$toolchain$" build/CMakeCache.txt; then
+    cmake --preset windows --fresh
+fi
 cmake --build --preset windows

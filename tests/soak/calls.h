@@ -66,63 +66,90 @@ bool isAnswer(std::uint64_t result, const Number& number, unsigned largest) {
     return result == ZELSYSHELPER_NO_DOWNLOAD || (result == 0 && number <= largest);
 }
 
-/// A call of one export, and the check of its result.
+/// A call of one export, and the checks of its result.
 struct Row {
     const char* name;
     int weight;
-    bool (*call)(Worker&); // returns true if the result is documented
+    std::uint64_t (*call)(Worker&);
+    bool (*isRight)(Worker&, std::uint64_t result);
+    bool (*isFailure)(Worker&, std::uint64_t result); // the results that the header documents for a failure
+    bool leavesStore = false;                         // each call keeps a store in memory, by contract
     std::atomic<unsigned> calls = 0, wrong = 0;
 };
 
 // clang-format off
-#define ROW(name, weight, ...) {#name, weight, []([[maybe_unused]] Worker& w) -> bool { return __VA_ARGS__; }}
+#define EXPECTING(...) []([[maybe_unused]] Worker& w, [[maybe_unused]] std::uint64_t r) -> bool { return __VA_ARGS__; }
+#define CALL(name, ...) []([[maybe_unused]] Worker& w) { return static_cast<std::uint64_t>(library->name(__VA_ARGS__)); }
+#define CALL_VOID(name, ...) []([[maybe_unused]] Worker& w) { library->name(__VA_ARGS__); return std::uint64_t(0); }
 #define OWN(name) (w.folder + L"\\" name).c_str()
 
+inline constexpr auto kIsError = EXPECTING(r == ERROR_NOT_ENOUGH_MEMORY);
+inline constexpr auto kIsNothing = EXPECTING(r == 0);
+inline constexpr auto kIsAnything = EXPECTING(true); // no result, or one that does not tell of failures
+inline constexpr auto kIsNever = EXPECTING(false);
+inline constexpr auto kIsUnread = EXPECTING(r == ZELSYSHELPER_NO_FILE || r == ZELSYSHELPER_FILE_FAILED);
+inline constexpr auto kIsNotOpened = EXPECTING(static_cast<std::int64_t>(r) == ZELSYSHELPER_SERVICE_NOT_OPENED);
+inline constexpr auto kIsServiceFailure = EXPECTING(
+    r == ERROR_NOT_ENOUGH_MEMORY || static_cast<std::int64_t>(r) == ZELSYSHELPER_SERVICE_NO_MANAGER ||
+    static_cast<std::int64_t>(r) == ZELSYSHELPER_SERVICE_NOT_OPENED);
+inline constexpr auto kIsViewFailure = EXPECTING(w.n == ERROR_NOT_ENOUGH_MEMORY);
+
 inline Row rows[] = {
-    ROW(sendAppEvent, 5, library->sendAppEvent("n", "s", "t", "i", "2", "1", "a", "c", "g", "b") == 0),
-    ROW(sendAppEventFull, 5, library->sendAppEventFull("n", "", "", "", "", "", "", "", "", "", "", "", "") == 0),
-    ROW(parseTestDefAndDecideAdvType, 20,
-        (library->parseTestDefAndDecideAdvType("A70 B30", &w.flag), w.flag == 'A' || w.flag == 'B')),
-    ROW(startDownloadFile, 5, library->startDownloadFile(L"127.0.0.1", w.port, nullptr, nullptr, w.url().c_str(),
-                                                        OWN("..\\downloads")) == 0),
-    ROW(stopDownloadFile, 5, (library->stopDownloadFile(), true)),
-    ROW(getDownloadFileProgress, 10, isAnswer(library->getDownloadFileProgress(&w.n), w.n, 100)),
-    ROW(getDownloadElapsedTimeInSeconds, 10, isAnswer(library->getDownloadElapsedTimeInSeconds(&w.n), w.n, 60)),
-    ROW(getDownloadFileErrors, 10, isAnswer(library->getDownloadFileErrors(nullptr, &w.m, &w.n), w.n, 404) &&
-                                   w.m <= ZELSYSHELPER_STAGE_EMPTY),
-    ROW(isDownloadFileCompleted, 10, isAnswer(library->isDownloadFileCompleted(&w.flag), w.flag, 1)),
-    ROW(isDownloadFileStarted, 10, isAnswer(library->isDownloadFileStarted(&w.flag), w.flag, 1)),
-    ROW(getValueFromPropertyFile, 20, w.last == 0 || property(OWN("own.cfg"), "k") == valueOf(w.last)),
-    ROW(setValueInPropertyFile, 20,
-        (++w.last, library->setValueInPropertyFile(OWN("own.cfg"), "k", valueOf(w.last).c_str()) == (w.last > 1))),
-    ROW(getIntFromPropertyFile, 20, w.last == 0 || library->getIntFromPropertyFile(OWN("own.cfg"), "k") == w.last),
-    ROW(isValueFromPropertyFileNotEmpty, 20,
-        library->isValueFromPropertyFileNotEmpty(OWN("own.cfg"), "k") == (w.last != 0)),
-    ROW(readProperty, 4, library->readProperty(OWN("own.cfg"), "k", w.text, 256, 0) ==
-                         (w.last != 0 ? valueOf(w.last).size() : 0)),
-    ROW(writeProperty, 4, library->writeProperty(OWN("own.fx"), "k", L"v", 1) == 0),
-    ROW(checkProperty, 4, library->checkProperty(OWN("own.cfg"), "k", 0) == (w.last != 0)),
-    ROW(enableFx, 10, (library->enableFx(L"soak", std::to_string(w.random() % 20).c_str(), 1), true)),
-    ROW(clearFx, 5, (library->clearFx(L"soak"), true)),
-    ROW(getOsVersion, 20, library->getOsVersion(w.text) <= 1),
-    ROW(isModuleLoaded, 5, library->isModuleLoaded("services.exe") == 1),
-    ROW(installService, 20, library->installService(L"") == ZELSYSHELPER_SERVICE_NOT_OPENED),
-    ROW(isServiceInstalled, 5, library->isServiceInstalled(&w.flag) == 0 && w.flag == 0),
-    ROW(isServicePresent, 5, library->isServicePresent(L"no such service") == 0),
-    ROW(startService, 5, library->startService() == ZELSYSHELPER_SERVICE_NOT_OPENED),
-    ROW(stopService, 5, library->stopService() == 0),
-    ROW(stopSystemService, 5, library->stopSystemService(L"no such service") == 0),
-    ROW(uninstallService, 5, library->uninstallService() == ZELSYSHELPER_SERVICE_NOT_OPENED),
-    ROW(updateService, 5, library->updateService() == ZELSYSHELPER_SERVICE_NOT_OPENED),
-    ROW(assignShellFolderViewOptions, 5, (library->assignShellFolderViewOptions(
-        L"C:\\no such folder", nullptr, nullptr, nullptr, &w.n, &w.m), w.n == 87 && w.m == 0)),
-    ROW(retrieveShellFolderViewOptions, 5, (library->retrieveShellFolderViewOptions(
-        L"C:\\no such folder", nullptr, nullptr, nullptr, &w.n, &w.m), w.n == 87 && w.m == 0)),
-    ROW(createShellLink, 5, (library->createShellLink(L"C:\\x.exe", OWN("x.lnk"), L"d", &w.n, &w.m), w.n + w.m == 0)),
-    ROW(copyDirEx, 3, (library->copyDirEx(OWN("from"), OWN("to")),
-                       testing_support::readBytes(OWN("to\\a\\file")) == "content")),
-    ROW(zelChromeExtWasDeleted, 10, library->zelChromeExtWasDeleted() == ZELSYSHELPER_EXTENSION_ABSENT),
-    ROW(bringRuningAppToTop, 10, library->bringRuningAppToTop("nobody runs this") == 0),
+    {"sendAppEvent", 5, CALL(sendAppEvent, "n", "s", "t", "i", "2", "1", "a", "c", "g", "b"), kIsNothing, kIsNever},
+    {"sendAppEventFull", 5, CALL(sendAppEventFull, "n", "", "", "", "", "", "", "", "", "", "", "", ""), kIsNothing,
+     kIsNever},
+    {"parseTestDefAndDecideAdvType", 20, CALL_VOID(parseTestDefAndDecideAdvType, "A70 B30", &w.flag),
+     EXPECTING(w.flag == 'A' || w.flag == 'B'), EXPECTING(w.flag == 0)},
+    {"startDownloadFile", 5,
+     CALL(startDownloadFile, L"127.0.0.1", w.port, nullptr, nullptr, w.url().c_str(), OWN("..\\downloads")), kIsNothing,
+     EXPECTING(r == ERROR_NOT_ENOUGH_MEMORY || r == 10)}, // 10: no thread
+    {"stopDownloadFile", 5, CALL_VOID(stopDownloadFile), kIsAnything, kIsAnything},
+    {"getDownloadFileProgress", 10, CALL(getDownloadFileProgress, &w.n), EXPECTING(isAnswer(r, w.n, 100)), kIsError},
+    {"getDownloadElapsedTimeInSeconds", 10, CALL(getDownloadElapsedTimeInSeconds, &w.n), EXPECTING(isAnswer(r, w.n, 60)),
+     kIsError},
+    {"getDownloadFileErrors", 10, CALL(getDownloadFileErrors, nullptr, &w.m, &w.n),
+     EXPECTING(isAnswer(r, w.n, 404) && w.m <= ZELSYSHELPER_STAGE_EMPTY), kIsError},
+    {"isDownloadFileCompleted", 10, CALL(isDownloadFileCompleted, &w.flag), EXPECTING(isAnswer(r, w.flag, 1)), kIsError},
+    {"isDownloadFileStarted", 10, CALL(isDownloadFileStarted, &w.flag), EXPECTING(isAnswer(r, w.flag, 1)), kIsError},
+    {"getValueFromPropertyFile", 20, CALL(getValueFromPropertyFile, OWN("own.cfg"), "k", w.text, 256),
+     EXPECTING(w.last == 0 ? r == ZELSYSHELPER_NO_FILE : r == 0 && w.text == valueOf(w.last)), kIsUnread},
+    {"setValueInPropertyFile", 20,
+     [](Worker& w) { return ++w.last, library->setValueInPropertyFile(OWN("own.cfg"), "k", valueOf(w.last).c_str()); },
+     EXPECTING(r == (w.last > 1)), EXPECTING(r <= 1)},
+    {"getIntFromPropertyFile", 20, CALL(getIntFromPropertyFile, OWN("own.cfg"), "k"),
+     EXPECTING(r == (w.last == 0 ? ZELSYSHELPER_NO_FILE : w.last)), kIsUnread},
+    {"isValueFromPropertyFileNotEmpty", 20, CALL(isValueFromPropertyFileNotEmpty, OWN("own.cfg"), "k"),
+     EXPECTING(r == (w.last != 0)), kIsNothing},
+    {"readProperty", 4, CALL(readProperty, OWN("own.cfg"), "k", w.text, 256, 0),
+     EXPECTING(r == (w.last != 0 ? valueOf(w.last).size() : 0)), kIsNothing, true},
+    {"writeProperty", 4, CALL(writeProperty, OWN("own.fx"), "k", L"v", 1), kIsNothing,
+     EXPECTING(r == ZELSYSHELPER_FILE_FAILED), true},
+    {"checkProperty", 4, CALL(checkProperty, OWN("own.cfg"), "k", 0), EXPECTING(r == (w.last != 0)), kIsNothing, true},
+    {"enableFx", 10, CALL_VOID(enableFx, L"soak", std::to_string(w.random() % 20).c_str(), 1), kIsAnything, kIsAnything},
+    {"clearFx", 5, CALL_VOID(clearFx, L"soak"), kIsAnything, kIsAnything},
+    {"getOsVersion", 20, CALL(getOsVersion, w.text), EXPECTING(r <= 1), kIsNothing},
+    {"isModuleLoaded", 5, CALL(isModuleLoaded, "services.exe"), EXPECTING(r == 1), kIsNothing},
+    {"installService", 20, CALL(installService, L""), kIsNotOpened, kIsServiceFailure},
+    {"isServiceInstalled", 5, CALL(isServiceInstalled, &w.flag), EXPECTING(r == 0 && w.flag == 0), kIsNever},
+    {"isServicePresent", 5, CALL(isServicePresent, L"no such service"), kIsNothing, kIsNever},
+    {"startService", 5, CALL(startService), kIsNotOpened, kIsServiceFailure},
+    {"stopService", 5, CALL(stopService), kIsNothing, kIsServiceFailure},
+    {"stopSystemService", 5, CALL(stopSystemService, L"no such service"), kIsNothing, kIsServiceFailure},
+    {"uninstallService", 5, CALL(uninstallService), kIsNotOpened, kIsServiceFailure},
+    {"updateService", 5, CALL(updateService), kIsNotOpened, kIsServiceFailure},
+    {"assignShellFolderViewOptions", 5,
+     CALL_VOID(assignShellFolderViewOptions, L"C:\\no such folder", nullptr, nullptr, nullptr, &w.n, &w.m),
+     EXPECTING(w.n == 87 && w.m == 0), kIsViewFailure},
+    {"retrieveShellFolderViewOptions", 5,
+     CALL_VOID(retrieveShellFolderViewOptions, L"C:\\no such folder", nullptr, nullptr, nullptr, &w.n, &w.m),
+     EXPECTING(w.n == 87 && w.m == 0), kIsViewFailure},
+    {"createShellLink", 5, CALL_VOID(createShellLink, L"C:\\x.exe", OWN("x.lnk"), L"d", &w.n, &w.m),
+     EXPECTING(w.n + w.m == 0), EXPECTING(w.n == ERROR_NOT_ENOUGH_MEMORY || w.n == ERROR_OUTOFMEMORY || w.n == ERROR_PROC_NOT_FOUND)},
+    {"copyDirEx", 3, CALL(copyDirEx, OWN("from"), OWN("to")),
+     EXPECTING(r <= 1 && testing_support::readBytes(OWN("to\\a\\file")) == "content"), kIsAnything},
+    {"zelChromeExtWasDeleted", 10, CALL(zelChromeExtWasDeleted), EXPECTING(r == ZELSYSHELPER_EXTENSION_ABSENT),
+     EXPECTING(r >= ZELSYSHELPER_EXTENSION_NO_FOLDER)},
+    {"bringRuningAppToTop", 10, CALL(bringRuningAppToTop, "nobody runs this"), kIsNothing, kIsNever},
 };
 // clang-format on
 

@@ -41,7 +41,7 @@ void runAll(std::vector<Worker>& workers, double seconds) {
             while (GetTickCount64() < end) {
                 Row& row = rows[choice(worker.random)];
                 ++row.calls;
-                row.wrong += !row.call(worker);
+                row.wrong += !row.isRight(worker, row.call(worker));
             }
             CoUninitialize();
         });

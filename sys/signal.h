@@ -11,10 +11,13 @@ namespace sys {
 /// Uses no kernel handle: construction is cheap and cannot fail.
 class Signal {
 public:
+    /// Without a guard, so that it ends with a tail call: `xferlib::AsyncRequest` may be unloaded as soon as
+    /// the mutex is free.
     void set() {
-        const std::lock_guard guard(mutex_);
+        mutex_.lock();
         isSet_ = true;
         WakeConditionVariable(&changed_);
+        mutex_.unlock();
     }
 
     /// \brief Blocks until the event is set or the time-out expires, then resets the event.

@@ -20,11 +20,7 @@ constexpr bool kRuntimeKeepsModule = false;
 BaseThread::BaseThread(std::uint32_t id) : id_(id) {
 }
 
-BaseThread::~BaseThread() {
-    thread_.reset();
-    finished_.reset();
-    started_.reset();
-}
+BaseThread::~BaseThread() = default;
 
 std::uint32_t BaseThread::Start() {
     if (function_ == nullptr)

@@ -78,6 +78,8 @@ def answer(request, handler):
     if what == "challenge":  # a host that requests the proxy's credentials
         servers["GUARDED"].authorizations += filter(None, [request.headers.get("Proxy-Authorization")])
         return Reply(407, headers={"Proxy-Authenticate": 'Basic realm="host"'})
+    if what == "cookie":
+        return Reply(body=str(request.headers.get("Cookie")).encode(), headers={"Set-Cookie": "a=1; Path=/"})
     if what == "flaky":
         flaky_requests += 1
         return Reply(close_without_answer=flaky_requests == 1)

@@ -3,7 +3,11 @@
 #include "support/seam.h"
 #include "text/wide.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +17,8 @@ ZELSYS_SEAM(L"winhttp.dll", WinHttpSendRequest)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpAddRequestHeaders)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpReadData)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpOpen)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpOpenRequest)
+ZELSYS_SEAM(L"winhttp.dll", WinHttpSetOption)
 ZELSYS_SEAM(L"kernel32.dll", GetTickCount64)
 
 namespace {
@@ -80,10 +86,13 @@ TEST(Xferlib, Addresses) {
     EXPECT_EQ(outcome(request), "7/0/");
     request.proxyHost = "no..where";
     EXPECT_EQ(outcome(request), "5/0/");
-    for (const int bad : {-1, 0, 65536}) {
-        request.proxyPort = bad;
-        EXPECT_EQ(outcome(request), "5/0/") << bad;
+    WinHttpOpenRequestSeam::failWith(ERROR_WINHTTP_CANNOT_CONNECT);
+    request.proxyHost = "127.0.0.1";
+    for (const int number : {-1, 0, 1, 65535, 65536}) {
+        request.proxyPort = number;
+        EXPECT_EQ(outcome(request), number >= 1 && number <= 65535 ? "7/0/" : "5/0/") << number;
     }
+    WinHttpOpenRequestSeam::restore();
     for (const char* host : {"127.0.0.1", "http://127.0.0.1", "HTTP://127.0.0.1/"}) {
         request = throughProxy("http://some.example:81/echo");
         request.proxyHost = host;
@@ -116,7 +125,10 @@ TEST(Xferlib, SlowServersTimeOut) {
     for (const char* path : {"/silent", "/headtrickle", "/endless", "/trickle"}) {
         Request request = get(url(path));
         request.timeoutSeconds = 1;
+        request.attempts = 3;
+        WinHttpOpenRequestSeam::calls = 0;
         EXPECT_EQ(xferlib::fetch(request).code, 28) << path;
+        EXPECT_EQ(WinHttpOpenRequestSeam::calls, 1) << "no attempt after the deadline";
     }
 }
 
@@ -150,6 +162,29 @@ TEST(Xferlib, SessionIsReusedUntilIdleFor30Seconds) {
         EXPECT_EQ(WinHttpOpenSeam::calls, sessions) << idle;
     }
     testing_support::restoreSeams();
+}
+
+TEST(Xferlib, ThreadsOpenOneSessionAtATime) {
+    std::atomic<int> inside = 0, most = 0;
+    WinHttpOpenSeam::fake = [&](auto... arguments) {
+        most = std::max(most.load(), ++inside);
+        Sleep(50);
+        --inside;
+        return WinHttpOpenSeam::real(arguments...);
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 1; i <= 4; ++i) // other proxies, so that each thread replaces the session
+            threads.emplace_back([i] { xferlib::fetch({.url = "", .proxyHost = "x", .proxyPort = i}); });
+    }
+    EXPECT_EQ(WinHttpOpenSeam::calls, 4);
+    EXPECT_EQ(most, 1);
+    testing_support::restoreSeams();
+}
+
+TEST(Xferlib, HostsCannotStoreCookies) {
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(outcome(get(url("/cookie"))), "0/200/None");
 }
 
 TEST(Xferlib, RepeatsFailedExchangesOnly) {
@@ -210,6 +245,34 @@ TEST(Xferlib, SecureConnections) {
     EXPECT_EQ(outcome(throughProxy("https://other.example/echo")), "35/0/") << "another host's certificate";
     for (const char* server : {"UNTRUSTED", "SELFSIGNED", "EXPIRED"})
         EXPECT_EQ(outcome(throughProxy("https://secure.example/echo", server)), "35/0/") << server;
+    constexpr DWORD kFaults[] = {
+        ERROR_WINHTTP_SECURE_CERT_DATE_INVALID, ERROR_WINHTTP_SECURE_CERT_CN_INVALID,
+        ERROR_WINHTTP_SECURE_INVALID_CA,        ERROR_WINHTTP_SECURE_CERT_REV_FAILED,
+        ERROR_WINHTTP_SECURE_INVALID_CERT,      ERROR_WINHTTP_SECURE_CERT_REVOKED,
+        ERROR_WINHTTP_SECURE_FAILURE,           ERROR_WINHTTP_SECURE_CERT_WRONG_USAGE};
+    for (const DWORD fault : kFaults) {
+        WinHttpSendRequestSeam::failWith(fault);
+        EXPECT_EQ(outcome(get("https://secure.example/")), "60/0/") << fault;
+    }
+    testing_support::restoreSeams();
+}
+
+TEST(Xferlib, AllowsNoTlsBefore12) {
+    for (const bool isOldWindows : {false, true}) {
+        std::vector<DWORD> allowed;
+        WinHttpSetOptionSeam::fake = [&](HINTERNET handle, DWORD option, void* value, DWORD size) {
+            if (option != WINHTTP_OPTION_SECURE_PROTOCOLS)
+                return WinHttpSetOptionSeam::real(handle, option, value, size);
+            const DWORD protocols = *static_cast<DWORD*>(value);
+            allowed.push_back(protocols);
+            return isOldWindows && protocols != WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 ? FALSE : TRUE;
+        };
+        xferlib::fetch({.url = "", .proxyHost = "x", .proxyPort = isOldWindows ? 6 : 5}); // a new session
+        const DWORD both = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 | WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_3;
+        EXPECT_EQ(allowed, isOldWindows ? std::vector({both, DWORD{WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2}})
+                                        : std::vector({both}));
+    }
+    testing_support::restoreSeams();
 }
 
 } // namespace

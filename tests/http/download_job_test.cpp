@@ -5,6 +5,9 @@
 
 #include <cstdlib>
 
+#include <filesystem>
+#include <thread>
+
 #include <process.h>
 
 #include <gtest/gtest.h>
@@ -13,6 +16,8 @@ ZELSYS_SEAM(L"msvcrt.dll", _beginthreadex)
 ZELSYS_SEAM(L"kernel32.dll", ResetEvent)
 ZELSYS_SEAM(L"kernel32.dll", CreateEventW)
 ZELSYS_SEAM(L"kernel32.dll", GetTickCount)
+ZELSYS_SEAM(L"kernel32.dll", SetEvent)
+ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpReadData)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpCloseHandle)
 
@@ -70,6 +75,42 @@ TEST_F(Job, StopClosesNoHandleThatTheWorkerUses) {
     EXPECT_EQ(closed, 0) << "a WinHTTP call may be using it";
 }
 
+TEST_F(Job, StopBetweenProbeAndTransferCreatesNoFile) {
+    std::thread stopper;
+    std::atomic<DWORD> stopperId = 0;
+    std::atomic<bool> isStopping = false;
+    WaitForSingleObjectSeam::fake = [&](HANDLE handle, DWORD time) {
+        if (GetCurrentThreadId() == stopperId)
+            isStopping = true;
+        return WaitForSingleObjectSeam::real(handle, time);
+    };
+    WinHttpCloseHandleSeam::fake = [&](HINTERNET handle) {
+        if (WinHttpCloseHandleSeam::calls == 3) { // the last handle of the probe
+            stopper = std::thread([&] {
+                stopperId = GetCurrentThreadId();
+                EXPECT_TRUE(job->stop());
+            });
+            while (!isStopping)
+                SwitchToThread();
+        }
+        return WinHttpCloseHandleSeam::real(handle);
+    };
+    EXPECT_EQ(start(L"/file/7/f"), 0u);
+    while (!job->result().completed)
+        SwitchToThread();
+    stopper.join();
+    EXPECT_FALSE(std::filesystem::exists(folder / L"f"));
+}
+
+TEST_F(Job, ProgressBeginsAtZeroAgain) {
+    EXPECT_EQ(start(L"/file/7/f"), 0u);
+    while (!job->result().completed)
+        SwitchToThread();
+    EXPECT_EQ(job->progress(), 100u);
+    EXPECT_EQ(start(L"/late/x"), 0u);
+    EXPECT_EQ(job->progress(), 0u);
+}
+
 TEST_F(Job, StartIsAllowedRightAfterTheEnd) {
     for (int i = 0; i < 100; ++i) {
         ASSERT_EQ(start(L"/file/7/f"), 0u);
@@ -96,6 +137,15 @@ TEST(BaseThread, RefusesAStartDuringARun) {
         std::atomic<std::uint32_t> sum = 0;
     } work;
     win32::CBaseThread<100> launcher;
+    std::atomic<int> sets = 0, ended = 0;
+    SetEventSeam::fake = [&, starter = GetCurrentThreadId()](HANDLE event) {
+        const BOOL result = SetEventSeam::real(event);
+        if (GetCurrentThreadId() != starter && ++sets % 2 == 0) { // the last action of the thread
+            Sleep(50);
+            ++ended;
+        }
+        return result;
+    };
     EXPECT_EQ(launcher.Start(), 87u) << "nothing to run";
     launcher.setFunction(&work);
     _beginthreadexSeam::failWith(ERROR_ACCESS_DENIED);
@@ -103,12 +153,16 @@ TEST(BaseThread, RefusesAStartDuringARun) {
     _beginthreadexSeam::restore();
     for (std::uint32_t run = 1; run <= 2; ++run) {
         EXPECT_EQ(launcher.Start(), 0u);
+        EXPECT_EQ(ended, static_cast<int>(run) - 1) << "waits until the previous thread has ended";
         EXPECT_EQ(launcher.Start(), 170u);
         EXPECT_FALSE(launcher.isFinished() || launcher.wait(10));
         SetEvent(work.letGo.get());
-        EXPECT_TRUE(launcher.wait(10'000) && launcher.isFinished());
+        launcher.waitFinished();
+        EXPECT_TRUE(launcher.isFinished());
         EXPECT_EQ(work.sum, 100 * run);
     }
+    EXPECT_TRUE(launcher.wait(10'000));
+    testing_support::restoreSeams();
 }
 
 } // namespace

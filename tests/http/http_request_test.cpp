@@ -163,6 +163,20 @@ TEST_F(HttpRequest, FollowsRedirectsAndSignsInToTheProxy) {
                             "GET some.example:80 /echo None ");
 }
 
+TEST_F(HttpRequest, ReadsNoMoreThanItsBufferHolds) {
+    WinHttpQueryDataAvailableSeam::fake = [](HINTERNET request, DWORD* available) {
+        const BOOL result = WinHttpQueryDataAvailableSeam::real(request, available);
+        *available *= 100;
+        return result;
+    };
+    WinHttpReadDataSeam::fake = [](HINTERNET request, void* out, DWORD size, DWORD* count) {
+        EXPECT_LE(size, 65535u);
+        return WinHttpReadDataSeam::real(request, out, size, count);
+    };
+    EXPECT_EQ(execute(L"/file/200000/x"), "0/0 0/0/0");
+    EXPECT_EQ(output.bytes.size(), 200'000u);
+}
+
 TEST_F(HttpRequest, CapturesHeaders) {
     request.setRedirectPolicy(http::redirect::TRedirectPolicy::never);
     EXPECT_EQ(execute(L"/headers"), "0/0 0/0/0");

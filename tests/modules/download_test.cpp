@@ -2,7 +2,12 @@
 
 #include "support/files.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include <process.h>
 
 #include <gtest/gtest.h>
 
@@ -133,11 +138,42 @@ TEST_F(Download, LibraryCanBeFreed) {
     }
 }
 
-/// At process exit the system ends the worker. A DLL's static destructor then stops the download.
-TEST(DownloadAtProcessEnd, StopReturnsAtOnce) {
-    const auto port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")));
-    EXPECT_EQ(startDownloadFile(L"127.0.0.1", port, nullptr, nullptr, L"http://x/silent/x", nullptr), 0u);
-    EXPECT_NE(LoadLibraryW(testing_support::besideThisProgram(L"sends_at_end.dll").c_str()), nullptr);
+TEST_F(Download, QueriesWhileAnotherThreadStartsAndStops) {
+    std::atomic<bool> isOver = false;
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] {
+            std::uint32_t number = 0;
+            while (!isOver)
+                EXPECT_LE(getDownloadFileErrors(&number, &number, &number), 1805u);
+        });
+    for (int i = 0; i < 300; ++i) {
+        EXPECT_EQ(startDownloadFile(nullptr, 0, nullptr, nullptr, L"", nullptr), 0u);
+        stopDownloadFile();
+    }
+    isOver = true;
+}
+
+/// At process exit, the system ends the worker. No destructor may wait for it, whether or not a static
+/// destructor of another DLL stops the download.
+TEST_F(Download, ProcessExitDoesNotWaitForTheWorker) {
+    constexpr wchar_t kVariable[] = L"ZELSYS_TEST_EXIT";
+    if (const wchar_t* exit = _wgetenv(kVariable)) { // in the second process
+        EXPECT_EQ(start(L"/silent/x", target), 0u);
+        if (exit == std::wstring(L"stops"))
+            EXPECT_NE(LoadLibraryW(testing_support::besideThisProgram(L"sends_at_end.dll").c_str()), nullptr);
+        std::fflush(stdout);
+        std::exit(HasFailure());
+    }
+    for (const wchar_t* exit : {L"leaves", L"stops"}) {
+        SetEnvironmentVariableW(kVariable, exit);
+        const ULONGLONG begin = GetTickCount64();
+        EXPECT_EQ(_wspawnl(_P_WAIT, testing_support::besideThisProgram(L"download_test.exe").c_str(), L"x",
+                           L"--gtest_filter=Download.ProcessExitDoesNotWaitForTheWorker", nullptr),
+                  0);
+        EXPECT_LT(GetTickCount64() - begin, 10'000u) << exit;
+    }
+    SetEnvironmentVariableW(kVariable, nullptr);
 }
 
 } // namespace

@@ -1,11 +1,16 @@
 #include "fs/config.h"
 
 #include "fs/cipher.h"
+#include "fs/file_io.h"
 #include "fs/fx_config.h"
 #include "support/files.h"
 #include "support/seam.h"
 #include "win32/file_lock.h"
 #include "win32/owner.h"
+
+#include <atomic>
+#include <functional>
+#include <thread>
 
 #include <process.h>
 
@@ -180,6 +185,14 @@ TEST_F(Config, FullDiskLeavesTheOldContents) {
             EXPECT_EQ(readBytes(path), old);
             EXPECT_TRUE(config->isModified());
         }
+    // A write that succeeds without writing a byte must not be repeated indefinitely.
+    WriteFileSeam::fake = [](HANDLE, LPCVOID, DWORD, LPDWORD written, LPOVERLAPPED) {
+        *written = 0;
+        return WriteFileSeam::calls < 100;
+    };
+    EXPECT_EQ(plain.save(), 100004);
+    EXPECT_LT(WriteFileSeam::count(), 10);
+    WriteFileSeam::restore();
     // A file that cannot be truncated: zeros at the end are harmless in a plain file only.
     SetFileInformationByHandleSeam::failWith(ERROR_USER_MAPPED_FILE);
     EXPECT_EQ(enciphered.save(), 100004);
@@ -239,6 +252,62 @@ TEST_F(Config, SaversUseABestEffortLock) {
     config.setValue("a", "3");
     EXPECT_EQ(locks("a=longer\n", [&] { return config.save(); }), 1);
     EXPECT_EQ(readBytes(path), longFile);
+}
+
+TEST_F(Config, FileThatGrowsDuringTheReadIsReadAgain) {
+    writeBytes(path, std::string(5000, 'x'));
+    ReadFileSeam::fake = [&](auto... arguments) {
+        if (ReadFileSeam::calls == 3) // the size of the file has been queried
+            writeBytes(path, std::string(9000, 'x'));
+        return ReadFileSeam::real(arguments...);
+    };
+    std::string contents;
+    EXPECT_EQ(fs::readFile(path, fs::FileForm::plain, contents), 0);
+    EXPECT_EQ(contents.size(), 9000u);
+}
+
+/// Every method waits for one that holds the lock: a save that the test stops in its first WriteFile.
+template <class Store>
+void expectOneAtATime(const std::wstring& path, std::initializer_list<std::function<void(Store&)>> methods) {
+    for (const auto& method : methods) {
+        Store store(path);
+        store.setValue("a", "1");
+        std::atomic<bool> isSaving = false, mayEnd = false, hasReturned = false;
+        WriteFileSeam::fake = [&](auto... arguments) {
+            isSaving = true;
+            while (!mayEnd)
+                Sleep(1);
+            return WriteFileSeam::real(arguments...);
+        };
+        std::jthread saver([&] { store.save(); });
+        while (!isSaving)
+            SwitchToThread();
+        GetFileAttributesWSeam::calls = 0;
+        LockFileExSeam::calls = 0;
+        std::jthread other([&] {
+            method(store);
+            hasReturned = true;
+        });
+        SleepSeam::real(30);
+        EXPECT_FALSE(hasReturned);
+        EXPECT_EQ(GetFileAttributesWSeam::calls + LockFileExSeam::calls, 0) << "no access to the file";
+        mayEnd = true;
+        saver.join();
+        other.join();
+        WriteFileSeam::restore();
+    }
+}
+
+TEST_F(Config, MethodsOfOneStoreRunOneAtATime) {
+    expectOneAtATime<fs::CConfig>(
+        path, {[](auto& store) { store.load(); }, [](auto& store) { store.save(); },
+               [](auto& store) { store.setFilePath(L"x"); }, [](auto& store) { store.setValue("b", "2"); },
+               [](auto& store) { store.findValue("a"); }, [](auto& store) { store.isModified(); }});
+    expectOneAtATime<fs::FxConfig>(path,
+                                   {[](auto& store) { store.load(); }, [](auto& store) { store.save(); },
+                                    [](auto& store) {
+                                        store.setDefaults({{"c", true}});
+                                    }});
 }
 
 TEST_F(Config, ReadFailure) {

@@ -1,5 +1,7 @@
 #include "text/wide.h"
 
+#include "text/format.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -13,6 +15,13 @@ TEST(CodePages, BothDirections) {
     EXPECT_EQ(wide, L"\uFFFDz") << "invalid bytes become U+FFFD";
     EXPECT_EQ(text::codePageToUtf16("x", 54321, wide), 0u) << "no such code page";
     EXPECT_EQ(wide, L"");
+}
+
+TEST(FormattedPrint, TextNeedsRoomForItsTerminator) {
+    char buffer[4] = "";
+    EXPECT_EQ(text::formattedPrint(buffer, 4, "%s", "abc"), 3);
+    EXPECT_EQ(text::formattedPrint(buffer, 4, "%s", "wxyz"), -1);
+    EXPECT_STREQ(buffer, "wxy");
 }
 
 } // namespace

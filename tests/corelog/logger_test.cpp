@@ -175,6 +175,23 @@ TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
     CoreLog::LogFile(path).append("new\n");
     EXPECT_EQ(readBytes(path), "new\n");
     EXPECT_TRUE(readBytes(path + L".1") == end);
+
+    std::filesystem::resize_file(path, (4ull << 30) + 10);
+    CoreLog::LogFile(path).append("after four gigabytes\n");
+    EXPECT_EQ(std::filesystem::file_size(path), 21u);
+}
+
+TEST(LogFile, IsHandedOverAtTheLimitAndCanBeRenamed) {
+    const testing_support::TemporaryFolder folder;
+    const std::wstring path = folder / L"limit.log";
+    writeBytes(path, std::string(CoreLog::kLargestLog - 4, 'x'));
+    CoreLog::LogFile file(path);
+    file.append("abc\n");
+    EXPECT_EQ(std::filesystem::file_size(path), CoreLog::kLargestLog);
+    file.append("\n");
+    EXPECT_EQ(std::filesystem::file_size(path), 1u);
+    EXPECT_EQ(std::filesystem::file_size(path + L".1"), CoreLog::kLargestLog);
+    EXPECT_TRUE(MoveFileW(path.c_str(), (folder / L"renamed").c_str())) << "while the logger has it open";
 }
 
 } // namespace

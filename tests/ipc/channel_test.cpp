@@ -16,6 +16,8 @@
 
 ZELSYS_SEAM(L"kernel32.dll", ConnectNamedPipe)
 ZELSYS_SEAM(L"kernel32.dll", CreateFileW)
+ZELSYS_SEAM(L"kernel32.dll", CreateMutexW)
+ZELSYS_SEAM(L"msvcrt.dll", _beginthreadex)
 ZELSYS_SEAM(L"kernel32.dll", WaitForMultipleObjects)
 ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
 ZELSYS_SEAM(L"user32.dll", SetForegroundWindow)
@@ -46,12 +48,14 @@ void watchWaits() {
 struct Echo : ipc::IRequestHandler {
     void onRequest(std::uint32_t sender, const std::string& payload) override {
         lastSender = sender;
+        largest = std::max(largest.load(), payload.size());
         ++requests;
         reply = payload;
         if (onEach)
             onEach();
     }
     std::atomic<std::uint32_t> lastSender = 0;
+    std::atomic<std::size_t> largest = 0;
     std::atomic<int> requests = 0;
     std::function<void()> onEach;
 };
@@ -109,6 +113,8 @@ TEST_F(Channel, SuccessiveClients) {
         EXPECT_EQ(client.sendRequest(text), 0u);
         EXPECT_EQ(client.lastReply(), text);
     }
+    EXPECT_EQ(client.sendRequest(longest + "x"), 111u);
+    EXPECT_EQ(client.lastReply(), "") << "not the reply to an earlier request";
     EXPECT_EQ(pauses, 0) << "a reconnection needs no pause";
     EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance sends nothing";
     EXPECT_EQ(server.startServer() + server.connectToServer(), 170u + 170u) << "it is serving";
@@ -153,8 +159,18 @@ TEST_F(Channel, ClientsThatConnectBeforeConnectNamedPipe) {
         EXPECT_EQ(ask("x"), "0 x");
     }
     server.stop();
+    const auto isPipeGone = [] {
+        const win32::KernelHandle client(CreateFileW((L"\\\\.\\pipe\\" + kPipe).c_str(), GENERIC_READ, 0,
+                                                     nullptr, OPEN_EXISTING, 0, nullptr));
+        return !client && GetLastError() == ERROR_FILE_NOT_FOUND;
+    };
+    _beginthreadexSeam::failWith(ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_EQ(server.startServer(), 10u);
+    EXPECT_TRUE(isPipeGone()) << "clients would wait for a server that does not listen";
+    _beginthreadexSeam::restore();
     ConnectNamedPipeSeam::failWith(ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_EQ(server.startServer(), DWORD{ERROR_NO_SYSTEM_RESOURCES});
+    EXPECT_TRUE(isPipeGone());
     ConnectNamedPipeSeam::restore();
     EXPECT_EQ(server.startServer(), 0u);
 }
@@ -217,6 +233,14 @@ TEST_F(Channel, SurvivesHostileClients) {
             WriteFile(client.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
     }
     EXPECT_EQ(ask("honest"), "0 honest");
+    {
+        echo.largest = 0;
+        const auto client = rawClient();
+        DWORD written = 0;
+        WriteFile(client.get(), std::string(70'000, 'x').data(), 70'000, &written, nullptr);
+        EXPECT_EQ(ask("honest"), "0 honest");
+        EXPECT_EQ(echo.largest, 65526u) << "a message larger than the buffer is truncated";
+    }
     echo.onEach = [] { throw std::bad_alloc(); };
     EXPECT_EQ(ask("x").substr(0, 4), "233 ");
     echo.onEach = nullptr;
@@ -261,6 +285,9 @@ TEST(BringToFront, AsksTheRunningInstance) {
     SetForegroundWindowSeam::fake = [&](HWND window) { return raised = window, TRUE; };
     EXPECT_FALSE(ipc::bringRunningToFront(name));
     EXPECT_FALSE(ipc::bringRunningToFront(name)) << "the first call leaves no mutex";
+    CreateMutexWSeam::failWith(ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(CInterprocessCommunicationWin(kMutex, kPipe).isFirstInstance()) << "that of another user";
+    CreateMutexWSeam::restore();
 
     HWND window = reinterpret_cast<HWND>(0x12345);
     std::atomic<int> shown = 0;
@@ -272,6 +299,9 @@ TEST(BringToFront, AsksTheRunningInstance) {
     EXPECT_TRUE(ipc::bringRunningToFront(name));
     EXPECT_EQ(raised, window);
     EXPECT_EQ(shown, 1);
+    handler.onRequest(0, ipc::kGetWindowRequest);
+    handler.onRequest(0, "/unknown");
+    EXPECT_EQ(handler.reply, "");
     // Two processes raise the instance at the same moment.
     std::thread other([name] { EXPECT_TRUE(ipc::bringRunningToFront(name)); });
     EXPECT_TRUE(ipc::bringRunningToFront(name));

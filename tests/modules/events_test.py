@@ -141,6 +141,10 @@ class Events(unittest.TestCase):
                 # Four threads start together: each may look up the country before the first reply arrives.
                 self.assertTrue(asked <= lookups <= max(asked, 4), lookups)
                 self.assertEqual(prefix.COMMON_CONFIG.read_text().count("FR"), 0, "kept in memory only")
+        self.setUp()
+        self.country = Reply(body=b"DE", headers={"Content-Length": "9"}, close_after=True)
+        self.send("--name", "n")
+        self.assertEqual([r["country_id"] for r in self.records()], [""], "the lookup has failed")
         prefix.set_proxy(self.server.port, Location="AT")
         self.server.requests.clear()
         self.send("--name", "n")

@@ -1,5 +1,7 @@
 #include <atomic>
+#include <mutex>
 #include <new>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -42,6 +44,8 @@ TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFlsSlots) {
     // Repeated: a thread that ends must release its blocks of the reserve.
     for (int round = 0; round < 6; ++round) {
         std::atomic<int> caught = 0;
+        std::mutex mutex;
+        std::set<const void*> exceptions;
         std::atomic<bool> isOver = false;
         std::vector<std::thread> threads;
         for (int i = 0; i < kThreads; ++i)
@@ -49,10 +53,12 @@ TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFlsSlots) {
                 waitUntil([] { return !isMemoryLeft; });
                 try {
                     throw std::bad_alloc();
-                } catch (const std::bad_alloc&) {
+                } catch (const std::bad_alloc& exception) {
                     ++caught;
+                    waitUntil([&] { return isOver.load(); });
+                    const std::lock_guard guard(mutex);
+                    exceptions.insert(&exception);
                 }
-                waitUntil([&] { return isOver.load(); });
                 DllMain(nullptr, DLL_THREAD_DETACH, nullptr); // the system calls it in a DLL only
             });
         isMemoryLeft = false;
@@ -61,6 +67,7 @@ TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFlsSlots) {
         isOver = true;
         for (std::thread& thread : threads)
             thread.join();
+        EXPECT_EQ(exceptions.size(), std::size_t{kThreads}) << "each has its own memory";
     }
     EXPECT_TRUE(DllMain(nullptr, DLL_PROCESS_ATTACH, nullptr));
 }

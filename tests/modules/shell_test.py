@@ -96,6 +96,11 @@ class Shell(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stdout)
         self.assertIn("[  PASSED  ] 1 test", result.stdout)
 
+    def test_a_longer_name_is_no_ancestor(self):
+        self.make(self.folder, "foobar/a/file")
+        self.assertEqual(self.copy(self.folder / "foobar", self.folder / "foo"), ["error RemoveDirectory: 2"])
+        self.assertEqual(self.names(self.folder / "foo"), ["a", "a/file"])
+
     def test_destination_inside_the_source_is_not_copied_into_itself(self):
         alias = self.folder / "alias"
         alias.symlink_to(self.source)

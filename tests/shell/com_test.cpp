@@ -3,10 +3,13 @@
 
 #include "shell/directory_copy.h"
 #include "shell/extension_presence.h"
+#include "shell/extension_scan.h"
 #include "shell/folder_view.h"
+#include "shell/path_identity.h"
 #include "shell/shell_link.h"
 #include "support/files.h"
 #include "support/seam.h"
+#include "win32/owner.h"
 
 #include <map>
 #include <sstream>
@@ -21,6 +24,7 @@
 
 #include <gtest/gtest.h>
 
+ZELSYS_SEAM(L"kernel32.dll", GetFileInformationByHandle)
 ZELSYS_SEAM(L"ole32.dll", CoTaskMemFree)
 ZELSYS_SEAM(L"shell32.dll", SHCreateDirectory)
 ZELSYS_SEAM(L"shell32.dll", SHGetFolderPathW)
@@ -329,6 +333,29 @@ TEST_F(Com, FailuresOutsideCom) {
     EXPECT_EQ(shell::extensionState(), 1'000'000u + 87);
 
     testing_support::TemporaryFolder folder;
+    SHGetFolderPathWSeam::fake = [&](HWND, int, HANDLE, DWORD, LPWSTR path) {
+        std::wcscpy(path, (folder / L"").c_str());
+        return S_OK;
+    };
+    const std::filesystem::path preferences = folder / L"Google/Chrome/User Data/Default/Preferences";
+    std::filesystem::create_directories(preferences.parent_path());
+    testing_support::writeBytes(preferences.wstring(), '"' + std::string(shell::kExtensionId) + "\":{");
+    {
+        const win32::KernelHandle browser(CreateFileW(
+            preferences.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
+            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_TRUE(browser);
+        EXPECT_EQ(shell::extensionState(), shell::kExtensionListed) << "a running browser has the file open";
+    }
+    // File indexes are unique within a volume only.
+    GetFileInformationByHandleSeam::fake = [](HANDLE, BY_HANDLE_FILE_INFORMATION* info) {
+        *info = {};
+        info->nFileIndexLow = 1;
+        info->dwVolumeSerialNumber = static_cast<DWORD>(GetFileInformationByHandleSeam::calls);
+        return TRUE;
+    };
+    EXPECT_FALSE(shell::isSameFolder(L"C:\\", folder / L""));
+    GetFileInformationByHandleSeam::restore();
     std::filesystem::create_directories(folder / L"from\\inner");
     SHCreateDirectorySeam::fake = [](HWND, PCWSTR) -> int { throw std::bad_alloc(); };
     testing::internal::CaptureStdout();

@@ -28,6 +28,7 @@ class Reply:
     body: bytes = b""
     headers: dict = field(default_factory=dict)
     close_without_answer: bool = False
+    close_after: bool = False
 
 
 class _Handler(BaseHTTPRequestHandler):
@@ -76,6 +77,7 @@ class _Handler(BaseHTTPRequestHandler):
             self.send_header(name, value)
         self.end_headers()
         self.wfile.write(reply.body)
+        self.close_connection |= reply.close_after
 
     do_POST = do_GET
 

@@ -79,6 +79,20 @@ TEST_F(EventSender, ConcurrentCallsNeverMix) {
     threads.clear(); // joins them
     EXPECT_EQ(bodies.size(), 800u);
     EXPECT_EQ(std::set(bodies.begin(), bodies.end()), expected);
+
+    const std::string text(3000, 'e');
+    sender.sendFirst({.enabled = true}, values(text), {});
+    bodies.clear();
+    expected.clear();
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int j = 0; j < 200; ++j)
+                sender.sendEvent({text, text, text, text}, true, 0);
+        });
+    threads.clear();
+    for (std::uint32_t number = 2; number <= 801; ++number)
+        expected.insert(posted(text, number));
+    EXPECT_EQ(std::set(bodies.begin(), bodies.end()), expected) << "each number once";
 }
 
 TEST(EventRecord, AmpersandsTruncateNothingAndNoOldValueIsLeft) {

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Puts random single-line faults into the product, one at a time, and counts those that the tests notice:
+#   scripts/mutate.sh [--seed N] [--count K] [FOLDER...]      default: seed 1, 20 faults, all folders of the product
+# Works in a copy, build/mutate, so that this tree stays as it is. A fault takes about a minute.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/bootstrap.sh
+source scripts/wine.sh
+trap wine_stop EXIT
+trap 'exit 130' INT TERM
+wine_start
+PYTHONDONTWRITEBYTECODE=1 python3 tools/mutate/mutate.py "$@"

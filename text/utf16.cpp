@@ -20,35 +20,63 @@ bool isLowSurrogate(std::uint32_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-/// Widens whole blocks of ASCII. Stops at a block with a null or non-ASCII character.
-/// \return Number of characters widened.
-std::size_t widenAscii(const char* in, std::size_t size, Utf16Unit* out) {
-    const __m128i zero = _mm_setzero_si128();
-    std::size_t done = 0;
-    for (; size - done >= kBlock; done += kBlock) {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done));
-        if (_mm_movemask_epi8(_mm_or_si128(block, _mm_cmpeq_epi8(block, zero))) != 0)
-            break;
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), _mm_unpacklo_epi8(block, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done + 8), _mm_unpackhi_epi8(block, zero));
-    }
-    return done;
+/// Returns true if a block contains neither null nor non-ASCII characters.
+bool isPlain(const char* block) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
+    return _mm_movemask_epi8(_mm_or_si128(bytes, _mm_cmpeq_epi8(bytes, _mm_setzero_si128()))) == 0;
 }
 
-/// Narrows whole blocks of ASCII. Stops at a block with a non-ASCII character.
-/// \return Number of characters narrowed.
-std::size_t narrowAscii(const Utf16Unit* in, std::size_t size, char* out) {
-    const __m128i others = _mm_set1_epi16(static_cast<short>(0xFF80));
+/// Returns true if a block contains no non-ASCII character.
+bool isPlain(const Utf16Unit* block) {
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 8));
+    const __m128i others = _mm_and_si128(_mm_or_si128(low, high), _mm_set1_epi16(static_cast<short>(0xFF80)));
+    return _mm_movemask_epi8(_mm_cmpeq_epi16(others, _mm_setzero_si128())) == 0xFFFF;
+}
+
+/// Returns true if the text has at least one block and all its characters are plain. Tests its end as a block
+/// that overlaps the one before it.
+template <class Unit>
+bool isAscii(std::basic_string_view<Unit> text) {
+    if (text.size() < kBlock || !isPlain(text.data() + text.size() - kBlock))
+        return false;
+    std::size_t at = 0;
+    while (text.size() - at > kBlock && isPlain(text.data() + at))
+        at += kBlock;
+    return text.size() - at <= kBlock;
+}
+
+/// Widens one plain block. Returns false if it is not plain.
+bool convertBlock(const char* in, Utf16Unit* out) {
+    if (!isPlain(in))
+        return false;
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(block, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8), _mm_unpackhi_epi8(block, zero));
+    return true;
+}
+
+/// Narrows one plain block. Returns false if it is not plain.
+bool convertBlock(const Utf16Unit* in, char* out) {
+    if (!isPlain(in))
+        return false;
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 8));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(low, high));
+    return true;
+}
+
+/// Converts plain blocks, and stops at one that is not.
+/// \return Number of characters converted.
+template <class In, class Out>
+std::size_t convertAscii(const In* in, std::size_t size, Out* out) {
     std::size_t done = 0;
-    for (; size - done >= kBlock; done += kBlock) {
-        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done));
-        const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + done + 8));
-        const __m128i found = _mm_and_si128(_mm_or_si128(low, high), others);
-        if (_mm_movemask_epi8(_mm_cmpeq_epi16(found, _mm_setzero_si128())) != 0xFFFF)
-            break;
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), _mm_packus_epi16(low, high));
-    }
-    return done;
+    while (size - done >= kBlock && convertBlock(in + done, out + done))
+        done += kBlock;
+    // The last block overlaps the one before it, so that plain text needs no conversion one by one.
+    const bool hasTail = done > 0 && size - done < kBlock;
+    return hasTail && convertBlock(in + size - kBlock, out + size - kBlock) ? size : done;
 }
 
 char continuation(std::uint32_t codePoint, int shift) {
@@ -56,7 +84,7 @@ char continuation(std::uint32_t codePoint, int shift) {
 }
 
 /// Encodes one code point.
-/// \param out Has room for four bytes.
+/// \param out Has room for the encoded code point.
 /// \return Pointer past the last byte written.
 char* putUtf8(char* out, std::uint32_t codePoint) {
     if (codePoint <= 0x7F) {
@@ -99,6 +127,8 @@ std::size_t countSet(__m128i bytes) {
 /// Returns the length in UTF-8; with surrogates, an upper bound. Counting costs less than allocating three
 /// bytes for each unit.
 std::size_t mostUtf8(std::basic_string_view<Utf16Unit> wide) {
+    if (isAscii(wide))
+        return wide.size();
     std::size_t size = 3 * wide.size();
     std::size_t read = 0;
     for (; wide.size() - read >= kBlock; read += kBlock) {
@@ -119,6 +149,8 @@ std::size_t mostUtf8(std::basic_string_view<Utf16Unit> wide) {
 
 /// Returns the length in UTF-16 of valid UTF-8. For invalid input, an upper bound of what the decoder writes.
 std::size_t mostUtf16(std::string_view narrow) {
+    if (isAscii(narrow))
+        return narrow.size();
     constexpr signed char kFirstNotContinuation = -64, kFirstOfFour = -16;
     std::size_t size = narrow.size();
     std::size_t read = 0;
@@ -143,7 +175,7 @@ std::string utf16ToUtf8(std::basic_string_view<Utf16Unit> wide) {
     char* out = narrow.data();
     std::size_t stretch = kBlock;
     for (std::size_t read = 0; read < wide.size();) {
-        const std::size_t plain = narrowAscii(wide.data() + read, wide.size() - read, out);
+        const std::size_t plain = convertAscii(wide.data() + read, wide.size() - read, out);
         read += plain;
         out += plain;
         // Converts up to `stretch` units one by one, then probes for a block of ASCII again.
@@ -170,7 +202,7 @@ std::basic_string<Utf16Unit> utf8ToUtf16(std::string_view narrow) {
     Utf16Unit* out = wide.data();
     const Utf16Unit* firstZero = nullptr;
     for (std::size_t read = 0; read < narrow.size();) {
-        const std::size_t plain = widenAscii(narrow.data() + read, narrow.size() - read, out);
+        const std::size_t plain = convertAscii(narrow.data() + read, narrow.size() - read, out);
         read += plain;
         out += plain;
         // Converts up to `kBlock` characters one by one, then probes for a block of ASCII again.

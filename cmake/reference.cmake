@@ -7,7 +7,8 @@ foreach(file Doxyfile header.html footer.html)
 endforeach()
 add_custom_command(OUTPUT ${reference}/index.html
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${reference}
-    COMMAND ${CMAKE_COMMAND} -E env OUTPUT=${reference} VERSION=${PROJECT_VERSION} ${DOXYGEN} tools/docs/Doxyfile
+    COMMAND ${CMAKE_COMMAND} -E env OUTPUT=${reference} VERSION=${PROJECT_VERSION}
+        ${DOXYGEN} tools/docs/Doxyfile
     # Doxygen names a header's page after the file and leaves the front page empty.
     COMMAND ${CMAKE_COMMAND} -E copy ${reference}/zelsyshelper_8h.html ${reference}/index.html
     DEPENDS ${reference_sources}

@@ -1,7 +1,7 @@
 # find_package(zelsyshelper) defines
 #   zelsyshelper::zelsyshelper   the DLL, through its import library
-#   zelsyshelper::ipc            the single-instance channel; the project that links it compiles the sources in
-#                                src/zelsyshelper-ipc, and needs C++20 and the language CXX
+#   zelsyshelper::ipc            the single-instance channel; the project that links it compiles the sources
+#                                in src/zelsyshelper-ipc, and needs C++20 and the language CXX
 get_filename_component(zelsyshelper_root "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
 
 if(NOT TARGET zelsyshelper::zelsyshelper)

@@ -65,8 +65,8 @@ struct zelsyshelper_load {
     /**
      * Loads the library and finds all functions.
      *
-     * \param path Not null. A full path; the DLLs that the library needs may lie beside it. A bare name is looked for
-     *             beside the program and in the system folder only, never in the current folder.
+     * \param path Not null. A full path; the DLLs that the library needs may lie beside it. A bare name is
+     *             searched beside the program and in the system folder only, never in the current folder.
      */
     explicit zelsyshelper_load(const wchar_t* path) {
         const bool isBare = std::wcspbrk(path, L"\\/:") == nullptr;

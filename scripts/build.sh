@@ -6,7 +6,8 @@ cd "$(dirname "$0")/.."
 scripts/bootstrap.sh
 # CMake ignores a changed toolchain file in an existing build tree: --fresh discards the tree.
 toolchain=cmake/clang-mingw.cmake
-if [ $toolchain -nt build/build.ninja ] || ! grep -qs "^CMAKE_TOOLCHAIN_FILE:.*/$toolchain$" build/CMakeCache.txt; then
+if [ $toolchain -nt build/build.ninja ] ||
+    ! grep -qs "^CMAKE_TOOLCHAIN_FILE:.*/$toolchain$" build/CMakeCache.txt; then
     cmake --preset windows --fresh
 fi
 cmake --build --preset windows

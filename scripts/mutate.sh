@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Puts random single-line faults into the product, one at a time, and counts those that the tests notice:
-#   scripts/mutate.sh [--seed N] [--count K] [FOLDER...]      default: seed 1, 20 faults, all folders of the product
+#   scripts/mutate.sh [--seed N] [--count K] [FOLDER...]    default: seed 1, 20 faults, all folders
 # Works in a copy, build/mutate, so that this tree stays as it is. A fault takes about a minute.
 set -euo pipefail
 cd "$(dirname "$0")/.."

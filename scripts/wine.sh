@@ -1,6 +1,6 @@
 # Source this file. It runs Windows programs under Wine in a separate prefix, without a display.
 #
-#   wine_start                 creates the prefix WINEPREFIX, by default a temporary one; keeps Wine's server up
+#   wine_start                 creates the prefix WINEPREFIX, by default a temporary one; keeps wineserver up
 #   wine_stop                  ends all programs in that prefix, and removes a temporary prefix
 #   wine_display WIDTHxHEIGHT  starts an X server for windows; call it before wine_start
 #   $WINE                      the loader: $WINE program.exe

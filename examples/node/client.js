@@ -1,5 +1,5 @@
-// Calls the library from Node.js for Windows (x64) through koffi: keeps a property, sends an event, downloads a
-// file with a progress bar.
+// Calls the library from Node.js for Windows (x64) through koffi: keeps a property, sends an event, downloads
+// a file with a progress bar.
 //
 //     node client.js DLL SETTINGS URL FOLDER [PROXY_HOST PROXY_PORT]
 //
@@ -17,10 +17,12 @@ if (!folder) {
 
 // str16 is wchar_t text (UTF-16), str is UTF-8. Results have 64 bits; narrower types read the same values.
 const library = koffi.load(dll);
-const readProperty = library.func('uint32_t readProperty(str16, str, _Out_ uint16_t *buffer, uint32_t, bool)');
+const readProperty = library.func(
+    'uint32_t readProperty(str16, str, _Out_ uint16_t *buffer, uint32_t, bool)');
 const writeProperty = library.func('uint32_t writeProperty(str16, str, str16, bool)');
 const sendAppEvent = library.func('sendAppEvent', 'uint64_t', Array(10).fill('str'));
-const startDownloadFile = library.func('uint32_t startDownloadFile(str16, uint32_t, str16, str16, str16, str16)');
+const startDownloadFile = library.func(
+    'uint32_t startDownloadFile(str16, uint32_t, str16, str16, str16, str16)');
 const stopDownloadFile = library.func('void stopDownloadFile()');
 const getDownloadFileProgress = library.func('uint32_t getDownloadFileProgress(_Out_ uint32_t *percent)');
 const isDownloadFileCompleted = library.func('uint32_t isDownloadFileCompleted(_Out_ bool *completed)');
@@ -44,8 +46,8 @@ function keepProperty() {
     console.log(`start ${starts} of "${readText(settings, 'Title')}"`);
 }
 
-// sendAppEvent blocks for seconds, so it runs on a worker thread of koffi. Its result is always 0; the log says
-// whether the event arrived.
+// sendAppEvent blocks for seconds, so it runs on a worker thread of koffi. Its result is always 0; the log
+// says whether the event arrived.
 function sendEvent() {
     return new Promise((resolve, reject) => {
         sendAppEvent.async('node_example', 'client.js', 'settings', settings, '2', '4.1', '', '', 'node-guid', '17',

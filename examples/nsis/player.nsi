@@ -3,8 +3,8 @@
 ;
 ;     makensis -DPRODUCT=FOLDER -DVERSION=1.0 -DOUTPUT=player.exe player.nsi
 ;
-; PRODUCT has the subfolder "bin" with player.exe, update_service.exe and zelsyshelper.dll. The exit code is 0,
-; or 2 if a step fails. docs/installers.md explains the order of the steps.
+; PRODUCT has the subfolder "bin" with player.exe, update_service.exe and zelsyshelper.dll. The exit code is
+; 0, or 2 if a step fails. docs/installers.md explains the order of the steps.
 
 Target amd64-unicode
 !include LogicLib.nsh
@@ -36,8 +36,8 @@ UninstPage instfiles
 !define Fail "!insertmacro Fail"
 
 ; Calls a function of the library in $PLUGINSDIR. The System plug-in finds the library only by its full path.
-; ?u unloads the library after the call; without it, $PLUGINSDIR cannot be deleted. An unknown function sets the
-; result to "error".
+; ?u unloads the library after the call; without it, $PLUGINSDIR cannot be deleted. An unknown function sets
+; the result to "error".
 !macro Helper call
     System::Call '$PLUGINSDIR\zelsyshelper.dll::${call} ?u'
 !macroend
@@ -78,7 +78,8 @@ Section
         ${Fail} "${NAME} is installed in $2; remove it first"
     ${EndIf}
 
-    ; The new library stops the old service: the library of the old version may lack a fix, and stays unlocked.
+    ; The new library stops the old service: the library of the old version may lack a fix, and stays
+    ; unlocked.
     ${Helper} "stopService() l.r0"
     ${If} $0 != 0
     ${AndIf} $0 != ${STOP_REFUSED} ; also the result for a service that is already stopped

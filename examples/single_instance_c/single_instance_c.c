@@ -1,7 +1,7 @@
 /*
  * An application of which one instance runs at a time, in plain C. Serves the channel by itself, as
- * docs/single-instance.md describes it. The first start prints each request until Enter is pressed. Each later
- * start asks the first instance and exits.
+ * docs/single-instance.md describes it. The first start prints each request until Enter is pressed. Each
+ * later start asks the first instance and exits.
  *
  *     single_instance_c NAME
  *

@@ -77,55 +77,76 @@ struct Row {
     std::atomic<unsigned> calls = 0, wrong = 0;
 };
 
-// clang-format off
-#define EXPECTING(...) []([[maybe_unused]] Worker& w, [[maybe_unused]] std::uint64_t r) -> bool { return __VA_ARGS__; }
-#define CALL(name, ...) []([[maybe_unused]] Worker& w) { return static_cast<std::uint64_t>(library->name(__VA_ARGS__)); }
-#define CALL_VOID(name, ...) []([[maybe_unused]] Worker& w) { library->name(__VA_ARGS__); return std::uint64_t(0); }
+#define EXPECTING(...)                                                                                       \
+    []([[maybe_unused]] Worker& w, [[maybe_unused]] std::uint64_t r) -> bool { return __VA_ARGS__; }
+#define CALL(name, ...)                                                                                      \
+    []([[maybe_unused]] Worker& w) { return static_cast<std::uint64_t>(library->name(__VA_ARGS__)); }
+#define CALL_VOID(name, ...)                                                                                 \
+    []([[maybe_unused]] Worker& w) {                                                                         \
+        library->name(__VA_ARGS__);                                                                          \
+        return std::uint64_t(0);                                                                             \
+    }
 #define OWN(name) (w.folder + L"\\" name).c_str()
 
 inline constexpr auto kIsError = EXPECTING(r == ERROR_NOT_ENOUGH_MEMORY);
 inline constexpr auto kIsNothing = EXPECTING(r == 0);
-inline constexpr auto kIsAnything = EXPECTING(true); // no result, or one that does not tell of failures
+inline constexpr auto kIsAnything = EXPECTING(true); // no result, or one that does not depend on failures
 inline constexpr auto kIsNever = EXPECTING(false);
 inline constexpr auto kIsUnread = EXPECTING(r == ZELSYSHELPER_NO_FILE || r == ZELSYSHELPER_FILE_FAILED);
-inline constexpr auto kIsNotOpened = EXPECTING(static_cast<std::int64_t>(r) == ZELSYSHELPER_SERVICE_NOT_OPENED);
+inline constexpr auto kIsNotOpened =
+    EXPECTING(static_cast<std::int64_t>(r) == ZELSYSHELPER_SERVICE_NOT_OPENED);
 inline constexpr auto kIsServiceFailure = EXPECTING(
     r == ERROR_NOT_ENOUGH_MEMORY || static_cast<std::int64_t>(r) == ZELSYSHELPER_SERVICE_NO_MANAGER ||
     static_cast<std::int64_t>(r) == ZELSYSHELPER_SERVICE_NOT_OPENED);
 inline constexpr auto kIsViewFailure = EXPECTING(w.n == ERROR_NOT_ENOUGH_MEMORY);
 
 inline Row rows[] = {
-    {"sendAppEvent", 5, CALL(sendAppEvent, "n", "s", "t", "i", "2", "1", "a", "c", "g", "b"), kIsNothing, kIsNever},
-    {"sendAppEventFull", 5, CALL(sendAppEventFull, "n", "", "", "", "", "", "", "", "", "", "", "", ""), kIsNothing,
+    {"sendAppEvent", 5, CALL(sendAppEvent, "n", "s", "t", "i", "2", "1", "a", "c", "g", "b"), kIsNothing,
      kIsNever},
+    {"sendAppEventFull", 5, CALL(sendAppEventFull, "n", "", "", "", "", "", "", "", "", "", "", "", ""),
+     kIsNothing, kIsNever},
     {"parseTestDefAndDecideAdvType", 20, CALL_VOID(parseTestDefAndDecideAdvType, "A70 B30", &w.flag),
      EXPECTING(w.flag == 'A' || w.flag == 'B'), EXPECTING(w.flag == 0)},
     {"startDownloadFile", 5,
-     CALL(startDownloadFile, L"127.0.0.1", w.port, nullptr, nullptr, w.url().c_str(), OWN("..\\downloads")), kIsNothing,
-     EXPECTING(r == ERROR_NOT_ENOUGH_MEMORY || r == 10)}, // 10: no thread
+     CALL(startDownloadFile, L"127.0.0.1", w.port, nullptr, nullptr, w.url().c_str(), OWN("..\\downloads")),
+     kIsNothing, EXPECTING(r == ERROR_NOT_ENOUGH_MEMORY || r == 10)}, // 10: no thread
     {"stopDownloadFile", 5, CALL_VOID(stopDownloadFile), kIsAnything, kIsAnything},
-    {"getDownloadFileProgress", 10, CALL(getDownloadFileProgress, &w.n), EXPECTING(isAnswer(r, w.n, 100)), kIsError},
-    {"getDownloadElapsedTimeInSeconds", 10, CALL(getDownloadElapsedTimeInSeconds, &w.n), EXPECTING(isAnswer(r, w.n, 60)),
+    {"getDownloadFileProgress", 10, CALL(getDownloadFileProgress, &w.n), EXPECTING(isAnswer(r, w.n, 100)),
      kIsError},
+    {"getDownloadElapsedTimeInSeconds", 10, CALL(getDownloadElapsedTimeInSeconds, &w.n),
+     EXPECTING(isAnswer(r, w.n, 60)), kIsError},
     {"getDownloadFileErrors", 10, CALL(getDownloadFileErrors, nullptr, &w.m, &w.n),
      EXPECTING(isAnswer(r, w.n, 404) && w.m <= ZELSYSHELPER_STAGE_EMPTY), kIsError},
-    {"isDownloadFileCompleted", 10, CALL(isDownloadFileCompleted, &w.flag), EXPECTING(isAnswer(r, w.flag, 1)), kIsError},
-    {"isDownloadFileStarted", 10, CALL(isDownloadFileStarted, &w.flag), EXPECTING(isAnswer(r, w.flag, 1)), kIsError},
+    {"isDownloadFileCompleted", 10, CALL(isDownloadFileCompleted, &w.flag), EXPECTING(isAnswer(r, w.flag, 1)),
+     kIsError},
+    {"isDownloadFileStarted", 10, CALL(isDownloadFileStarted, &w.flag), EXPECTING(isAnswer(r, w.flag, 1)),
+     kIsError},
     {"getValueFromPropertyFile", 20, CALL(getValueFromPropertyFile, OWN("own.cfg"), "k", w.text, 256),
      EXPECTING(w.last == 0 ? r == ZELSYSHELPER_NO_FILE : r == 0 && w.text == valueOf(w.last)), kIsUnread},
     {"setValueInPropertyFile", 20,
-     [](Worker& w) { return ++w.last, library->setValueInPropertyFile(OWN("own.cfg"), "k", valueOf(w.last).c_str()); },
+     [](Worker& w) {
+         return ++w.last, library->setValueInPropertyFile(OWN("own.cfg"), "k", valueOf(w.last).c_str());
+     },
      EXPECTING(r == (w.last > 1)), EXPECTING(r <= 1)},
     {"getIntFromPropertyFile", 20, CALL(getIntFromPropertyFile, OWN("own.cfg"), "k"),
      EXPECTING(r == (w.last == 0 ? ZELSYSHELPER_NO_FILE : w.last)), kIsUnread},
     {"isValueFromPropertyFileNotEmpty", 20, CALL(isValueFromPropertyFileNotEmpty, OWN("own.cfg"), "k"),
      EXPECTING(r == (w.last != 0)), kIsNothing},
+    // A failure must not look like a success: these have a negative result.
+    {"setValueInPropertyFile", 5, CALL(setValueInPropertyFile, OWN("no\\folder.cfg"), "k", L"v"), kIsNothing,
+     kIsNothing},
+    {"isValueFromPropertyFileNotEmpty", 5, CALL(isValueFromPropertyFileNotEmpty, OWN("own.cfg"), "absent"),
+     kIsNothing, kIsNothing},
+    {"checkProperty", 2, CALL(checkProperty, OWN("own.cfg"), "absent", 0), kIsNothing, kIsNothing, true},
+    {"isModuleLoaded", 2, CALL(isModuleLoaded, "no such program.exe"), kIsNothing, kIsNothing},
     {"readProperty", 4, CALL(readProperty, OWN("own.cfg"), "k", w.text, 256, 0),
      EXPECTING(r == (w.last != 0 ? valueOf(w.last).size() : 0)), kIsNothing, true},
     {"writeProperty", 4, CALL(writeProperty, OWN("own.fx"), "k", L"v", 1), kIsNothing,
      EXPECTING(r == ZELSYSHELPER_FILE_FAILED), true},
-    {"checkProperty", 4, CALL(checkProperty, OWN("own.cfg"), "k", 0), EXPECTING(r == (w.last != 0)), kIsNothing, true},
-    {"enableFx", 10, CALL_VOID(enableFx, L"soak", std::to_string(w.random() % 20).c_str(), 1), kIsAnything, kIsAnything},
+    {"checkProperty", 4, CALL(checkProperty, OWN("own.cfg"), "k", 0), EXPECTING(r == (w.last != 0)),
+     kIsNothing, true},
+    {"enableFx", 10, CALL_VOID(enableFx, L"soak", std::to_string(w.random() % 20).c_str(), 1), kIsAnything,
+     kIsAnything},
     {"clearFx", 5, CALL_VOID(clearFx, L"soak"), kIsAnything, kIsAnything},
     {"getOsVersion", 20, CALL(getOsVersion, w.text), EXPECTING(r <= 1), kIsNothing},
     {"isModuleLoaded", 5, CALL(isModuleLoaded, "services.exe"), EXPECTING(r == 1), kIsNothing},
@@ -144,13 +165,13 @@ inline Row rows[] = {
      CALL_VOID(retrieveShellFolderViewOptions, L"C:\\no such folder", nullptr, nullptr, nullptr, &w.n, &w.m),
      EXPECTING(w.n == 87 && w.m == 0), kIsViewFailure},
     {"createShellLink", 5, CALL_VOID(createShellLink, L"C:\\x.exe", OWN("x.lnk"), L"d", &w.n, &w.m),
-     EXPECTING(w.n + w.m == 0), EXPECTING(w.n == ERROR_NOT_ENOUGH_MEMORY || w.n == ERROR_OUTOFMEMORY || w.n == ERROR_PROC_NOT_FOUND)},
+     EXPECTING(w.n + w.m == 0),
+     EXPECTING(w.n == ERROR_NOT_ENOUGH_MEMORY || w.n == ERROR_OUTOFMEMORY || w.n == ERROR_PROC_NOT_FOUND)},
     {"copyDirEx", 3, CALL(copyDirEx, OWN("from"), OWN("to")),
      EXPECTING(r <= 1 && testing_support::readBytes(OWN("to\\a\\file")) == "content"), kIsAnything},
-    {"zelChromeExtWasDeleted", 10, CALL(zelChromeExtWasDeleted), EXPECTING(r == ZELSYSHELPER_EXTENSION_ABSENT),
-     EXPECTING(r >= ZELSYSHELPER_EXTENSION_NO_FOLDER)},
+    {"zelChromeExtWasDeleted", 10, CALL(zelChromeExtWasDeleted),
+     EXPECTING(r == ZELSYSHELPER_EXTENSION_ABSENT), EXPECTING(r >= ZELSYSHELPER_EXTENSION_NO_FOLDER)},
     {"bringRuningAppToTop", 10, CALL(bringRuningAppToTop, "nobody runs this"), kIsNothing, kIsNever},
 };
-// clang-format on
 
 } // namespace soak

@@ -89,8 +89,8 @@ bool RaisedLogLevel::restore() {
     if (!isDeleted && !writeRestored())
         return false;
     isRaised_ = false;
-    // The file of a user with an empty file stays. A file that another process has created to raise the level is
-    // not empty before, and is deleted by the last process that restores it.
+    // The file of a user with an empty file stays. A file that another process has created to raise the level
+    // is not empty before, and is deleted by the last process that restores it.
     if (!existed_ || !wasEmpty_)
         deleteEmptyFile(path_);
     return true;

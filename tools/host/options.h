@@ -47,9 +47,9 @@ using OptionsOf = std::function<std::span<const Option>(const std::wstring& comm
 ///
 /// The options of the program (--json, --dll NAME, --help, -h, /?, --version) may stand before and after the
 /// command, those of the command in any order after it. An option of both (--version) is the program's at the
-/// end and before another option of the program, where it has no value. The value of an option is never parsed
-/// as an option. `--` ends the options. Parsing continues after a fault, so that --json takes effect wherever
-/// it stands.
+/// end and before another option of the program, where it has no value. The value of an option is never
+/// parsed as an option. `--` ends the options. Parsing continues after a fault, so that --json takes effect
+/// wherever it stands.
 CommandLine parseCommandLine(const Arguments& arguments, const OptionsOf& optionsOf);
 
 /// Returns the number that the text consists of; 0 for any other text and above the limit.

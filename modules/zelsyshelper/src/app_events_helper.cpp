@@ -44,7 +44,7 @@ void send(const Kind& kind, stats::TApplicationValues application, const stats::
         .isTest = win32::environmentVariable(L"SET_TEST_STAT_HOST") == L"1",
         .proxy = stats::proxySettings(common),
     };
-    stats::appEventStat().sendFirst(settings, application, event);
+    stats::appEventStat().sendFirst(settings, application, event, logger.get());
     if (kind.isFull)
         argumentLog(logger.get(), kind, __LINE__) << "<--sendAppEventFull";
 }

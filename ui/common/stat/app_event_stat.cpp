@@ -19,24 +19,21 @@ xferlib::Response fetch(const xferlib::Request& request) {
     return response;
 }
 
-void logOutcome(const xferlib::Response& response) {
-    CoreLog::LoggerSlot logger;
-    if (CoreLog::createLogger(logger) != 0)
-        return;
+void logOutcome(const xferlib::Response& response, CoreLog::ILogger* logger) {
     if (response.code != 0)
-        CoreLog::CLogMsgMultibyte(logger.get(), 7, kTag, __FILE__, __LINE__)
+        CoreLog::CLogMsgMultibyte(logger, 7, kTag, __FILE__, __LINE__)
             << "stats::sendEvent: curl " << response.code;
     else if (response.status < kFirstErrorStatus)
-        CoreLog::CLogMsgMultibyte(logger.get(), 7, kTag, __FILE__, __LINE__) << "stats::sendEvent: ok";
+        CoreLog::CLogMsgMultibyte(logger, 7, kTag, __FILE__, __LINE__) << "stats::sendEvent: ok";
     else
-        CoreLog::CLogMsgMultibyte(logger.get(), 3, kTag, __FILE__, __LINE__)
+        CoreLog::CLogMsgMultibyte(logger, 3, kTag, __FILE__, __LINE__)
             << "stats::sendEvent rejected: http " << response.status << " | " << response.body;
 }
 
 } // namespace
 
 void CAppEventStat::sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
-                              const TEvent& event) {
+                              const TEvent& event, CoreLog::ILogger* logger) {
     std::optional<Post> post;
     {
         const std::lock_guard guard(mutex_);
@@ -46,7 +43,7 @@ void CAppEventStat::sendFirst(const TSenderSettings& settings, const TApplicatio
         post = makePost(event, 0);
     }
     if (post)
-        send(*post);
+        send(*post, logger);
 }
 
 void CAppEventStat::sendEvent(const TEvent& event, bool synchronous, std::uint32_t eventNumber) {
@@ -57,10 +54,15 @@ void CAppEventStat::sendEvent(const TEvent& event, bool synchronous, std::uint32
     }
     if (!post)
         return;
+    const auto work = [post = std::move(*post)] {
+        CoreLog::LoggerSlot logger;
+        CoreLog::createLogger(logger); // if it fails, the outcome is not logged
+        send(post, logger.get());
+    };
     if (synchronous)
-        send(*post);
+        work();
     else
-        win32::runDetached([post = std::move(*post)] { send(post); });
+        win32::runDetached(work);
 }
 
 /// Builds the post of an event; nullopt while the sender is disabled. The caller holds the mutex.
@@ -71,22 +73,23 @@ std::optional<CAppEventStat::Post> CAppEventStat::makePost(const TEvent& event, 
     return Post{record_.body(), settings_.proxy};
 }
 
-void CAppEventStat::send(const Post& post) {
+void CAppEventStat::send(const Post& post, CoreLog::ILogger* logger) {
     xferlib::init();
     logOutcome(fetch({
-        .url = std::string(kStatisticsUrl) + "/AddEventJSONString.php",
-        .body = "data=" + text::percentEncode(post.body),
-        .headers = {"Content-Type: application/x-www-form-urlencoded"},
-        .proxyHost = post.proxy.host,
-        .proxyPort = post.proxy.port,
-        .proxyUser = post.proxy.user,
-        .proxyPassword = post.proxy.password,
-        .attempts = 1,
-        .timeoutSeconds = 15,
-        .connectTimeoutSeconds = 0,
-        .redirectLimit = 10,
-        .post = true,
-    }));
+                   .url = std::string(kStatisticsUrl) + "/AddEventJSONString.php",
+                   .body = "data=" + text::percentEncode(post.body),
+                   .headers = {"Content-Type: application/x-www-form-urlencoded"},
+                   .proxyHost = post.proxy.host,
+                   .proxyPort = post.proxy.port,
+                   .proxyUser = post.proxy.user,
+                   .proxyPassword = post.proxy.password,
+                   .attempts = 1,
+                   .timeoutSeconds = 15,
+                   .connectTimeoutSeconds = 0,
+                   .redirectLimit = 10,
+                   .post = true,
+               }),
+               logger);
 }
 
 CAppEventStat& appEventStat() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "corelog/logger.h"
 #include "sys/mutex.h"
 #include "ui/common/stat/common_settings.h"
 #include "ui/common/stat/event_record.h"
@@ -28,8 +29,9 @@ public:
     ///
     /// Stores them and builds the event atomically: no event carries another call's fields. Posts on this
     /// thread and blocks until the exchange is over.
+    /// \param logger Logs the outcome. May be null. A second logger would look up the log's settings again.
     void sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
-                   const TEvent& event);
+                   const TEvent& event, CoreLog::ILogger* logger);
 
     /// \brief Sends another event with the settings and values of the last call.
     /// \param synchronous True: posts on this thread and blocks until the exchange is over. False: posts on a
@@ -44,7 +46,7 @@ private:
     };
 
     std::optional<Post> makePost(const TEvent& event, std::uint32_t eventNumber);
-    static void send(const Post& post);
+    static void send(const Post& post, CoreLog::ILogger* logger);
 
     sys::Mutex mutex_;
     TSenderSettings settings_;

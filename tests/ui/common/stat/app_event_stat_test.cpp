@@ -53,7 +53,7 @@ TEST_F(EventSender, CountsEventsFromOneForEachFirstEvent) {
     sender.sendEvent({}, true, 0);
     EXPECT_EQ(bodies.size(), 0u) << "the sender is not enabled yet";
     for (int call = 0; call < 2; ++call) {
-        sender.sendFirst({.enabled = true}, values("a"), {"a", "a", "a", "a"});
+        sender.sendFirst({.enabled = true}, values("a"), {"a", "a", "a", "a"}, nullptr);
         sender.sendEvent({"a", "a", "a", "a"}, true, 0);
         sender.sendEvent({"a", "a", "a", "a"}, true, 70);
         sender.sendEvent({"a", "a", "a", "a"}, false, 0);
@@ -73,7 +73,7 @@ TEST_F(EventSender, ConcurrentCallsNeverMix) {
         expected.insert(posted(text, 1));
         threads.emplace_back([this, text] {
             for (int i = 0; i < 200; ++i)
-                sender.sendFirst({.enabled = true}, values(text), {text, text, text, text});
+                sender.sendFirst({.enabled = true}, values(text), {text, text, text, text}, nullptr);
         });
     }
     threads.clear(); // joins them
@@ -81,7 +81,7 @@ TEST_F(EventSender, ConcurrentCallsNeverMix) {
     EXPECT_EQ(std::set(bodies.begin(), bodies.end()), expected);
 
     const std::string text(3000, 'e');
-    sender.sendFirst({.enabled = true}, values(text), {});
+    sender.sendFirst({.enabled = true}, values(text), {}, nullptr);
     bodies.clear();
     expected.clear();
     for (int i = 0; i < 4; ++i)

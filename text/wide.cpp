@@ -33,7 +33,7 @@ std::string utf16ToCodePage(std::wstring_view wide, unsigned codePage) {
                                    nullptr, nullptr);
     };
     std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
-    convert(narrow.data(), static_cast<int>(narrow.size()));
+    narrow.resize(static_cast<std::size_t>(convert(narrow.data(), static_cast<int>(narrow.size()))));
     return narrow;
 }
 

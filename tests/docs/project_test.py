@@ -26,22 +26,41 @@ def targets():
     text = (ROOT / "CMakeLists.txt").read_text()
     calls = [call.split() for call in re.findall(r"zelsys_folder\(([^)]*)\)", text)]
     folders = {call[0]: call[1] for call in calls}
-    return {call[1]: {folders[name] for name in call[call.index("DEPENDS") + 1:]} if "DEPENDS" in call else set()
-            for call in calls}
+    return {
+        call[1]: {folders[name] for name in call[call.index("DEPENDS") + 1 :]} if "DEPENDS" in call else set()
+        for call in calls
+    }
 
 
 class Project(unittest.TestCase):
     def test_headers_are_self_contained(self):
         header, loader = ROOT / "include/zelsyshelper.h", ROOT / "include/zelsyshelper_load.hpp"
         gnu = "x86_64-w64-mingw32-gcc-posix"
-        cases = [(compiler, language, header) for compiler in ("gcc", "clang", gnu)
-                 for language in ("c -std=c99", "c++ -std=c++11")]
+        cases = [
+            (compiler, language, header)
+            for compiler in ("gcc", "clang", gnu)
+            for language in ("c -std=c99", "c++ -std=c++11")
+        ]
         for compiler, language, path in cases + [(gnu, "c++ -std=c++11", loader)]:
             with self.subTest(compiler=compiler, language=language, path=path.name):
                 source = f'#include "{path}"\n#ifdef min\n#error min\n#endif\n'
                 source += "#include <winsock2.h>\n" if path == loader else ""
-                subprocess.run([compiler, "-x", *language.split(), "-fsyntax-only", "-Wall", "-Wextra",
-                                "-Wpedantic", "-Werror", "-"], input=source, text=True, check=True)
+                subprocess.run(
+                    [
+                        compiler,
+                        "-x",
+                        *language.split(),
+                        "-fsyntax-only",
+                        "-Wall",
+                        "-Wextra",
+                        "-Wpedantic",
+                        "-Werror",
+                        "-",
+                    ],
+                    input=source,
+                    text=True,
+                    check=True,
+                )
 
     def test_dependency_diagram_matches_the_build(self):
         drawn = {}
@@ -52,54 +71,79 @@ class Project(unittest.TestCase):
         built = {folder: below for folder, below in targets().items() if below}
         exports = drawn.pop("modules/zelsyshelper/src")
         self.assertEqual(drawn, built)
-        linked = re.search(r"PRIVATE zelsys_options export_frame ([^)]*)\)",
-                           (ROOT / "modules/zelsyshelper/src/CMakeLists.txt").read_text())[1].split()
+        linked = re.search(
+            r"PRIVATE zelsys_options export_frame ([^)]*)\)",
+            (ROOT / "modules/zelsyshelper/src/CMakeLists.txt").read_text(),
+        )[1].split()
         self.assertLessEqual({"ui/common/stat" if name == "stat" else name for name in linked}, exports)
 
     def test_dll_is_small_and_imports_no_heavy_dll(self):
-        self.assertEqual(re.findall(r"^ +Name: (\S+)$", llvm("readobj", "--coff-imports", DLL), re.M),
-                         ["KERNEL32.dll", "msvcrt.dll"])
+        self.assertEqual(
+            re.findall(r"^ +Name: (\S+)$", llvm("readobj", "--coff-imports", DLL), re.M),
+            ["KERNEL32.dll", "msvcrt.dll"],
+        )
         exports = set(re.findall(r"^ +Name: (\w+)$", llvm("readobj", "--coff-exports", DLL), re.M))
         self.assertEqual(exports, functions())
         self.assertLess(DLL.stat().st_size, 350_000)
 
     def test_pdbs_match_and_slots_of_delayed_imports_are_writable(self):
-        """Newer linkers make .idata read-only. The first call of a delayed import writes its slot, and would crash."""
-        for binary, name, source in ((DLL, "getOsVersion", "modules/zelsyshelper/src/system_helper.cpp"),
-                                     (DLL.with_name("zelsyshelper-host.exe"), "wmain", "tools/host/main.cpp")):
+        """Newer linkers make .idata read-only. The first call of a delayed import writes its slot, and would
+        crash."""
+        for binary, name, source in (
+            (DLL, "getOsVersion", "modules/zelsyshelper/src/system_helper.cpp"),
+            (DLL.with_name("zelsyshelper-host.exe"), "wmain", "tools/host/main.cpp"),
+        ):
             directory = llvm("readobj", "--coff-debug-directory", binary)
             parts = re.search(r"PDBGUID: (.*)\n +PDBAge: 1\n +PDBFileName: (.*)\n", directory)
             pdb = binary.with_suffix(".pdb")
             guid = uuid.UUID(llvm("pdbutil", "dump", "-summary", pdb).split("GUID: ")[1][1:37])
             # LLVM 14 prints the bytes of the GUID, LLVM 19 its text form.
-            own = uuid.UUID(parts[1]) if "-" in parts[1] else uuid.UUID(bytes_le=bytes.fromhex(parts[1].strip("()")))
+            own = (
+                uuid.UUID(parts[1])
+                if "-" in parts[1]
+                else uuid.UUID(bytes_le=bytes.fromhex(parts[1].strip("()")))
+            )
             self.assertEqual((own, parts[2]), (guid, pdb.name))
             symbol = re.search(rf"`{name}`\n.* addr = (\d+):(\d+)", llvm("pdbutil", "dump", "-publics", pdb))
             starts = re.findall(r"VirtualAddress: (\w+)", llvm("readobj", "--sections", binary))
-            place = llvm("symbolizer", "--relative-address", f"--obj={binary}",
-                         hex(int(starts[int(symbol[1]) - 1], 16) + int(symbol[2])))
+            place = llvm(
+                "symbolizer",
+                "--relative-address",
+                f"--obj={binary}",
+                hex(int(starts[int(symbol[1]) - 1], 16) + int(symbol[2])),
+            )
             line = int(re.match(rf"{name}\n.*\\{Path(source).name}:(\d+):", place)[1])
-            self.assertIn(name, "".join((ROOT / source).read_text().split("\n")[line - 2:line]), place)
+            self.assertIn(name, "".join((ROOT / source).read_text().split("\n")[line - 2 : line]), place)
 
         imports = (ROOT / "modules/zelsyshelper/src/delayed_imports.cpp").read_text()
         names = re.findall(r"^ZELSYS_DELAYED\(\w+, (\w+),", imports, re.M)
         self.assertGreater(len(names), 40)
         symbols = llvm("pdbutil", "dump", "-publics", DLL.with_suffix(".pdb"))
         slots = dict(re.findall(r"`__imp_(\w+)`\n.* addr = (\d+):", symbols))
-        writable = re.findall(r"Number: (\d+)(?:(?!Number:).)*IMAGE_SCN_MEM_WRITE",
-                              llvm("readobj", "--sections", DLL), re.S)
+        writable = re.findall(
+            r"Number: (\d+)(?:(?!Number:).)*IMAGE_SCN_MEM_WRITE", llvm("readobj", "--sections", DLL), re.S
+        )
         self.assertEqual([name for name in names if str(int(slots[name])) not in writable], [])
 
     def test_architecture_page_names_every_top_level_entry(self):
-        files = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.split("\n")
+        files = subprocess.run(
+            ["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True
+        ).stdout.split("\n")
         named = set(re.findall(r"`([^`]+?)/?`", (ROOT / "docs/architecture.md").read_text()))
         entries = {file.split("/")[0] for file in files if file}
-        self.assertEqual({entry for entry in entries if not any(name.split("/")[0] == entry for name in named)}, set())
+        self.assertEqual(
+            {entry for entry in entries if not any(name.split("/")[0] == entry for name in named)}, set()
+        )
 
     def test_lists_of_functions_are_those_of_the_header(self):
-        check = subprocess.run([sys.executable, ROOT / "tools/docs/exports.py", "--check"], capture_output=True, text=True)
+        check = subprocess.run(
+            [sys.executable, ROOT / "tools/docs/exports.py", "--check"], capture_output=True, text=True
+        )
         self.assertEqual(check.stderr, "")
-        for file, call in (("tests/soak/calls.h", r'\{"(\w+)", \d'), ("bench/counts_bench.cpp", r"\b(\w+)\(")):
+        for file, call in (
+            ("tests/soak/calls.h", r'\{"(\w+)", \d'),
+            ("bench/counts_bench.cpp", r"\b(\w+)\("),
+        ):
             missing = functions() - set(re.findall(call, (ROOT / file).read_text()))
             self.assertEqual(missing, set(), f"{file} does not call these")
 

@@ -17,8 +17,10 @@ import prefix  # noqa: E402
 from certificates import Authority  # noqa: E402
 from server import Reply, Server  # noqa: E402
 
-FIELDS = ("guid country_id pid adv_type camp_type appid ver event_type event_number src info_type info inst_type "
-          "inst_ch inst_ref test tc_build_num product_name id_zel_keys").split()
+FIELDS = (
+    "guid country_id pid adv_type camp_type appid ver event_type event_number src info_type info inst_type "
+    "inst_ch inst_ref test tc_build_num product_name id_zel_keys"
+).split()
 LOG_SETTINGS = prefix.LOGS / "Quenlith.cfg"
 USERS_SETTINGS = b"; not a key\r\nOther=\nLevel=3\nLevel=9"  # event --check must restore them
 
@@ -59,7 +61,9 @@ class Events(unittest.TestCase):
         records = []
         for request in self.server.requests:
             if request.host.startswith("country."):
-                self.assertEqual((request.method, request.path, request.body), ("POST", "/?instType=country", b""))
+                self.assertEqual(
+                    (request.method, request.path, request.body), ("POST", "/?instType=country", b"")
+                )
                 continue
             self.assertEqual((request.method, request.path), ("POST", "/AddEventJSONString.php"))
             self.assertEqual(request.headers["Content-Type"], "application/x-www-form-urlencoded")
@@ -76,16 +80,78 @@ class Events(unittest.TestCase):
 
     def test_values_arrive_unchanged_and_are_logged(self):
         info = 'C:\\Media "A&B" 50% + größer 音楽\n'
-        self.send("--name", "install_done", "--source", "s", "--info-type", "t", "--info", info, "--app-id", "02",
-                  "--version", "4.1", "--adv-type", "a", "--camp-type", "c", "--inst-type", "it", "--inst-ref", "ir",
-                  "--inst-channel", "ic", "--guid", "g", "--build", "b", env=os.environ | {"SET_TEST_STAT_HOST": "1"})
-        self.assertEqual(self.records(), [dict(zip(FIELDS, (
-            "g", "DE", "", "a", "c", "02", "4.1", "install_done", "1", "s", "t", info, "it", "ic", "ir", "1", "b", "",
-            "")))])
-        arguments = ("Event Name: install_done Src: s Info: " + info.replace("\n", "\\n") + " App Id: 02 Version: 4.1 "
-                     "Adv Type: a Camp Type: c Inst Type: it Inst Ref: ir Inst Ch: ic Guid: g TC build num: b")
-        self.assertEqual(self.log(), [(6, "sendAppEventFull", arguments), (7, "AppEventStat", "stats::sendEvent: ok"),
-                                      (6, "sendAppEventFull", "<--sendAppEventFull")])
+        self.send(
+            "--name",
+            "install_done",
+            "--source",
+            "s",
+            "--info-type",
+            "t",
+            "--info",
+            info,
+            "--app-id",
+            "02",
+            "--version",
+            "4.1",
+            "--adv-type",
+            "a",
+            "--camp-type",
+            "c",
+            "--inst-type",
+            "it",
+            "--inst-ref",
+            "ir",
+            "--inst-channel",
+            "ic",
+            "--guid",
+            "g",
+            "--build",
+            "b",
+            env=os.environ | {"SET_TEST_STAT_HOST": "1"},
+        )
+        self.assertEqual(
+            self.records(),
+            [
+                dict(
+                    zip(
+                        FIELDS,
+                        (
+                            "g",
+                            "DE",
+                            "",
+                            "a",
+                            "c",
+                            "02",
+                            "4.1",
+                            "install_done",
+                            "1",
+                            "s",
+                            "t",
+                            info,
+                            "it",
+                            "ic",
+                            "ir",
+                            "1",
+                            "b",
+                            "",
+                            "",
+                        ),
+                    )
+                )
+            ],
+        )
+        arguments = (
+            "Event Name: install_done Src: s Info: " + info.replace("\n", "\\n") + " App Id: 02 Version: 4.1 "
+            "Adv Type: a Camp Type: c Inst Type: it Inst Ref: ir Inst Ch: ic Guid: g TC build num: b"
+        )
+        self.assertEqual(
+            self.log(),
+            [
+                (6, "sendAppEventFull", arguments),
+                (7, "AppEventStat", "stats::sendEvent: ok"),
+                (6, "sendAppEventFull", "<--sendAppEventFull"),
+            ],
+        )
 
     def test_only_error_statuses_are_retried(self):
         rejected = (3, "AppEventStat", "stats::sendEvent rejected: http 503 | the\\nreply")
@@ -94,8 +160,12 @@ class Events(unittest.TestCase):
             with self.subTest(statuses):
                 self.setUp()
                 self.statuses = list(statuses)
-                self.send("--name", "n", problem="HTTP status 503: the" if line == rejected else "",
-                          env=os.environ | {"SET_TEST_STAT_HOST": "1 "})
+                self.send(
+                    "--name",
+                    "n",
+                    problem="HTTP status 503: the" if line == rejected else "",
+                    env=os.environ | {"SET_TEST_STAT_HOST": "1 "},
+                )
                 records = self.records()
                 self.assertEqual(len(records), posts)
                 self.assertEqual((records[0], records[0]["test"]), (records[-1], "0"))
@@ -114,7 +184,9 @@ class Events(unittest.TestCase):
                 time.sleep(0 if len(self.server.requests) == 2 else 0.1)
             self.assertEqual(LOG_SETTINGS.read_bytes(), b"Level=7\nLevel=7\n" + USERS_SETTINGS)
             other.send_signal(signal.SIGINT)
-            self.assertEqual((other.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=7\n" + USERS_SETTINGS))
+            self.assertEqual(
+                (other.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=7\n" + USERS_SETTINGS)
+            )
             prefix.host("property", "set", prefix.windows_path(LOG_SETTINGS), "Other", "new")
             host.send_signal(signal.SIGINT)
             self.assertEqual((host.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=3\nOther=new\n"))
@@ -123,11 +195,19 @@ class Events(unittest.TestCase):
         with tempfile.TemporaryDirectory() as name:
             for file in (prefix.BIN / "zelsyshelper-host.exe", prefix.BIN / "zelsyshelper.dll"):
                 shutil.copy(file, name)
-            shutil.copy(prefix.BIN / "zelsyshelper.dll", f"{name}/winhttp.dll")  # exports no function of WinHTTP
+            shutil.copy(
+                prefix.BIN / "zelsyshelper.dll", f"{name}/winhttp.dll"
+            )  # exports no function of WinHTTP
             # By default, Wine prefers its built-in DLL to one in the program's folder.
             overrides = os.environ["WINEDLLOVERRIDES"] + ";winhttp=n,b"
-            result = prefix.run(Path(name) / "zelsyshelper-host.exe", "event", "--name", "n", cwd=name,
-                                env=os.environ | {"WINEDLLOVERRIDES": overrides})
+            result = prefix.run(
+                Path(name) / "zelsyshelper-host.exe",
+                "event",
+                "--name",
+                "n",
+                cwd=name,
+                env=os.environ | {"WINEDLLOVERRIDES": overrides},
+            )
             self.assertEqual((result.returncode, len(self.records())), (0, 1), result)
 
     def test_country_is_looked_up_until_it_is_known(self):
@@ -159,8 +239,10 @@ class Events(unittest.TestCase):
         prefix.LOG.mkdir()  # a log file that cannot be opened
         self.addCleanup(prefix.LOG.rmdir)
         self.run_case("Nulls")
-        self.assertEqual([{k: v for k, v in record.items() if v} for record in self.records()],
-                         [{"country_id": "DE", "event_number": "1", "test": "0"}])
+        self.assertEqual(
+            [{k: v for k, v in record.items() if v} for record in self.records()],
+            [{"country_id": "DE", "event_number": "1", "test": "0"}],
+        )
 
 
 if __name__ == "__main__":

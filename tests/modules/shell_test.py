@@ -1,4 +1,4 @@
-"""Runs the shell functions and system queries of the built library on real files, through the console host."""
+"""Runs shell functions and system queries of the built library on real files, through the console host."""
 
 import os
 import subprocess
@@ -33,9 +33,14 @@ class Shell(unittest.TestCase):
         return sorted(str(path.relative_to(root)) for path in root.rglob("*"))
 
     def copy(self, source=None, destination=None):
-        """Copies and returns the printed lines. Checks the count of failures in the last line and the exit code."""
-        result = prefix.host("copy-dir", *(text if isinstance(text, str) else prefix.windows_path(text)
-                                           for text in (source or self.source, destination or self.destination)))
+        """Copies and returns the printed lines. Checks the exit code and the count in the last line."""
+        result = prefix.host(
+            "copy-dir",
+            *(
+                text if isinstance(text, str) else prefix.windows_path(text)
+                for text in (source or self.source, destination or self.destination)
+            ),
+        )
         *lines, count = result.stdout.splitlines()
         self.assertEqual((int(count.split()[0]), result.returncode), (len(lines), int(bool(lines))), result)
         return lines
@@ -52,17 +57,29 @@ class Shell(unittest.TestCase):
             self.assertEqual(self.copy(source), [])
             self.assertEqual(self.names(self.destination), copied)
         for source in (self.source / "z.txt", self.folder / "none"):
-            result = prefix.host("copy-dir", prefix.windows_path(source), prefix.windows_path(self.destination))
+            result = prefix.host(
+                "copy-dir", prefix.windows_path(source), prefix.windows_path(self.destination)
+            )
             self.assertEqual((result.returncode, result.stdout), (1, ""))
-            self.assertEqual(self.names(self.destination), copied, "if the source is not a folder, nothing is deleted")
+            self.assertEqual(
+                self.names(self.destination), copied, "if the source is not a folder, nothing is deleted"
+            )
 
     def test_undeletable_files_are_not_overwritten(self):
         self.make(self.source, "a/file", "a/other")
         self.make(self.destination, "a/file", "b/file")
         (self.destination / "a/file").write_text("old")
         (self.destination / "a/file").chmod(0o444)
-        self.assertEqual(self.copy(), ["error delete: 5", "error RemoveDirectory: 145", "error RemoveDirectory: 145",
-                                       "error create directory: 183", "error copy: 80"])
+        self.assertEqual(
+            self.copy(),
+            [
+                "error delete: 5",
+                "error RemoveDirectory: 145",
+                "error RemoveDirectory: 145",
+                "error create directory: 183",
+                "error copy: 80",
+            ],
+        )
         self.assertEqual(self.names(self.destination), ["a", "a/file", "a/other"])
         self.assertEqual((self.destination / "a/file").read_text(), "old")
 
@@ -77,9 +94,21 @@ class Shell(unittest.TestCase):
         # Wine refuses to remove a link to a folder that is not empty.
         self.assertEqual(self.copy(), ["error RemoveDirectory: 145"] * 3 + ["error copy: 1921"] * 2)
         self.assertEqual(self.names(self.folder / "outside"), ["deep", "deep/keep", "keep"])
-        self.assertEqual([name for name in self.names(self.destination) if name[0] == "a"],
-                         ["a", "a/file", "a/out", "a/out/deep", "a/out/deep/keep", "a/out/keep", "a/z", "a/z/file",
-                          "a/z/round", "a/z/up"])
+        self.assertEqual(
+            [name for name in self.names(self.destination) if name[0] == "a"],
+            [
+                "a",
+                "a/file",
+                "a/out",
+                "a/out/deep",
+                "a/out/deep/keep",
+                "a/out/keep",
+                "a/z",
+                "a/z/file",
+                "a/z/round",
+                "a/z/up",
+            ],
+        )
         link = self.folder / "link"
         link.symlink_to(self.folder / "outside")
         for destination in (link, prefix.windows_path(link) + "\\"):
@@ -91,8 +120,11 @@ class Shell(unittest.TestCase):
         drive = Path(os.environ["WINEPREFIX"]) / "dosdevices/y:"
         drive.symlink_to(self.folder)
         self.addCleanup(drive.unlink)
-        result = prefix.run(prefix.BIN / "exports_test.exe", "--gtest_filter=OnADrive.*",
-                            env=os.environ | {"SOURCE": prefix.windows_path(self.source)})
+        result = prefix.run(
+            prefix.BIN / "exports_test.exe",
+            "--gtest_filter=OnADrive.*",
+            env=os.environ | {"SOURCE": prefix.windows_path(self.source)},
+        )
         self.assertEqual(result.returncode, 0, result.stdout)
         self.assertIn("[  PASSED  ] 1 test", result.stdout)
 
@@ -115,8 +147,12 @@ class Shell(unittest.TestCase):
         room = 508 - len(prefix.windows_path(self.folder / "t"))
         folders, rest = divmod(room - 2, 100)
         deep = self.folder / "t" / "/".join(["d" * 99] * folders) / ("e" * (rest + 1))
-        # Truncated, these names lead to a link with the shorter name, to the folder itself, and to its parent.
-        for root, name in ((deep, "abcdef/y/file"), (deep / "ef", "x/file"), (deep.with_name(deep.name + "g"), "..x/file")):
+        # Truncated, these names lead to a link with the shorter name, to the folder itself, to its parent.
+        for root, name in (
+            (deep, "abcdef/y/file"),
+            (deep / "ef", "x/file"),
+            (deep.with_name(deep.name + "g"), "..x/file"),
+        ):
             with self.subTest(name):
                 self.make(root, name)
                 self.make(root.parent, "beside")
@@ -130,9 +166,17 @@ class Shell(unittest.TestCase):
 
     def test_link_is_readable_by_another_program(self):
         link = self.folder / "a link.lnk"
-        for target, description in (("C:\\windows\\notepad.exe", "To write"), ("C:\\no such\\program.exe", None)):
-            result = prefix.host("link", "create", f"  {target} ", prefix.windows_path(link),
-                                 *([description] if description else []))
+        for target, description in (
+            ("C:\\windows\\notepad.exe", "To write"),
+            ("C:\\no such\\program.exe", None),
+        ):
+            result = prefix.host(
+                "link",
+                "create",
+                f"  {target} ",
+                prefix.windows_path(link),
+                *([description] if description else []),
+            )
             self.assertEqual(result.returncode, 0, result.stderr)
             text = subprocess.run(["lnkinfo", str(link)], capture_output=True, text=True, check=True).stdout
             fields = dict(line.strip().split(":", 1) for line in text.splitlines() if ":" in line)
@@ -148,8 +192,12 @@ class Shell(unittest.TestCase):
         self.assertEqual(state(), "not listed")
         preferences.rmdir()
         real = (Path(__file__).parent / "preferences.json").read_text()
-        for text, expected in ((real, "not listed"), (real.replace(OTHER_EXTENSION, EXTENSION), "listed"),
-                               (f'{{"pinned":["{EXTENSION}"]}}', "not listed"), ("", "not listed")):
+        for text, expected in (
+            (real, "not listed"),
+            (real.replace(OTHER_EXTENSION, EXTENSION), "listed"),
+            (f'{{"pinned":["{EXTENSION}"]}}', "not listed"),
+            ("", "not listed"),
+        ):
             preferences.write_text(text)
             self.assertEqual(state(), expected)
         preferences.unlink()
@@ -157,7 +205,10 @@ class Shell(unittest.TestCase):
     def test_os_version(self):
         key = "HKCU\\Software\\Wine\\AppDefaults\\zelsyshelper-host.exe"
         self.addCleanup(prefix.run, "reg.exe", "delete", key, "/f")
-        for version, code, text in (("win7", 1, "neither Windows 10 nor Windows 11\n"), ("win10", 0, "10.0.0\n")):
+        for version, code, text in (
+            ("win7", 1, "neither Windows 10 nor Windows 11\n"),
+            ("win10", 0, "10.0.0\n"),
+        ):
             prefix.run("reg.exe", "add", key, "/v", "Version", "/d", version, "/f", check=True)
             result = prefix.host("os-version")
             self.assertEqual((result.returncode, result.stdout), (code, text), version)

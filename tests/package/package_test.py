@@ -30,8 +30,11 @@ def package(root, *arguments):
 
 def built_by(toolchain):
     """Returns an environment in which CMake uses one of the project's toolchains."""
-    return os.environ | {"CMAKE_GENERATOR": "Ninja", "CMAKE_TOOLCHAIN_FILE": f"{ROOT}/cmake/{toolchain}.cmake",
-                         "CXXFLAGS": "-Wall -Wextra -Wpedantic -Werror"}
+    return os.environ | {
+        "CMAKE_GENERATOR": "Ninja",
+        "CMAKE_TOOLCHAIN_FILE": f"{ROOT}/cmake/{toolchain}.cmake",
+        "CXXFLAGS": "-Wall -Wextra -Wpedantic -Werror",
+    }
 
 
 class Package(unittest.TestCase):
@@ -56,8 +59,15 @@ class Package(unittest.TestCase):
         os.environ["SOURCE_DATE_EPOCH"] = run("git", "log", "-1", "--format=%ct", cwd=ROOT).strip()
         there = package(elsewhere)
         with zipfile.ZipFile(here) as one, zipfile.ZipFile(there) as other:
-            self.assertEqual([entry.filename for entry in one.infolist() if entry.CRC != other.getinfo(entry.filename).CRC],
-                             [], "files that differ")
+            self.assertEqual(
+                [
+                    entry.filename
+                    for entry in one.infolist()
+                    if entry.CRC != other.getinfo(entry.filename).CRC
+                ],
+                [],
+                "files that differ",
+            )
         self.assertEqual(here.read_bytes(), there.read_bytes())
 
     def test_readme_leads_to_programs_that_run(self):
@@ -80,28 +90,70 @@ class Package(unittest.TestCase):
 
         # The server in plain C, with the library as its client.
         example = root / "build/examples/bin/single_instance_c.exe"
-        with subprocess.Popen([prefix.WINE, example, "Outside"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                              text=True) as first:
+        with subprocess.Popen(
+            [prefix.WINE, example, "Outside"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True
+        ) as first:
             self.assertIn("serving", first.stdout.readline())
             self.assertEqual(prefix.run(example, "OUTSIDE").returncode, 1)
-            self.assertEqual(first.communicate("\n", timeout=30)[0].splitlines(),
-                             ["asked for the window", "asked to come to the front"])
+            self.assertEqual(
+                first.communicate("\n", timeout=30)[0].splitlines(),
+                ["asked for the window", "asked to come to the front"],
+            )
 
         # A second compiler builds the channel's sources and the header that loads the library at run time.
-        run("cmake", "-S", Path(__file__).parent / "outside", "-B", root / "build/outside",
-            f"-DCMAKE_PREFIX_PATH={root}", f"-DCMAKE_RUNTIME_OUTPUT_DIRECTORY={example.parent}", env=built_by("clang-mingw"))
+        run(
+            "cmake",
+            "-S",
+            Path(__file__).parent / "outside",
+            "-B",
+            root / "build/outside",
+            f"-DCMAKE_PREFIX_PATH={root}",
+            f"-DCMAKE_RUNTIME_OUTPUT_DIRECTORY={example.parent}",
+            env=built_by("clang-mingw"),
+        )
         run("cmake", "--build", root / "build/outside")
         self.assertEqual(prefix.run(example.parent / "loaded.exe").returncode, 42)
 
     def test_programs_are_signed_on_request(self):
         (self.folder / "passphrase").write_text("of the key\n")
-        run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-passout", "file:passphrase", "-subj", "/CN=test", "-addext",
-            "extendedKeyUsage=codeSigning", "-keyout", "key.pem", "-out", "certificate.pem", cwd=self.folder)
+        run(
+            "openssl",
+            "req",
+            "-x509",
+            "-newkey",
+            "rsa:2048",
+            "-passout",
+            "file:passphrase",
+            "-subj",
+            "/CN=test",
+            "-addext",
+            "extendedKeyUsage=codeSigning",
+            "-keyout",
+            "key.pem",
+            "-out",
+            "certificate.pem",
+            cwd=self.folder,
+        )
         before = (ROOT / "build/bin/zelsyshelper.dll").read_bytes()
-        root = self.unpacked(package(ROOT, "--sign", self.folder / "certificate.pem", self.folder / "key.pem",
-                                     "--passphrase", self.folder / "passphrase"))
+        root = self.unpacked(
+            package(
+                ROOT,
+                "--sign",
+                self.folder / "certificate.pem",
+                self.folder / "key.pem",
+                "--passphrase",
+                self.folder / "passphrase",
+            )
+        )
         for program in "zelsyshelper.dll", "zelsyshelper-host.exe":
-            run("osslsigncode", "verify", "-CAfile", self.folder / "certificate.pem", "-in", root / "bin" / program)
+            run(
+                "osslsigncode",
+                "verify",
+                "-CAfile",
+                self.folder / "certificate.pem",
+                "-in",
+                root / "bin" / program,
+            )
         self.assertEqual((ROOT / "build/bin/zelsyshelper.dll").read_bytes(), before)
 
 

@@ -25,7 +25,11 @@ from server import Reply, Server  # noqa: E402
 SHORT = "--short" in sys.argv
 SEED = 20
 STORM_SECONDS, SETS, EVENTS, KILLS = (15, 60, 500, 10) if SHORT else (600, 500, 10_000, 100)
-PROGRAM, SWEEP, HOST = prefix.BIN / "soak_storm.exe", prefix.BIN / "soak_sweep.exe", prefix.BIN / "zelsyshelper-host.exe"
+PROGRAM, SWEEP, HOST = (
+    prefix.BIN / "soak_storm.exe",
+    prefix.BIN / "soak_sweep.exe",
+    prefix.BIN / "zelsyshelper-host.exe",
+)
 OLD_LOG = prefix.LOG.with_name(prefix.LOG.name + ".1")
 EXPORTS = {*(ROOT / "modules/zelsyshelper/src/zelsyshelper.def").read_text().split()[3:]}
 KEYS = {b"k%d" % i for i in range(8)}
@@ -51,8 +55,13 @@ def counts(counter):
 def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
     """Starts a program. Waits until soak_storm.exe reports that it is about to start its loop."""
     for _ in range(3):
-        process = subprocess.Popen([prefix.WINE, str(program), *map(str, arguments)], stdin=stdin,
-                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8")
+        process = subprocess.Popen(
+            [prefix.WINE, str(program), *map(str, arguments)],
+            stdin=stdin,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            encoding="utf-8",
+        )
         if program != PROGRAM or (line := process.stdout.readline()) == "ready\n":
             return process
         if prefix.START_FAILED not in (told := process.stderr.read()):
@@ -77,8 +86,16 @@ def storm(folder, pem):
     files, host = Server(servers.answer), Server(lambda *_: Reply(body=b"ok"), pem)
     prefix.set_proxy(host.port, Location="DE")
     prefix.set_log_level(3)
-    result = prefix.run(PROGRAM, "storm", prefix.windows_path(folder / "storm"), str(STORM_SECONDS), "16", str(SEED),
-                        str(files.port), timeout=2 * STORM_SECONDS + 120)
+    result = prefix.run(
+        PROGRAM,
+        "storm",
+        prefix.windows_path(folder / "storm"),
+        str(STORM_SECONDS),
+        "16",
+        str(SEED),
+        str(files.port),
+        timeout=2 * STORM_SECONDS + 120,
+    )
     files.close()
     host.close()
     lines = [line.split() for line in result.stdout.splitlines()]
@@ -91,13 +108,17 @@ def storm(folder, pem):
         return
     promise(not wrong, f"undocumented results: {wrong}")
     row("storm: threads, seconds, exports, seed", f"16, {STORM_SECONDS}, {len(calls)}, {SEED}")
-    row("storm: calls; fewest, most of one export", f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}")
+    row(
+        "storm: calls; fewest, most of one export",
+        f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}",
+    )
     # Each call of these three keeps a store in memory, by contract: 384 bytes.
     kept = sum(calls[name] for name in ("readProperty", "writeProperty", "checkProperty")) * 3 // 8
     # Wine 10 leaks a third of a KiB in each connection with the service manager, whichever program opens it.
     system = sum(calls[name] for name in calls if "Service" in name) // 2
-    for name, before, after, most in zip(("handles", "KiB of own blocks", "KiB of memory"), *usage,
-                                         (32, 64 + kept, 8192 + kept + system)):
+    for name, before, after, most in zip(
+        ("handles", "KiB of own blocks", "KiB of memory"), *usage, (32, 64 + kept, 8192 + kept + system)
+    ):
         promise(after - before <= most, f"{name} grew from {before} to {after}, by more than {most}")
         row(f"storm: {name} before, after, allowed growth", f"{before}, {after}, {most}")
 
@@ -106,8 +127,13 @@ def sweep(folder, pem):
     files, host = Server(servers.answer), Server(lambda *_: Reply(body=b"ok"), pem)
     prefix.set_proxy(host.port)
     prefix.set_log_level(7)
-    result = prefix.run(SWEEP, prefix.windows_path(folder / "sweep" / "own"), str(files.port), str(int(not SHORT)),
-                        timeout=900)
+    result = prefix.run(
+        SWEEP,
+        prefix.windows_path(folder / "sweep" / "own"),
+        str(files.port),
+        str(int(not SHORT)),
+        timeout=900,
+    )
     files.close()
     host.close()
     swept = re.search(r"^swept (\d+) (\d+) (\d+)", result.stdout, re.MULTILINE)
@@ -138,12 +164,13 @@ def is_sound(contents, own):
     others = [(key, value) for key, value in pairs(contents) if key not in own]
     numbers = [(value, value.split(b".")[0]) for key, value in pairs(contents) if key in own]
     return others == sorted(OTHERS.items()) and all(
-        number.isdigit() and value == value_of(int(number)) for value, number in numbers)
+        number.isdigit() and value == value_of(int(number)) for value, number in numbers
+    )
 
 
 def watch(path, is_over, seen, broken_states):
-    """Inspects the file until the writers have ended. Under Linux, a read can overlap a write that is suspended half way.
-    A broken state therefore counts only if it lasts for a second."""
+    """Inspects the file until the writers have ended. Under Linux, a read can overlap a write that is
+    suspended half way. A broken state therefore counts only if it lasts for a second."""
     before, since, file = b"", 0, os.open(path, os.O_RDONLY)
     while not is_over():
         now = os.pread(file, 65536, 0)
@@ -158,11 +185,14 @@ def watch(path, is_over, seen, broken_states):
 def eight_processes(folder, _pem):
     path, seen, totals, broken_states = folder / "eight.cfg", Counter(), Counter(), set()
     path.write_bytes(contents_of(OTHERS | {key: value_of(0) for key in KEYS}))
-    writers = [start("set", prefix.windows_path(path), f"k{i}", SETS, stdin=subprocess.PIPE) for i in range(8)]
+    writers = [
+        start("set", prefix.windows_path(path), f"k{i}", SETS, stdin=subprocess.PIPE) for i in range(8)
+    ]
     for writer in writers:  # all are ready: closing stdin starts them
         writer.stdin.close()
-    watcher = threading.Thread(target=watch, args=(path, lambda: all(w.poll() is not None for w in writers), seen,
-                                                   broken_states))
+    watcher = threading.Thread(
+        target=watch, args=(path, lambda: all(w.poll() is not None for w in writers), seen, broken_states)
+    )
     watcher.start()
     for writer in writers:
         numbers = re.findall(r"set (\d+) (\d+) (\d+)", writer.stdout.read())
@@ -170,15 +200,29 @@ def eight_processes(folder, _pem):
         totals.update(dict(zip(("lost", "absent", "half"), map(int, *numbers))))
     watcher.join()
     promise(not totals.total() and not broken_states, f"{totals}, {broken_states}")
-    promise(path.read_bytes() == contents_of(OTHERS | {key: value_of(SETS) for key in KEYS}), "the last updates are lost")
+    promise(
+        path.read_bytes() == contents_of(OTHERS | {key: value_of(SETS) for key in KEYS}),
+        "the last updates are lost",
+    )
     row("8 processes: updates; lost", f"{8 * SETS}; {totals['lost']}")
     row("8 processes: keys of others absent, values torn", f"{totals['absent']}, {totals['half']}")
-    row("8 processes: inspections of the file from outside; broken states", f"{seen['looks']}; {len(broken_states)}")
+    row(
+        "8 processes: inspections of the file from outside; broken states",
+        f"{seen['looks']}; {len(broken_states)}",
+    )
 
 
 # Replies of the statistics host to a post, in percent, and the outcome that the library must log.
-CHAOS = {"200": (67.5, "ok"), "500": (15, "rejected"), "reset": (6, "curl"), "close": (4, "curl"), "short": (4, "curl"),
-         "garbage": (3, "curl"), "stall": (0.2, "curl"), "late": (0.3, "ok")}
+CHAOS = {
+    "200": (67.5, "ok"),
+    "500": (15, "rejected"),
+    "reset": (6, "curl"),
+    "close": (4, "curl"),
+    "short": (4, "curl"),
+    "garbage": (3, "curl"),
+    "stall": (0.2, "curl"),
+    "late": (0.3, "ok"),
+}
 
 
 class Chaos:
@@ -190,7 +234,7 @@ class Chaos:
         with self.lock:
             attempt = len(self.arrivals[event])
             chance = random.Random(f"{SEED} {event} {attempt}")
-            kind, = chance.choices(list(CHAOS), [weight for weight, _ in CHAOS.values()])
+            (kind,) = chance.choices(list(CHAOS), [weight for weight, _ in CHAOS.values()])
             self.arrivals[event].append(kind)
         if kind in ("200", "500"):
             return Reply(int(kind), b"body")
@@ -199,7 +243,9 @@ class Chaos:
             return Reply()
         if kind == "reset":
             handler.connection.setsockopt(SOL_SOCKET, SO_LINGER, struct.pack("ii", 1, 0))
-        pieces = {"short": servers.RAW["short"], "garbage": servers.RAW["garbage"], "stall": [b""] * 40}.get(kind, [])
+        pieces = {"short": servers.RAW["short"], "garbage": servers.RAW["garbage"], "stall": [b""] * 40}.get(
+            kind, []
+        )
         return servers.write_slowly(handler, pieces)
 
 
@@ -231,14 +277,19 @@ def chaotic_events(_folder, pem):
     result = prefix.run(PROGRAM, "events", str(EVENTS), "16", timeout=900)
     server.close()
     outcomes, odd = logged()
-    promise(result.returncode == 0 and odd == 0, f"events exited with {result.returncode}, {odd} malformed lines")
+    promise(
+        result.returncode == 0 and odd == 0, f"events exited with {result.returncode}, {odd} malformed lines"
+    )
     arrived, told, codes = Counter(), Counter(), Counter()
     for event in range(1, EVENTS + 1):
         kinds, told_of = chaos.arrivals[event], outcomes[event]
         promise(len(told_of) == 1, f"event {event} has {len(told_of)} outcomes; {kinds}")
         outcome = told_of[0] if told_of else ""
         # The library sends again only after a status of 400 or above.
-        promise(len(kinds) <= 2 and kinds[:-1] in ([], ["500"]), f"event {event} was sent again: {kinds}; {outcome}")
+        promise(
+            len(kinds) <= 2 and kinds[:-1] in ([], ["500"]),
+            f"event {event} was sent again: {kinds}; {outcome}",
+        )
         expected = CHAOS[kinds[-1]][1] if kinds else "curl"
         # The log also reports why a second attempt did not arrive.
         is_lost = kinds == ["500"] and outcome.startswith("curl")
@@ -247,7 +298,10 @@ def chaotic_events(_folder, pem):
         told[outcome.partition(" ")[0].rstrip(":")] += 1
         if outcome.startswith("curl"):
             codes[f"{outcome.split()[1]} after {kinds[-1] if kinds else 'nothing'}"] += 1
-    row("events: sent; arrived once, twice after 500, never", f"{EVENTS}; {arrived[1]}, {arrived[2]}, {arrived[0]}")
+    row(
+        "events: sent; arrived once, twice after 500, never",
+        f"{EVENTS}; {arrived[1]}, {arrived[2]}, {arrived[0]}",
+    )
     row("events: logged as ok, rejected, no reply", f"{told['ok']}, {told['rejected']}, {told['curl']}")
     row("events: transport codes of missing replies", counts(codes))
 
@@ -262,7 +316,10 @@ def kill_save(folder, _pem):
         states["zeros at the end" if left.endswith(b"\0") else "whole" if sound else "broken"] += 1
         promise(sound, f"broken after a kill in save: {left}")
         succeed("property", "set", prefix.windows_path(path), "k1", value_of(1).decode())
-        promise(path.read_bytes() == contents_of(OTHERS | {b"k1": value_of(1)}), "the next start did not save its key")
+        promise(
+            path.read_bytes() == contents_of(OTHERS | {b"k1": value_of(1)}),
+            "the next start did not save its key",
+        )
     row("kill in save: the file afterwards", counts(states))
 
 
@@ -274,12 +331,19 @@ def kill_switches(_folder, _pem):
         killed(0.05, "switches", "soak-kill")
         size = path.stat().st_size if path.exists() else 0
         count = sizes.get(size, 0)
-        finds = [prefix.host("property", "check", prefix.windows_path(path), str(name), "--enciphered").returncode == 0
-                 for name in range(count) if name in (0, count - 1)]
+        finds = [
+            prefix.host("property", "check", prefix.windows_path(path), str(name), "--enciphered").returncode
+            == 0
+            for name in range(count)
+            if name in (0, count - 1)
+        ]
         states["all switches" if count == 50 else "a part of them" if count else "none"] += 1
         promise(size in sizes and all(finds), f"{size} bytes are left; switches found: {finds}")
         succeed("switch", "on", "soak-kill", "after")
-        promise(path.stat().st_size == size + len("after=1\n"), f"next start: {path.stat().st_size} bytes after {size}")
+        promise(
+            path.stat().st_size == size + len("after=1\n"),
+            f"next start: {path.stat().st_size} bytes after {size}",
+        )
     path.unlink()
     row("kill in enableFx: what is left, always whole", counts(states))
 
@@ -287,14 +351,24 @@ def kill_switches(_folder, _pem):
 def kill_download(folder, _pem):
     length, states = 30_000_000, Counter()
     content, path, server = servers.pattern(length), folder / "big.bin", Server(servers.answer)
-    arguments = ("download", f"http://files.example/file/{length}/big.bin", "--folder", prefix.windows_path(folder),
-                 "--proxy", f"127.0.0.1:{server.port}")
+    arguments = (
+        "download",
+        f"http://files.example/file/{length}/big.bin",
+        "--folder",
+        prefix.windows_path(folder),
+        "--proxy",
+        f"127.0.0.1:{server.port}",
+    )
     for number in range(KILLS):
         path.unlink(missing_ok=True)
         killed(0.8, *arguments, program=HOST)
         left = path.read_bytes() if path.exists() else None
-        states["no file" if left is None else "whole" if left == content else "a part" if left else "empty"] += 1
-        promise(left is None or content.startswith(left), "the partial file has other bytes than the original")
+        states[
+            "no file" if left is None else "whole" if left == content else "a part" if left else "empty"
+        ] += 1
+        promise(
+            left is None or content.startswith(left), "the partial file has other bytes than the original"
+        )
         if number % 5 == 0:
             succeed(*arguments)
             promise(path.read_bytes() == content, "the next start did not download the whole file")
@@ -314,13 +388,18 @@ def kill_hand_over(_folder, _pem):
         killed(0.06, "events", 0, 1, 30_000)
         new, old = prefix.LOG.read_text(), OLD_LOG.read_text() if OLD_LOG.exists() else None
         handed = not new.startswith(before)
-        states["not begun" if old is None else "emptied" if handed else "copied" if old == before else "copy cut"] += 1
+        states[
+            "not begun" if old is None else "emptied" if handed else "copied" if old == before else "copy cut"
+        ] += 1
         promise(not handed or old == before, "lines were lost in the hand-over")
         begin = time.monotonic()
         succeed("event", "--name", "n", "--info", "0")
         slowest = max(slowest, time.monotonic() - begin)
         outcomes, odd = logged()
-        promise(outcomes[0] and odd == 0 and OLD_LOG.read_text() == before, f"the next start: {dict(outcomes)}, {odd}")
+        promise(
+            outcomes[0] and odd == 0 and OLD_LOG.read_text() == before,
+            f"the next start: {dict(outcomes)}, {odd}",
+        )
     row("kill in a hand-over of the log: its state", counts(states))
     row("kill in a hand-over: the next event, slowest", f"{slowest:.1f} s")
 
@@ -347,17 +426,31 @@ def write_document():
     path = ROOT / "docs/reliability.md"
     begin, end = "<!-- soak -->\n", "<!-- end of soak -->\n"
     before, rest = path.read_text(encoding="utf-8").split(begin)
-    table = "| what | figure |\n| --- | --- |\n" + "".join(f"| {what} | {figure} |\n" for what, figure in rows)
+    table = "| what | figure |\n| --- | --- |\n" + "".join(
+        f"| {what} | {figure} |\n" for what, figure in rows
+    )
     path.write_text(before + begin + table + end + rest.split(end)[1], encoding="utf-8")
 
 
 def main():
-    parts = [sweep, storm, eight_processes, chaotic_events, kill_save, kill_switches, kill_download, kill_hand_over, kill_served]
+    parts = [
+        sweep,
+        storm,
+        eight_processes,
+        chaotic_events,
+        kill_save,
+        kill_switches,
+        kill_download,
+        kill_hand_over,
+        kill_served,
+    ]
     wanted = [argument for argument in sys.argv[1:] if argument not in ("--short", "--write")]
     writes = "--write" in sys.argv
     if not set(wanted) <= {part.__name__ for part in parts} or (writes and wanted):
-        raise SystemExit("usage: scripts/soak.sh [--short] [--write | NAME...]; names: "
-                         + " ".join(part.__name__ for part in parts))
+        raise SystemExit(
+            "usage: scripts/soak.sh [--short] [--write | NAME...]; names: "
+            + " ".join(part.__name__ for part in parts)
+        )
     random.seed(SEED)
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)

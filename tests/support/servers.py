@@ -17,9 +17,12 @@ from server import Reply, Server  # noqa: E402
 OK = b"HTTP/1.1 200 OK\r\nConnection: close\r\n"
 RAW = {  # raw pieces of a reply, sent half a second apart; then the connection is closed
     "nolength": [b"HTTP/1.1 203 OK\r\n\r\nbody"],
-    "headers": [b"HTTP/1.1 302 Found\r\nContent-Length: 2\r\nSet-Cookie: a=1\r\nLocation: /x\r\n"
-                b"Content-Type: text/x\r\nSet-Cookie: b=2\r\nContent-Encoding: none\r\n"
-                + (b"X-Long: " + b"l" * 1000 + b"\r\n") * 70 + b"\r\nok"],
+    "headers": [
+        b"HTTP/1.1 302 Found\r\nContent-Length: 2\r\nSet-Cookie: a=1\r\nLocation: /x\r\n"
+        b"Content-Type: text/x\r\nSet-Cookie: b=2\r\nContent-Encoding: none\r\n"
+        + (b"X-Long: " + b"l" * 1000 + b"\r\n") * 70
+        + b"\r\nok"
+    ],
     "close": [],
     "short": [OK + b"Content-Length: 10\r\nTransfer-Encoding: identity\r\n\r\nshort"],
     "negative": [OK + b"Content-Length: -5\r\n\r\nshort"],
@@ -27,7 +30,9 @@ RAW = {  # raw pieces of a reply, sent half a second apart; then the connection 
     "odd": [OK + b"X: a\0b\r\nContent-Length: 2\r\n\r\nok"],
     "endless": [OK] + [b"X-Header: " + b"x" * 100_000 + b"\r\n"] * 20,
     "garbage": [b"SSH-2.0-nothing\r\n\r\n"],
-    "chunked": [OK + b"Content-Length: 99\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"],
+    "chunked": [
+        OK + b"Content-Length: 99\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2\r\nde\r\n0\r\n\r\n"
+    ],
     "silent": [b""] * 20,
     "headtrickle": [OK + b"X-Slow: "] + [b"x"] * 20,
     "trickle": [OK + b"Content-Length: 20\r\n\r\n"] + [b"x"] * 20,
@@ -83,8 +88,10 @@ def answer(request, handler):
     if what == "flaky":
         flaky_requests += 1
         return Reply(close_without_answer=flaky_requests == 1)
-    return Reply(body=f"{request.method} {request.host} {request.path} {request.headers.get('Content-Type')} "
-                      .encode() + request.body)
+    return Reply(
+        body=f"{request.method} {request.host} {request.path} {request.headers.get('Content-Type')} ".encode()
+        + request.body
+    )
 
 
 def main(program):
@@ -92,14 +99,18 @@ def main(program):
         authority = Authority(Path(folder) / "trusted")
         prefix.trust(authority)
         secret = "Basic " + base64.b64encode("user:pass:word".encode()).decode()
-        servers.update({
-            "PLAIN": Server(answer, authority.issue("secure.example")),
-            "GUARDED": Server(answer, proxy_authorization=secret),
-            "UNTRUSTED": Server(answer, Authority(Path(folder) / "other", "Another Authority").issue("secure.example")),
-            "EXPIRED": Server(answer, authority.issue("secure.example", days=0)),
-            "SELFSIGNED": Server(answer, Authority(Path(folder) / "self", "secure.example").pem()),
-            "CLOSED": Server(answer),
-        })
+        servers.update(
+            {
+                "PLAIN": Server(answer, authority.issue("secure.example")),
+                "GUARDED": Server(answer, proxy_authorization=secret),
+                "UNTRUSTED": Server(
+                    answer, Authority(Path(folder) / "other", "Another Authority").issue("secure.example")
+                ),
+                "EXPIRED": Server(answer, authority.issue("secure.example", days=0)),
+                "SELFSIGNED": Server(answer, Authority(Path(folder) / "self", "secure.example").pem()),
+                "CLOSED": Server(answer),
+            }
+        )
         servers["CLOSED"].close()
         ports = {f"PORT_{name}": str(server.port) for name, server in servers.items()}
         result = prefix.run(program, env=os.environ | ports)

@@ -23,12 +23,14 @@ class Host(unittest.TestCase):
         return object
 
     def test_one_object_per_command_and_options_in_any_order(self):
-        file = prefix.windows_path(prefix.ROAMING / 'größer.cfg')
+        file = prefix.windows_path(prefix.ROAMING / "größer.cfg")
         value = 'C:\\Media "A&B"\t音楽'
         self.json("property", "set", file, "k", value)
         self.assertEqual(self.json("property", "get", file, "k")["value"], value)
         prefix.host("property", "--enciphered", "write", file + ".fx", "--", "-h", "--json")
-        self.assertEqual(prefix.host("property", "read", file + ".fx", "--enciphered", "--", "-h").stdout, "--json\n")
+        self.assertEqual(
+            prefix.host("property", "read", file + ".fx", "--enciphered", "--", "-h").stdout, "--json\n"
+        )
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
         self.assertEqual(self.json("property", "get", file, "none")["errorName"], "NO_KEY")
         self.assertIn("Failures", self.json("copy-dir", ".", "")["error"])  # and no lines of the library
@@ -36,10 +38,18 @@ class Host(unittest.TestCase):
         self.assertEqual(self.json("os-version", "--dll", "none.dll")["exitCode"], 3)
         for arguments in (["download", "-h"], ["/?", "download", "--frob"], ["help", "download"]):
             self.assertTrue(self.json(*arguments)["help"].startswith("download URL"), arguments)
-        for arguments in (["nonsense"], ["help", "nonsense"], ["download", "u", "--proxy", "host:80x"],
-                          ["download", "u", "--proxy", "::1"], ["download", "u", "--folder", ""], ["os-version", "--x"],
-                          ["download", "u", "--timeout", "10x"], ["property", "set", file, "k", "-h"],
-                          ["property", "get", file, "k", "--enciphered"], ["switch", "on", "..\\..\\x", "s"]):
+        for arguments in (
+            ["nonsense"],
+            ["help", "nonsense"],
+            ["download", "u", "--proxy", "host:80x"],
+            ["download", "u", "--proxy", "::1"],
+            ["download", "u", "--folder", ""],
+            ["os-version", "--x"],
+            ["download", "u", "--timeout", "10x"],
+            ["property", "set", file, "k", "-h"],
+            ["property", "get", file, "k", "--enciphered"],
+            ["switch", "on", "..\\..\\x", "s"],
+        ):
             self.assertEqual(self.json(*arguments)["exitCode"], 2, arguments)
         self.assertRegex(self.json("event", "--version")["version"], r"^\d+\.\d+\.\d+$")
 
@@ -52,35 +62,74 @@ class Host(unittest.TestCase):
     def test_life_cycle_of_the_update_service(self):
         install = "install", prefix.windows_path(prefix.BIN / "update_service.exe")
         for arguments, expected in (
-                (["start"], "SERVICE_NOT_OPENED"), (["install", "none.exe"], "ERROR_FILE_NOT_FOUND"), (install, ""),
-                (install, "ERROR_SERVICE_EXISTS"), (["update"], ""), (["stop"], "SERVICE_STOP_REFUSED"),
-                (["start"], ""), (["start"], ""), (["status"], "running"), (["stop"], ""), (["status"], "stopped"),
-                (["start"], ""), (["stop-other", "Corvane.Update.Service"], ""), (["uninstall"], ""), (install, ""),
-                (["uninstall"], "")):
+            (["start"], "SERVICE_NOT_OPENED"),
+            (["install", "none.exe"], "ERROR_FILE_NOT_FOUND"),
+            (install, ""),
+            (install, "ERROR_SERVICE_EXISTS"),
+            (["update"], ""),
+            (["stop"], "SERVICE_STOP_REFUSED"),
+            (["start"], ""),
+            (["start"], ""),
+            (["status"], "running"),
+            (["stop"], ""),
+            (["status"], "stopped"),
+            (["start"], ""),
+            (["stop-other", "Corvane.Update.Service"], ""),
+            (["uninstall"], ""),
+            (install, ""),
+            (["uninstall"], ""),
+        ):
             with self.subTest(arguments):
                 result = self.json("service", *arguments)
                 self.assertEqual(result.get("errorName", result.get("state", "")), expected)
 
     def test_failed_downloads_state_the_reason_and_show_no_full_bar(self):
-        replies = {"/missing": Reply(404), "/page": Reply(404, b"page"),
-                   "/circle": Reply(302, headers={"Location": "/circle"})}
+        replies = {
+            "/missing": Reply(404),
+            "/page": Reply(404, b"page"),
+            "/circle": Reply(302, headers={"Location": "/circle"}),
+        }
 
         def answer(request, _handler):
             time.sleep({"/late": 3, "/silent": 15}.get(request.path, 0))
             return replies.get(request.path, Reply(body=b"file"))
+
         server = Server(answer)
         self.addCleanup(server.close)
         folder = prefix.windows_path(self.enterContext(tempfile.TemporaryDirectory()))
-        for path, words in (("/file", ""), ("/missing", "answered with HTTP status 404 (stage 60)"),
-                            ("/page", "404; the file is its error page"),
-                            ("/circle", "redirects in a circle"), ("/late", "not finished after 1 s")):
+        for path, words in (
+            ("/file", ""),
+            ("/missing", "answered with HTTP status 404 (stage 60)"),
+            ("/page", "404; the file is its error page"),
+            ("/circle", "redirects in a circle"),
+            ("/late", "not finished after 1 s"),
+        ):
             with self.subTest(path):
-                result = prefix.host("download", "http://some.example" + path, "--folder", folder, "--proxy",
-                                     f"127.0.0.1:{server.port}", "--timeout", "1" if path == "/late" else "30")
+                result = prefix.host(
+                    "download",
+                    "http://some.example" + path,
+                    "--folder",
+                    folder,
+                    "--proxy",
+                    f"127.0.0.1:{server.port}",
+                    "--timeout",
+                    "1" if path == "/late" else "30",
+                )
                 self.assertIn(words, result.stderr)
                 self.assertEqual((result.returncode == 0, "#" in result.stdout), (words == "",) * 2, result)
-        command = ["timeout", "--preserve-status", "-sINT", "5", prefix.WINE, prefix.BIN / "zelsyshelper-host.exe",
-                   "download", "--json", "http://some.example/silent", "--proxy", f"127.0.0.1:{server.port}"]
+        command = [
+            "timeout",
+            "--preserve-status",
+            "-sINT",
+            "5",
+            prefix.WINE,
+            prefix.BIN / "zelsyshelper-host.exe",
+            "download",
+            "--json",
+            "http://some.example/silent",
+            "--proxy",
+            f"127.0.0.1:{server.port}",
+        ]
         result = subprocess.run(command, stdout=subprocess.PIPE, timeout=12)
         self.assertEqual((json.loads(result.stdout)["exitCode"], result.returncode), (130, 130))
 
@@ -90,12 +139,17 @@ class Host(unittest.TestCase):
         self.addCleanup(prefix.COMMON_CONFIG.unlink)
         prefix.set_log_level("7 (as support asked)")
         found = self.json("doctor")
-        self.assertEqual((found["logLevel"]["level"], found["proxy"]["port"], found["ok"]), (7, server.port, True))
+        self.assertEqual(
+            (found["logLevel"]["level"], found["proxy"]["port"], found["ok"]), (7, server.port, True)
+        )
         self.assertIn("***", found["commonConfig"]["text"])
         self.assertIn("https://statistics.quenlith.example", found["statisticsHost"]["text"])
         server.close()
-        for port, address, problem in ((server.port, "[::1]", "does not answer"), (0, "x", "from 1 to 65535"),
-                                       (80, "127.0.0.1:1", "put the port into ProxyPort")):
+        for port, address, problem in (
+            (server.port, "[::1]", "does not answer"),
+            (0, "x", "from 1 to 65535"),
+            (80, "127.0.0.1:1", "put the port into ProxyPort"),
+        ):
             prefix.set_proxy(port, ProxyAddress=address)
             self.assertRegex(str(self.json("doctor")), problem + ".*'error': 'Bad findings: ")
 

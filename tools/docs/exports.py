@@ -1,7 +1,7 @@
 """Writes what follows from the declarations and comments of the public header.
 
-These are docs/exports.md, the function types at the header's end, the list of the loader, and the export table. With
---check, writes nothing and fails if one of them is not current.
+These are docs/exports.md, the function types at the header's end, the list of the loader, and the export
+table. With --check, writes nothing and fails if one of them is not current.
 """
 
 import re
@@ -14,9 +14,12 @@ DECLARATION = re.compile(r"^ZELSYSHELPER_API (\w+) (\w+)\((.*?)\);", re.S | re.M
 COLUMNS = 110
 
 # A doc comment before a declaration or macro, or one after a macro on the same line.
-TOKEN = re.compile(r"/\*\*(?P<doc>(?!<|@).*?)\*/\s*(?P<code>#define[^\n]*?(?=/\*\*<|\n)|ZELSYSHELPER_API[^;]*;|"
-                   r"typedef struct.*?\} \w+;)?"
-                   r"|(?P<define>#define ZELSYSHELPER_\w+(?:\s|\\\n)+[^\n]*?)(?:/\*\*<(?P<behind>.*?)\*/|\n)", re.S)
+TOKEN = re.compile(
+    r"/\*\*(?P<doc>(?!<|@).*?)\*/\s*(?P<code>#define[^\n]*?(?=/\*\*<|\n)|ZELSYSHELPER_API[^;]*;|"
+    r"typedef struct.*?\} \w+;)?"
+    r"|(?P<define>#define ZELSYSHELPER_\w+(?:\s|\\\n)+[^\n]*?)(?:/\*\*<(?P<behind>.*?)\*/|\n)",
+    re.S,
+)
 
 
 def text_of(comment):
@@ -59,12 +62,19 @@ def entry(match):
 
 
 def reference(header):
-    lines = ["# The exports", "", "Made by `tools/docs/exports.py` from the comments of `include/zelsyshelper.h`."]
-    body = header[:header.index("/** \\name Function types")]
+    lines = [
+        "# The exports",
+        "",
+        "Made by `tools/docs/exports.py` from the comments of `include/zelsyshelper.h`.",
+    ]
+    body = header[: header.index("/** \\name Function types")]
     rules, _, body = body.partition("#ifndef ZELSYSHELPER_H")
-    lines += ["", markdown(text_of(rules.strip().removeprefix("/**").removesuffix("*/")).removeprefix("\\file\n"))]
+    lines += [
+        "",
+        markdown(text_of(rules.strip().removeprefix("/**").removesuffix("*/")).removeprefix("\\file\n")),
+    ]
     in_table = False
-    for match in TOKEN.finditer(body[body.index("/** \\name"):]):
+    for match in TOKEN.finditer(body[body.index("/** \\name") :]):
         more, is_row = entry(match)
         if is_row and not in_table:
             lines += ["", "| constant | value | meaning |", "|---|---|---|"]
@@ -93,7 +103,7 @@ def function_type(declaration):
 def between(text, begin, end, part):
     """The text with another part between two marks."""
     before, mark, rest = text.partition(begin)
-    return before + mark + part + rest[rest.index(end):]
+    return before + mark + part + rest[rest.index(end) :]
 
 
 def files():
@@ -102,13 +112,20 @@ def files():
     declarations = DECLARATION.findall(header)
     names = [name for _, name, _ in declarations]
     types = "\n".join(map(function_type, declarations))
-    title = header[header.index("/** \\name Function types"):].partition("/**@{*/\n")
+    title = header[header.index("/** \\name Function types") :].partition("/**@{*/\n")
     return {
         HEADER: between(header, title[0] + title[1], "/**@}*/", types + "\n"),
-        loader: between(loader.read_text(), "#define ZELSYSHELPER_FUNCTIONS(X) \\\n", "\n/* clang-format on */",
-                        filled("    ", [f"X({name})" for name in names], "    ", " \\")),
-        ROOT / "modules/zelsyshelper/src/zelsyshelper.def":
-            "\n    ".join(["LIBRARY zelsyshelper.dll\nEXPORTS", *names]) + "\n",
+        loader: between(
+            loader.read_text(),
+            "#define ZELSYSHELPER_FUNCTIONS(X) \\\n",
+            "\n/* clang-format on */",
+            filled("    ", [f"X({name})" for name in names], "    ", " \\"),
+        ),
+        ROOT
+        / "modules/zelsyshelper/src/zelsyshelper.def": "\n    ".join(
+            ["LIBRARY zelsyshelper.dll\nEXPORTS", *names]
+        )
+        + "\n",
         ROOT / "docs/exports.md": reference(header),
     }
 

@@ -9,7 +9,9 @@ _CERTIFICATE_PROPERTY = 32  # the element of a serialised certificate that holds
 
 
 def _openssl(*arguments):
-    subprocess.run(["openssl", *map(str, arguments)], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    subprocess.run(
+        ["openssl", *map(str, arguments)], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE
+    )
 
 
 class Authority:
@@ -19,8 +21,21 @@ class Authority:
         self.folder = Path(folder)
         self.folder.mkdir(parents=True, exist_ok=True)
         self.key, self.certificate = self.folder / "ca.key", self.folder / "ca.pem"
-        _openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "7", "-subj", f"/CN={name}",
-                 "-keyout", self.key, "-out", self.certificate)
+        _openssl(
+            "req",
+            "-x509",
+            "-newkey",
+            "rsa:2048",
+            "-nodes",
+            "-days",
+            "7",
+            "-subj",
+            f"/CN={name}",
+            "-keyout",
+            self.key,
+            "-out",
+            self.certificate,
+        )
 
     def pem(self):
         """Returns the path of a file with the authority's own key and certificate."""
@@ -33,9 +48,35 @@ class Authority:
         request, extensions = self.folder / "server.csr", self.folder / "server.ext"
         key, certificate = self.folder / "server.key", self.folder / "server.crt"
         extensions.write_text("subjectAltName=" + ",".join(f"DNS:{host}" for host in hosts) + "\n")
-        _openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={hosts[0]}", "-keyout", key, "-out", request)
-        _openssl("x509", "-req", "-in", request, "-CA", self.certificate, "-CAkey", self.key, "-CAcreateserial",
-                 "-days", days, "-extfile", extensions, "-out", certificate)
+        _openssl(
+            "req",
+            "-newkey",
+            "rsa:2048",
+            "-nodes",
+            "-subj",
+            f"/CN={hosts[0]}",
+            "-keyout",
+            key,
+            "-out",
+            request,
+        )
+        _openssl(
+            "x509",
+            "-req",
+            "-in",
+            request,
+            "-CA",
+            self.certificate,
+            "-CAkey",
+            self.key,
+            "-CAcreateserial",
+            "-days",
+            days,
+            "-extfile",
+            extensions,
+            "-out",
+            certificate,
+        )
         pem = self.folder / "server.pem"
         pem.write_bytes(key.read_bytes() + certificate.read_bytes())
         return pem
@@ -49,6 +90,9 @@ class Authority:
         path = self.folder / "trust.reg"
         path.write_text(
             "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\Microsoft\\SystemCertificates\\Root\\Certificates\\"
-            + hashlib.sha1(der).hexdigest().upper() + "]\n\"Blob\"=hex:"
-            + ",".join(f"{byte:02x}" for byte in blob) + "\n")
+            + hashlib.sha1(der).hexdigest().upper()
+            + ']\n"Blob"=hex:'
+            + ",".join(f"{byte:02x}" for byte in blob)
+            + "\n"
+        )
         return path

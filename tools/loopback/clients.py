@@ -26,17 +26,22 @@ def answer(request, handler):
     handler.send_header("Content-Length", str(len(CONTENT)))
     handler.end_headers()
     for start in range(0, len(CONTENT), 1_000_000):
-        handler.wfile.write(CONTENT[start:start + 1_000_000])
+        handler.wfile.write(CONTENT[start : start + 1_000_000])
         time.sleep(0.2)
     return None
 
 
 def run(node, *arguments):
-    """Runs Node.js and returns its exit code and its output, which goes to a file: libuv cannot open the pipes of
-    the host under Wine (EBADF)."""
+    """Runs Node.js and returns its exit code and its output. The output goes to a file: under Wine, libuv
+    cannot open the pipes of the host (EBADF)."""
     with tempfile.TemporaryFile("w+", encoding="utf-8") as output:
-        code = subprocess.run([prefix.WINE, str(node), *arguments], stdin=subprocess.DEVNULL, stdout=output,
-                              stderr=subprocess.STDOUT, timeout=120).returncode
+        code = subprocess.run(
+            [prefix.WINE, str(node), *arguments],
+            stdin=subprocess.DEVNULL,
+            stdout=output,
+            stderr=subprocess.STDOUT,
+            timeout=120,
+        ).returncode
         output.seek(0)
         return code, output.read()
 
@@ -54,9 +59,16 @@ def main(node, script):
         server = Server(answer, authority.issue("statistics.quenlith.example", "country.quenlith.example"))
         prefix.trust(authority)
         prefix.set_proxy(server.port)
-        arguments = [prefix.windows_path(path) for path in (script, prefix.BIN / "zelsyshelper.dll",
-                                                            folder / "player.cfg")]
-        arguments += ["http://files.example/setup.bin", prefix.windows_path(folder), "127.0.0.1", str(server.port)]
+        arguments = [
+            prefix.windows_path(path)
+            for path in (script, prefix.BIN / "zelsyshelper.dll", folder / "player.cfg")
+        ]
+        arguments += [
+            "http://files.example/setup.bin",
+            prefix.windows_path(folder),
+            "127.0.0.1",
+            str(server.port),
+        ]
 
         for start in 1, 2:
             code, output = run(node, *arguments)
@@ -66,8 +78,11 @@ def main(node, script):
             check(len(set(re.findall(r"(\d+) %", output))) > 3, "the bar does not move", output)
             received = hashlib.sha256((folder / "setup.bin").read_bytes()).digest()
             check(received == hashlib.sha256(CONTENT).digest(), "the file differs", output)
-            events = [parse_qs(request.body.decode()) for request in server.requests
-                      if request.host.startswith("statistics.")]
+            events = [
+                parse_qs(request.body.decode())
+                for request in server.requests
+                if request.host.startswith("statistics.")
+            ]
             check(len(events) == start, f"{len(events)} events arrived", output)
             print("  -> " + json.dumps(json.loads(events[-1]["data"][0])))
         server.close()

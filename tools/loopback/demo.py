@@ -64,11 +64,16 @@ def installer(folder):
     show("service", "status")
     print("The link as another program reads it:")
     text = subprocess.run(["lnkinfo", str(link)], capture_output=True, text=True, check=True).stdout
-    print("".join(line + "\n" for line in text.splitlines() if "Local path" in line or "Description" in line), end="")
+    print(
+        "".join(line + "\n" for line in text.splitlines() if "Local path" in line or "Description" in line),
+        end="",
+    )
     show("remove", *paths[1:], program="installer")
     if installed.exists() or link.exists():
         raise SystemExit("demo: the installer left something behind")
-    wait_until(lambda: prefix.host("service", "status").returncode == 1)  # its program may have some way to go
+    wait_until(
+        lambda: prefix.host("service", "status").returncode == 1
+    )  # its program may have some way to go
     show("service", "status", expected=1)
     show("extension", expected=1)
 
@@ -88,8 +93,26 @@ def event(folder):
     server = Server(answer, authority.issue("statistics.quenlith.example", "country.quenlith.example"))
     prefix.trust(authority)
     prefix.set_proxy(server.port)
-    show("event", "--check", "--name", "install_done", "--source", "installer", "--info-type", "path", "--info",
-         'C:\\Media "A&B"', "--app-id", "2", "--app-version", "4.1", "--inst-type", "full", "--guid", "demo-guid")
+    show(
+        "event",
+        "--check",
+        "--name",
+        "install_done",
+        "--source",
+        "installer",
+        "--info-type",
+        "path",
+        "--info",
+        'C:\\Media "A&B"',
+        "--app-id",
+        "2",
+        "--app-version",
+        "4.1",
+        "--inst-type",
+        "full",
+        "--guid",
+        "demo-guid",
+    )
     show("doctor")
     server.close()
     body = server.requests[-1].body.decode()
@@ -102,10 +125,18 @@ def download(folder):
     print("\n== A download in the background ==")
     content = os.urandom(40_000_000)
     server = Server(lambda request, handler: Reply(body=content))
-    show("download", "http://files.example/setup.bin", "--folder", prefix.windows_path(folder / "downloads"),
-         "--proxy", f"127.0.0.1:{server.port}")
+    show(
+        "download",
+        "http://files.example/setup.bin",
+        "--folder",
+        prefix.windows_path(folder / "downloads"),
+        "--proxy",
+        f"127.0.0.1:{server.port}",
+    )
     server.close()
-    hashes = [hashlib.sha256(data).hexdigest() for data in (content, (folder / "downloads/setup.bin").read_bytes())]
+    hashes = [
+        hashlib.sha256(data).hexdigest() for data in (content, (folder / "downloads/setup.bin").read_bytes())
+    ]
     print(f"SHA-256 at the server {hashes[0]}\nSHA-256 of the file   {hashes[1]}")
     if hashes[0] != hashes[1]:
         raise SystemExit("the file differs")
@@ -124,7 +155,9 @@ def single_instance():
     print("$ single_instance   (the first start opens a window and stays)")
     wait_until(lambda: prefix.host("raise", "SingleInstanceExample").returncode == 0)
     second = prefix.run(program)
-    print(f"$ single_instance   (the second start ends with exit code {second.returncode}: it has asked the first)")
+    print(
+        f"$ single_instance   (the second start asks the first, and ends with exit code {second.returncode})"
+    )
     if second.returncode != 1 or first.poll() is not None:
         raise SystemExit("demo: the second start did not find the first")
     prefix.run("taskkill.exe", "/im", program.name)

@@ -1,4 +1,4 @@
-"""The NSIS example as a user meets it: two versions of a product installed one over the other, and removed."""
+"""Runs the NSIS example as a user does: installs two versions over each other, and removes them."""
 
 import shutil
 import subprocess
@@ -23,8 +23,17 @@ def build(folder, version):
         (product / name).write_bytes((prefix.BIN / f"{source}.exe").read_bytes() + version.encode())
     shutil.copy(prefix.BIN / "zelsyshelper.dll", product)
     output = folder / f"player-{version}.exe"
-    subprocess.run(["makensis", "-V2", f"-DPRODUCT={product.parent}", f"-DVERSION={version}",
-                    f"-DOUTPUT={output}", SCRIPT], check=True)
+    subprocess.run(
+        [
+            "makensis",
+            "-V2",
+            f"-DPRODUCT={product.parent}",
+            f"-DVERSION={version}",
+            f"-DOUTPUT={output}",
+            SCRIPT,
+        ],
+        check=True,
+    )
     return output
 
 
@@ -43,17 +52,27 @@ def install(installer, version, *options, expected=0):
     print(" ".join(["$", installer.name, "/S", *options, f"  (exit code {code})"]))
     expect(code == expected, "that is wrong")
     files = {path.relative_to(INSTALLED).as_posix() for path in INSTALLED.rglob("*") if path.is_file()}
-    expect(files == {"uninstall.exe", "bin/player.exe", "bin/update_service.exe", "bin/zelsyshelper.dll"}, files)
+    expect(
+        files == {"uninstall.exe", "bin/player.exe", "bin/update_service.exe", "bin/zelsyshelper.dll"}, files
+    )
     for program in "player.exe", "update_service.exe":
-        expect((INSTALLED / "bin" / program).read_bytes().endswith(version.encode()), f"{program} is not {version}")
-    expect(f"REG_SZ    {version}" in prefix.run("reg.exe", "query", KEY, "/v", "DisplayVersion").stdout, "no version")
+        expect(
+            (INSTALLED / "bin" / program).read_bytes().endswith(version.encode()),
+            f"{program} is not {version}",
+        )
+    expect(
+        f"REG_SZ    {version}" in prefix.run("reg.exe", "query", KEY, "/v", "DisplayVersion").stdout,
+        "no version",
+    )
     expect(b"player.exe" in LINK.read_bytes(), "the link leads elsewhere")
     expect(prefix.host("is-running", "update_service.exe").returncode == 0, "the update service does not run")
     expect(not leftovers(), leftovers())
 
 
 def uninstall():
-    expect(prefix.run(UNINSTALLER, "/S").returncode == 0, "the uninstaller fails")  # starts a copy of itself and ends
+    expect(
+        prefix.run(UNINSTALLER, "/S").returncode == 0, "the uninstaller fails"
+    )  # starts a copy of itself and ends
     end = time.monotonic() + 30
     while INSTALLED.exists() and time.monotonic() < end:
         time.sleep(0.2)

@@ -1,4 +1,4 @@
-"""The Wine prefix of this run, seen from outside: where the library keeps its files, and how to run programs."""
+"""The Wine prefix of this run: where the library keeps its files, and how to run programs."""
 
 import os
 import subprocess
@@ -11,20 +11,26 @@ SETTINGS = ROAMING / "Quenlith"
 COMMON_CONFIG = SETTINGS / "common.cfg"
 LOGS = ROAMING / "logs"
 LOG = LOGS / "Quenlith.log"
-# One program in some thousand finds an address taken that Wine cannot do without, as addresses are chosen at random.
+# One program in some thousand does not start: addresses are random, and one that Wine needs is taken.
 START_FAILED = "failed to map the shared user data"
 SECRET = "s3cret-pw"  # the proxy's password
 BIN = Path(os.environ.get("ZELSYS_BIN", Path(__file__).parents[2] / "build/bin"))
 
 
 def run(program, *arguments, timeout=60, **options):
-    """Runs a Windows program and returns what `subprocess.run` returns, with its texts. None of them, and no log, may
-    hold the proxy's password."""
+    """Runs a Windows program and returns what `subprocess.run` returns, with its texts. Fails if one of them,
+    or a log, contains the proxy's password."""
     for _ in range(3):
-        # Files instead of pipes: a process that Wine starts on the way, its desktop for instance, keeps a pipe open.
+        # Files instead of pipes: a process that Wine starts meanwhile, such as its desktop, keeps them open.
         with TemporaryFile() as output, TemporaryFile() as errors:
-            result = subprocess.run([WINE, str(program), *arguments], stdout=output, stderr=errors, timeout=timeout,
-                                    stdin=subprocess.DEVNULL, **options)
+            result = subprocess.run(
+                [WINE, str(program), *arguments],
+                stdout=output,
+                stderr=errors,
+                timeout=timeout,
+                stdin=subprocess.DEVNULL,
+                **options,
+            )
             for name, file in ("stdout", output), ("stderr", errors):
                 file.seek(0)
                 setattr(result, name, file.read().decode("utf-8").replace("\r\n", "\n").replace("\r", "\n"))
@@ -53,7 +59,14 @@ def trust(authority):
 def set_proxy(port, **more):
     """Leads the library's requests to a proxy on loopback; `more` are further keys of the settings file."""
     SETTINGS.mkdir(exist_ok=True)
-    keys = {"ProxyType": 1, "ProxyAddress": "127.0.0.1", "ProxyPort": port, "ProxyUser": "user", "ProxyPw": SECRET, **more}
+    keys = {
+        "ProxyType": 1,
+        "ProxyAddress": "127.0.0.1",
+        "ProxyPort": port,
+        "ProxyUser": "user",
+        "ProxyPw": SECRET,
+        **more,
+    }
     COMMON_CONFIG.write_text("".join(f"{key}={value}\n" for key, value in keys.items()))
 
 

@@ -31,13 +31,22 @@ def main(picture):
     # Without a window manager, Wine draws frame and title only for windows of a desktop of its own.
     desktop = [prefix.WINE, "explorer.exe", "/desktop=example,700x360"]
     program = str(prefix.BIN / "single_instance.exe")
-    window = subprocess.Popen([*desktop, prefix.windows_path(program), "http://files.example/player-4.1.exe",
-                               "127.0.0.1", str(server.port)])
+    window = subprocess.Popen(
+        [
+            *desktop,
+            prefix.windows_path(program),
+            "http://files.example/player-4.1.exe",
+            "127.0.0.1",
+            str(server.port),
+        ]
+    )
     try:
         if not is_shown.wait(60):
             raise SystemExit("screenshot: the download does not arrive at its middle")
         time.sleep(2)  # the window polls, then paints
-        shot = subprocess.run(["import", "-window", "root", "png:-"], stdout=subprocess.PIPE, check=True).stdout
+        shot = subprocess.run(
+            ["import", "-window", "root", "png:-"], stdout=subprocess.PIPE, check=True
+        ).stdout
         # The desktop has one colour: what is left without it is the window.
         subprocess.run(["convert", "png:-", "-trim", "+repage", "-strip", picture], input=shot, check=True)
     finally:

@@ -37,8 +37,8 @@ class _Handler(BaseHTTPRequestHandler):
     tunnel = None  # the host of a CONNECT, once there was one
 
     def handle_one_request(self):
-        # A client that sends headers and body apart waits with the body until the headers are acknowledged, which
-        # takes longer than all else that a request costs.
+        # A client that sends headers and body separately waits with the body until the headers are
+        # acknowledged. A delayed acknowledgement takes longer than everything else that a request costs.
         self.connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)
         super().handle_one_request()
 
@@ -61,9 +61,14 @@ class _Handler(BaseHTTPRequestHandler):
             return
         url = urlsplit(self.path)
         body = self.rfile.read(int(self.headers.get("Content-Length", 0)))
-        request = Request(self.command, url.netloc or self.tunnel or self.headers.get("Host", ""),
-                          url.path + ("?" + url.query if url.query else ""), dict(self.headers), body,
-                          self.tunnel is not None)
+        request = Request(
+            self.command,
+            url.netloc or self.tunnel or self.headers.get("Host", ""),
+            url.path + ("?" + url.query if url.query else ""),
+            dict(self.headers),
+            body,
+            self.tunnel is not None,
+        )
         with self.server.lock:
             self.server.requests.append(request)
         reply = self.server.answer(request, self)
@@ -89,7 +94,12 @@ class _Handler(BaseHTTPRequestHandler):
             return True
         self.rfile.read(int(self.headers.get("Content-Length", 0)))
         self.send_response(407)
-        for scheme in "Negotiate", "NTLM", 'Digest realm="loopback", nonce="n", qop="auth"', 'Basic realm="loopback"':
+        for scheme in (
+            "Negotiate",
+            "NTLM",
+            'Digest realm="loopback", nonce="n", qop="auth"',
+            'Basic realm="loopback"',
+        ):
             self.send_header("Proxy-Authenticate", scheme)
         page = b"<html>sign in" + b" " * 100_000
         self.send_header("Content-Length", str(len(page)))

@@ -151,7 +151,7 @@ def tracked():
 
 
 def prepare():
-    """Copies the tracked files that differ, and builds them without faults. A fault may leave a name unused."""
+    """Copies the tracked files that differ, and builds them without faults. Warnings are no errors there."""
     for file in tracked():
         content = (ROOT / file).read_bytes()
         if file == "cmake/compiler.cmake":
@@ -184,7 +184,7 @@ def first_failure(pattern):
 
 
 def noticed_by(fault):
-    """Returns the program that notices the fault in the copy, "" if none does, None if it does not compile."""
+    """Returns the program that notices the fault in the copy, "" if none does, None if it cannot compile."""
     names = PROGRAMS[fault.path.split("/")[0]].split("|")
     targets = [target for name in names for target in SCRIPTS.get(name, [name])]
     if not run([*BUILD, "zelsyshelper", "zelsyshelper-host", "sends_at_end", *targets], 900)[1]:

@@ -13,7 +13,11 @@ from pathlib import Path
 ROOT = Path(__file__).parents[2]
 BUILD = ROOT / "build"
 DATE = time.gmtime(max(int(os.environ["SOURCE_DATE_EPOCH"]), 315532800))[:6]  # zip knows no date before 1980
-NO_PATHS = (str(ROOT).encode(), str(ROOT).replace("/", "_").encode(), *([str(Path.home()).encode() + b"/"] if Path.home() != Path("/") else []))
+NO_PATHS = (
+    str(ROOT).encode(),
+    str(ROOT).replace("/", "_").encode(),
+    *([str(Path.home()).encode() + b"/"] if Path.home() != Path("/") else []),
+)
 
 
 def files_of(folder):
@@ -34,8 +38,27 @@ def sign(path, certificate, key, passphrase, timestamp):
     signed = path.with_suffix(".signed")
     options = ["-readpass", passphrase] if passphrase else []
     options += ["-ts", timestamp] if timestamp else []
-    result = subprocess.run(["osslsigncode", "sign", "-certs", certificate, "-key", key, "-h", "sha256", *options,
-                             "-n", "zelsyshelper", "-in", path, "-out", signed], stdout=subprocess.PIPE, text=True)
+    result = subprocess.run(
+        [
+            "osslsigncode",
+            "sign",
+            "-certs",
+            certificate,
+            "-key",
+            key,
+            "-h",
+            "sha256",
+            *options,
+            "-n",
+            "zelsyshelper",
+            "-in",
+            path,
+            "-out",
+            signed,
+        ],
+        stdout=subprocess.PIPE,
+        text=True,
+    )
     if result.returncode != 0:
         raise SystemExit(f"package: osslsigncode cannot sign {path.name}: {result.stdout.strip()}")
     signed.replace(path)
@@ -56,7 +79,9 @@ def main():
     archive = BUILD / f"{name}{'-signed' if arguments.sign else ''}.zip"
     archive.unlink(missing_ok=True)  # after a failure it would pass for a new one
     shutil.rmtree(stage, ignore_errors=True)
-    subprocess.run(["cmake", "--install", str(BUILD), "--prefix", str(stage)], check=True, stdout=subprocess.DEVNULL)
+    subprocess.run(
+        ["cmake", "--install", str(BUILD), "--prefix", str(stage)], check=True, stdout=subprocess.DEVNULL
+    )
     if arguments.sign:
         for program in (stage / "bin").iterdir():
             sign(program, *arguments.sign, arguments.passphrase, arguments.timestamp)

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs both commands of the README on bare Debian systems, half an hour each, and prints one table:
+# Runs both commands of the README on bare Debian systems, up to an hour each, and prints one table:
 #   scripts/releases.sh [RELEASE...]      default: bookworm trixie
 # debootstrap creates each system in a temporary folder, from the mirror that this system's apt uses. The
 # system gets a clone with the tracked files in their current state. It is removed afterwards; its output

@@ -139,8 +139,8 @@ void benchEventBody() {
                   .ours = bench::format("%.1f", here),
                   .limit = "1",
                   .alternative = bench::format("%.1f (find and replace)", there),
-                  .toLimit = here,
-                  .toAlternative = here / there,
+                  .toLimit = bench::spread({here}),
+                  .toAlternative = bench::spread({here / there}),
                   .goal = "at most 4",
                   .isMet = here <= kMostAllocations});
 }

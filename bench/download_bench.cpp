@@ -42,10 +42,6 @@ std::wstring folder() {
     return bench::setting(L"BENCH_FOLDER");
 }
 
-double size() {
-    return std::stod(bench::setting(L"BENCH_DOWNLOAD_SIZE"));
-}
-
 double processorTime() {
     FILETIME created, ended, kernel, user;
     GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user);
@@ -61,15 +57,21 @@ double workingSet() {
     return static_cast<double>(counters.WorkingSetSize);
 }
 
-double peak; // bytes; the largest working set sampled during our download
+double peak;                      // bytes; the largest working set sampled during our download
+std::uint64_t size = 200'000'000; // bytes of the file
+
+/// The path of a file on the server, which serves as many bytes as the path says.
+std::wstring remote(const wchar_t* name) {
+    return L"/" + std::to_wstring(size) + L"/" + name;
+}
 
 bool ours() {
     if (startDownloadFile(L"127.0.0.1", static_cast<std::uint32_t>(std::stoul(port())), L"", L"",
-                          L"http://files.example/ours.bin", folder().c_str()) != 0)
+                          (L"http://files.example" + remote(L"ours.bin")).c_str(), folder().c_str()) != 0)
         return false;
     std::uint8_t isOver = 0;
     for (isDownloadFileCompleted(&isOver); isOver == 0; isDownloadFileCompleted(&isOver)) {
-        Sleep(10); // polling more often would distort the measurement
+        Sleep(size < 10'000'000 ? 1 : 10); // polling more often would distort the measurement
         static unsigned polls = 0;
         if (++polls % 4 == 0)
             peak = std::max(peak, workingSet());
@@ -102,8 +104,9 @@ bool byWinHttp(bool asks) {
                                             (L"127.0.0.1:" + port()).c_str(), WINHTTP_NO_PROXY_BYPASS, 0));
     const WinHttpHandle connection(
         WinHttpConnect(session.get(), L"files.example", INTERNET_DEFAULT_HTTP_PORT, 0));
-    const WinHttpHandle request(WinHttpOpenRequest(connection.get(), L"GET", L"/bare.bin", nullptr,
-                                                   WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, 0));
+    const WinHttpHandle request(WinHttpOpenRequest(connection.get(), L"GET", remote(L"bare.bin").c_str(),
+                                                   nullptr, WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+                                                   0));
     const win32::KernelHandle file(CreateFileW((folder() + L"\\bare.bin").c_str(), GENERIC_WRITE, 0, nullptr,
                                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     return file &&
@@ -113,12 +116,12 @@ bool byWinHttp(bool asks) {
 }
 
 bool byUrlmon() {
-    return bench::downloadByUrlmon(L"http://127.0.0.1:" + port() + L"/urlmon.bin",
+    return bench::downloadByUrlmon(L"http://127.0.0.1:" + port() + remote(L"urlmon.bin"),
                                    folder() + L"\\urlmon.bin");
 }
 
 bool byWinInet() {
-    return bench::downloadByWinInet(L"http://127.0.0.1:" + port() + L"/wininet.bin",
+    return bench::downloadByWinInet(L"http://127.0.0.1:" + port() + remote(L"wininet.bin"),
                                     folder() + L"\\wininet.bin", kChunk);
 }
 
@@ -139,11 +142,11 @@ double typical(const Lane& lane, double Use::*field) {
     return bench::median(values);
 }
 
-double ratio(const Lane& lane, const Lane& other, double Use::*field) {
+bench::Spread ratio(const Lane& lane, const Lane& other, double Use::*field) {
     std::vector<double> ratios;
     for (std::size_t i = 0; i < lane.uses.size(); ++i)
         ratios.push_back(lane.uses[i].*field / std::max(other.uses[i].*field, 1e-3));
-    return bench::median(ratios);
+    return bench::spread(ratios);
 }
 
 void report(const std::vector<Lane>& lanes) {
@@ -157,19 +160,19 @@ void report(const std::vector<Lane>& lanes) {
     const bool hasBest = best != lanes.end();
     const auto row = [&](const char* name, double Use::*field, const auto& show, const char* goal,
                          double most) {
-        const double toLimit = ratio(here, limit, field);
+        const bench::Spread toLimit = ratio(here, limit, field);
         bench::print({.path = name,
                       .ours = show(typical(here, field)),
                       .limit = show(typical(limit, field)),
                       .alternative = hasBest ? show(typical(*best, field)) + " (" + best->name + ")" : "",
                       .toLimit = toLimit,
-                      .toAlternative = hasBest ? ratio(here, *best, field) : -1,
+                      .toAlternative = hasBest ? ratio(here, *best, field) : bench::Spread(),
                       .goal = goal,
-                      .isMet = toLimit <= most});
+                      .isMet = toLimit.median <= most});
     };
     row(
         "download 200 MB", &Use::wall,
-        [](double wall) { return bench::format("%.0f MB/s", size() / kMegabyte / wall); },
+        [](double wall) { return bench::format("%.0f MB/s", static_cast<double>(size) / kMegabyte / wall); },
         "at least 0.97 of the limit's rate", 1 / kLeastRate);
     row(
         "download 200 MB, processor time", &Use::processor,
@@ -186,7 +189,7 @@ void report(const std::vector<Lane>& lanes) {
     for (const Lane& lane : lanes)
         bench::printDetail(
             "download 200 MB", lane.name,
-            bench::format("%.0f MB/s, ", size() / kMegabyte / typical(lane, &Use::wall)) +
+            bench::format("%.0f MB/s, ", static_cast<double>(size) / kMegabyte / typical(lane, &Use::wall)) +
                 bench::format("%.0f ms of processor time", typical(lane, &Use::processor) * 1e3));
 }
 
@@ -212,4 +215,15 @@ void benchDownload() {
             bench::require(runOnce(lane), lane.name + " failed");
     stopDownloadFile();
     report(lanes);
+}
+
+void growDownload() {
+    for (size = 1000; size <= 1'000'000'000; size *= 10)
+        bench::measureGrowth(
+            {.name = "download, by bytes",
+             .ours = {"startDownloadFile", ours},
+             .limit = bench::Contender{"WinHTTP loop", [] { return byWinHttp(true); }},
+             .alternatives = {{"URLDownloadToFileW", byUrlmon}, {"WinINet loop", byWinInet}}},
+            size);
+    stopDownloadFile();
 }

@@ -1,17 +1,18 @@
-"""A server on loopback that gives one large file to everybody, with as little work of its own as possible."""
+"""A server on loopback that serves zero bytes, with as little work of its own as possible."""
 
 import os
+import re
 import socket
 import threading
 
 
 class FileServer:
-    """Answers each GET on any path, also in the form for proxies, by `size` zero bytes. Keeps no connections."""
+    """Answers a GET of /N/NAME, also in the form for proxies, with N zero bytes, at most `largest`. Closes
+    each connection after its reply."""
 
-    def __init__(self, path, size):
-        with open(path, "wb") as file:
-            file.write(bytes(size))
-        self._file, self._size = open(path, "rb"), size
+    def __init__(self, path, largest):
+        self._file = open(path, "w+b")
+        self._file.truncate(largest)
         self._listener = socket.create_server(("127.0.0.1", 0))
         self.port = self._listener.getsockname()[1]
         threading.Thread(target=self._accept, daemon=True).start()
@@ -33,14 +34,17 @@ class FileServer:
                     if not part:
                         return
                     request += part
-                connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\n"
-                                   b"Connection: close\r\nContent-Length: %d\r\n\r\n" % self._size)
+                size = int(re.search(rb"/(\d+)/", request)[1])
+                connection.sendall(
+                    b"HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\n"
+                    b"Connection: close\r\nContent-Length: %d\r\n\r\n" % size
+                )
                 if not request.startswith(b"HEAD"):
                     offset = 0
-                    while offset < self._size:
-                        offset += os.sendfile(connection.fileno(), self._file.fileno(), offset, self._size - offset)
+                    while offset < size:
+                        offset += os.sendfile(connection.fileno(), self._file.fileno(), offset, size - offset)
             except OSError:
-                pass  # a client that has seen enough
+                pass  # the client has closed the connection
 
     def close(self):
         self._listener.close()

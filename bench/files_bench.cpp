@@ -2,7 +2,9 @@
 
 #include "bench/benchmarks.h"
 #include "bench/harness.h"
+#include "bench/plain_cipher.h"
 #include "bench/windows_file.h"
+#include "fs/cipher.h"
 #include "zelsyshelper.h"
 
 #include <cstring>
@@ -67,6 +69,13 @@ std::vector<Contender> otherReads(const Sample& sample) {
              }}};
 }
 
+Contender bareSearch(const Sample& sample, std::string& bytes) {
+    return {"the same calls and a memchr over all bytes", [&] {
+                return bench::readWhole(sample.bare, bytes) &&
+                       std::memchr(bytes.data(), '\x01', bytes.size()) == nullptr;
+            }};
+}
+
 void benchSmallRead() {
     const Sample sample(40, 20, 24);
     std::string bytes;
@@ -83,11 +92,7 @@ void benchLargeRead() {
     std::string bytes;
     bench::measure({.name = "read one value, 20,000 keys",
                     .ours = ourRead(sample),
-                    .limit = Contender{"the same calls and a memchr over all bytes",
-                                       [&] {
-                                           return bench::readWhole(sample.bare, bytes) &&
-                                                  std::memchr(bytes.data(), '\x01', bytes.size()) == nullptr;
-                                       }},
+                    .limit = bareSearch(sample, bytes),
                     .alternatives = otherReads(sample),
                     .goal = {.mostToLimit = 3},
                     .seconds = 4});
@@ -99,9 +104,7 @@ const wchar_t* nextValue() {
     return ++calls % 2 == 0 ? L"a new value of the setting" : L"the former value of the setting";
 }
 
-void benchWrite() {
-    const Sample sample(40, 20, 24);
-    std::string bytes;
+bench::Path setting(const std::string& name, const Sample& sample, std::string& bytes) {
     const std::vector<Contender> alternatives{
         {"WritePrivateProfileStringW",
          [&] {
@@ -116,22 +119,88 @@ void benchWrite() {
                     ini.SetValue("", sample.key.c_str(), narrow) >= 0 &&
                     ini.SaveFile(sample.ini.c_str(), false) == SI_OK;
          }}};
-    bench::measure({.name = "set one value, 40 lines",
-                    .ours = {"setValueInPropertyFile",
-                             [&] {
-                                 return setValueInPropertyFile(sample.plain.c_str(), sample.key.c_str(),
-                                                               nextValue()) == 1;
-                             }},
-                    .limit = Contender{"read as above, truncate, write, close",
-                                       [&] {
-                                           return bench::readWhole(sample.bare, bytes) &&
-                                                  bench::writeWhole(sample.bare, bytes);
-                                       }},
-                    .alternatives = alternatives,
-                    .goal = {.mostToLimit = 0.75, .mostToAlternative = 1}});
+    return {.name = name,
+            .ours = {"setValueInPropertyFile",
+                     [&] {
+                         return setValueInPropertyFile(sample.plain.c_str(), sample.key.c_str(),
+                                                       nextValue()) == 1;
+                     }},
+            .limit = Contender{"read as above, truncate, write, close",
+                               [&] {
+                                   return bench::readWhole(sample.bare, bytes) &&
+                                          bench::writeWhole(sample.bare, bytes);
+                               }},
+            .alternatives = alternatives,
+            .goal = {.mostToLimit = 0.75, .mostToAlternative = 1}};
 }
 
+void benchWrite() {
+    const Sample sample(40, 20, 24);
+    std::string bytes;
+    bench::measure(setting("set one value, 40 lines", sample, bytes));
+}
+
+/// What a program without the library would do: decipher byte by byte, then parse.
+bool readEncipheredPlainly(const Sample& sample, std::string& bytes) {
+    if (!bench::readWhole(sample.bare, bytes))
+        return false;
+    bench::plainDecipher(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size());
+    CSimpleIniA ini(true);
+    const char* const value = ini.LoadData(bytes) == SI_OK ? ini.GetValue("", sample.key.c_str()) : nullptr;
+    wchar_t buffer[256];
+    return value != nullptr && MultiByteToWideChar(CP_UTF8, 0, value, -1, buffer, 256) > 0 &&
+           sample.value == buffer;
+}
+
+constexpr std::size_t kValueSize = 32;
+constexpr std::size_t kMostKeys = 1'000'000;
+
 } // namespace
+
+void growReading() {
+    std::string bytes;
+    for (std::size_t keys = 10; keys <= kMostKeys; keys *= 10) {
+        const Sample sample(keys, keys - 1, kValueSize);
+        bench::measureGrowth({.name = "read one value, by number of keys",
+                              .ours = ourRead(sample),
+                              .limit = bareSearch(sample, bytes),
+                              .alternatives = otherReads(sample)},
+                             keys);
+    }
+}
+
+void growSetting() {
+    std::string bytes;
+    for (std::size_t keys = 10; keys <= kMostKeys; keys *= 10) {
+        const Sample sample(keys, keys - 1, kValueSize);
+        bench::measureGrowth(setting("set one value, by number of keys", sample, bytes), keys);
+    }
+}
+
+void growEnciphered() {
+    std::string bytes;
+    for (std::size_t keys = 10; keys <= kMostKeys / 10; keys *= 10) {
+        const Sample sample(keys, keys - 1, kValueSize);
+        std::string enciphered = sample.contents;
+        fs::encipher(reinterpret_cast<unsigned char*>(enciphered.data()), enciphered.size());
+        bench::require(bench::writeWhole(sample.plain, enciphered) &&
+                           bench::writeWhole(sample.bare, enciphered),
+                       "the samples cannot be written");
+        bench::measureGrowth({.name = "readProperty of an enciphered file, by bytes",
+                              .ours = {"readProperty",
+                                       [&] {
+                                           wchar_t buffer[256];
+                                           return readProperty(sample.plain.c_str(), sample.key.c_str(),
+                                                               buffer, 256, 1) == sample.value.size() &&
+                                                  sample.value == buffer;
+                                       }},
+                              .limit = Contender{"attributes, open, size, read, close",
+                                                 [&] { return bench::readWhole(sample.bare, bytes); }},
+                              .alternatives = {{"byte by byte, then SimpleIni",
+                                                [&] { return readEncipheredPlainly(sample, bytes); }}}},
+                             enciphered.size());
+    }
+}
 
 void benchFiles() {
     benchSmallRead();

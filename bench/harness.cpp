@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <random>
 
 #include <windows.h>
 
@@ -10,7 +11,7 @@ namespace bench {
 namespace {
 
 constexpr double kShortestBatch = 0.003; // seconds; over 1000 times the resolution of the clock
-constexpr std::size_t kFewestRounds = 5, kMostRounds = 201;
+constexpr std::size_t kFewestRounds = 5, kMostRounds = 201, kGrowthRounds = 3;
 
 struct Lane {
     const Contender* contender;
@@ -42,11 +43,11 @@ struct Lane {
     double typical() const { return median(times); }
 };
 
-double ratio(const Lane& ours, const Lane& other) {
+Spread ratio(const Lane& ours, const Lane& other) {
     std::vector<double> ratios;
     for (std::size_t i = 0; i < ours.times.size(); ++i)
         ratios.push_back(ours.times[i] / other.times[i]);
-    return median(ratios);
+    return spread(ratios);
 }
 
 std::string amount(double seconds, double bytes) {
@@ -71,9 +72,8 @@ std::string goalText(const Goal& goal, double bytes) {
     return text;
 }
 
-} // namespace
-
-void measure(const Path& path) {
+/// Calibrates the contenders: ours, the limit if there is one, and the alternatives that work here.
+std::vector<Lane> lanesOf(const Path& path) {
     std::vector<Lane> lanes{{&path.ours}};
     if (path.limit)
         lanes.push_back({&*path.limit});
@@ -88,10 +88,28 @@ void measure(const Path& path) {
         printDetail(path.name, lanes[i].contender->name, "does not work here");
         lanes.erase(lanes.begin() + static_cast<std::ptrdiff_t>(i));
     }
+    return lanes;
+}
+
+/// Runs the contenders in random order: each leaves work to the system, which slows the next one.
+void runRound(const Path& path, std::vector<Lane>& lanes) {
+    static std::mt19937 random;
+    std::vector<Lane*> order;
+    for (Lane& lane : lanes)
+        order.push_back(&lane);
+    std::ranges::shuffle(order, random);
+    for (Lane* lane : order)
+        require(lane->runBatch(), path.name + ": " + lane->contender->name + " failed");
+}
+
+} // namespace
+
+void measure(const Path& path) {
+    std::vector<Lane> lanes = lanesOf(path);
+    const std::size_t firstAlternative = path.limit ? 2 : 1;
     const double end = now() + path.seconds;
     for (std::size_t round = 0; round < kFewestRounds || (now() < end && round < kMostRounds); ++round)
-        for (Lane& lane : lanes)
-            require(lane.runBatch(), path.name + ": " + lane.contender->name + " failed");
+        runRound(path, lanes);
 
     for (const Lane& lane : lanes)
         printDetail(path.name, lane.contender->name, amount(lane.typical(), path.bytes));
@@ -103,7 +121,7 @@ void measure(const Path& path) {
     if (path.limit) {
         row.limit = amount(lanes[1].typical(), path.bytes);
         row.toLimit = ratio(ours, lanes[1]);
-        isMet = isMet && (path.goal.mostToLimit <= 0 || row.toLimit <= path.goal.mostToLimit);
+        isMet = isMet && (path.goal.mostToLimit <= 0 || row.toLimit.median <= path.goal.mostToLimit);
     }
     if (lanes.size() > firstAlternative) {
         const auto best = std::min_element(
@@ -111,17 +129,33 @@ void measure(const Path& path) {
             [](const Lane& left, const Lane& right) { return left.typical() < right.typical(); });
         row.alternative = amount(best->typical(), path.bytes) + " (" + best->contender->name + ")";
         row.toAlternative = ratio(ours, *best);
-        isMet =
-            isMet && (path.goal.mostToAlternative <= 0 || row.toAlternative <= path.goal.mostToAlternative);
+        isMet = isMet &&
+                (path.goal.mostToAlternative <= 0 || row.toAlternative.median <= path.goal.mostToAlternative);
     }
     if (!row.goal.empty())
         row.isMet = isMet;
     print(row);
 }
 
+void measureGrowth(const Path& path, std::size_t size) {
+    std::vector<Lane> lanes = lanesOf(path);
+    for (std::size_t round = 0; round < kGrowthRounds; ++round)
+        runRound(path, lanes);
+    for (const Lane& lane : lanes)
+        std::printf("point\t%s\t%llu\t%s\t%.9f\n", path.name.c_str(), static_cast<unsigned long long>(size),
+                    lane.contender->name.c_str(), lane.typical());
+    std::fflush(stdout);
+}
+
 // Prints tab-separated fields, from which bench/run.py builds the table.
 void print(const Row& row) {
-    const auto number = [](double value) { return value < 0 ? std::string() : format("%.2f", value); };
+    const auto number = [](const Spread& ratios) {
+        if (ratios.median < 0)
+            return std::string();
+        return format("%.2f", ratios.median) +
+               (ratios.least < ratios.most ? format(" (%.2f to ", ratios.least) + format("%.2f)", ratios.most)
+                                           : "");
+    };
     std::printf("row\t%s\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n", row.path.c_str(), row.ours.c_str(),
                 row.limit.c_str(), row.alternative.c_str(), number(row.toLimit).c_str(),
                 number(row.toAlternative).c_str(), row.goal.c_str(),
@@ -152,6 +186,13 @@ double median(std::vector<double> values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
+}
+
+Spread spread(std::vector<double> values) {
+    if (values.empty())
+        return {};
+    const auto [least, most] = std::ranges::minmax(values);
+    return {least, median(std::move(values)), most};
 }
 
 std::string format(const char* format, double value) {

@@ -33,17 +33,28 @@ struct Path {
     double seconds = 2; ///< Approximate time to measure.
 };
 
+/// The ratios of the rounds of a measurement. Negative if there are none.
+struct Spread {
+    double least = -1, median = -1, most = -1;
+};
+Spread spread(std::vector<double> values);
+
 /// \brief Measures all contenders of a path in turn, round by round, and prints the row of the path.
 ///
 /// Computes ratios within each round and reports their medians, because a temporary slowdown of the machine
 /// affects all contenders of a round. Skips an alternative that fails here, and names it in the details.
 void measure(const Path& path);
 
-/// A row of the table. Ratios below 0 are omitted.
+/// \brief Measures all contenders of a path in a few rounds. Prints the time of each as a point of a chart.
+///
+/// The name of the path is the name of the chart.
+/// \param size The abscissa of the points: what grows.
+void measureGrowth(const Path& path, std::size_t size);
+
+/// A row of the table.
 struct Row {
     std::string path{}, ours{}, limit{}, alternative{};
-    double toLimit = -1;
-    double toAlternative = -1;
+    Spread toLimit{}, toAlternative{};
     std::string goal{};
     std::optional<bool> isMet{};
 };

@@ -13,9 +13,22 @@ struct Family {
 };
 
 constexpr Family kFamilies[] = {
-    {"files", benchFiles},    {"cipher", benchCipher}, {"text", benchText},
-    {"body", benchEventBody}, {"events", benchEvents}, {"download", benchDownload},
-    {"tree", benchTree},      {"raise", benchRaise},   {"counts", benchCounts},
+    {"files", benchFiles},
+    {"cipher", benchCipher},
+    {"text", benchText},
+    {"body", benchEventBody},
+    {"events", benchEvents},
+    {"download", benchDownload},
+    {"tree", benchTree},
+    {"raise", benchRaise},
+    {"counts", benchCounts},
+    {"growth-read", growReading},
+    {"growth-set", growSetting},
+    {"growth-enciphered", growEnciphered},
+    {"growth-events", growEvents},
+    {"growth-tree", growTree},
+    {"growth-download", growDownload},
+    {"growth-text", growConversions},
 };
 
 } // namespace

@@ -17,16 +17,31 @@ namespace {
 
 constexpr int kFolders = 20, kFilesEach = 100, kFileSize = 1000;
 
-void makeTree(const std::wstring& root) {
-    CreateDirectoryW(root.c_str(), nullptr);
-    for (int i = 0; i < kFolders; ++i) {
-        const std::wstring folder = root + L"\\folder" + std::to_wstring(i);
-        CreateDirectoryW(folder.c_str(), nullptr);
-        for (int j = 0; j < kFilesEach; ++j)
-            bench::require(bench::writeWhole(folder + L"\\file" + std::to_wstring(j) + L".dat",
-                                             std::string(kFileSize, 'x')),
-                           "the tree cannot be created");
+/// Returns the path of the last file.
+std::wstring makeFolder(const std::wstring& folder, std::size_t files) {
+    CreateDirectoryW(folder.c_str(), nullptr);
+    std::wstring path;
+    for (std::size_t i = 0; i < files; ++i) {
+        path = folder + L"\\file" + std::to_wstring(i) + L".dat";
+        bench::require(bench::writeWhole(path, std::string(kFileSize, 'x')), "the tree cannot be created");
     }
+    return path;
+}
+
+std::wstring makeTree(const std::wstring& root, std::size_t folders, std::size_t filesEach) {
+    CreateDirectoryW(root.c_str(), nullptr);
+    std::wstring last;
+    for (std::size_t i = 0; i < folders; ++i)
+        last = makeFolder(root + L"\\folder" + std::to_wstring(i), filesEach);
+    return last;
+}
+
+std::wstring makeNested(const std::wstring& root, std::size_t depth) {
+    CreateDirectoryW(root.c_str(), nullptr);
+    std::wstring folder = root, last;
+    for (std::size_t i = 0; i < depth; ++i)
+        last = makeFolder(folder += L"\\d", 1);
+    return last;
 }
 
 bool copyByHand(const std::wstring& source, const std::wstring& destination) {
@@ -63,29 +78,50 @@ bool copyByRobocopy(const std::wstring& source, const std::wstring& destination)
     return result >= 0 && result < kFirstFailure;
 }
 
+/// \param last A file of the source that is there only in a complete copy.
+bench::Path copying(const std::string& name, const std::wstring& source, const std::wstring& last) {
+    const std::wstring destination = source + L"-copy";
+    const auto empty = [=] {
+        std::filesystem::remove_all(destination);
+        std::filesystem::create_directory(destination);
+    };
+    const auto contender = [=](const char* copier, const auto& copy) {
+        const std::wstring copied = destination + last.substr(source.size());
+        return bench::Contender{
+            copier,
+            [=] { return copy(source, destination) && std::filesystem::file_size(copied) == kFileSize; },
+            empty};
+    };
+    return {
+        .name = name,
+        .ours = contender("copyDirEx",
+                          [](const std::wstring& from, const std::wstring& to) {
+                              return copyDirEx(from.c_str(), to.c_str()) == 0;
+                          }),
+        .limit = contender("FindFirstFileW and CopyFileW", copyByHand),
+        .alternatives = {contender("SHFileOperationW", copyByShell), contender("robocopy", copyByRobocopy)},
+        .goal = {.mostToLimit = 1.05},
+        .seconds = 12};
+}
+
 } // namespace
 
 void benchTree() {
     const std::wstring source = bench::setting(L"BENCH_FOLDER") + L"\\tree";
-    const std::wstring destination = bench::setting(L"BENCH_FOLDER") + L"\\copy";
-    makeTree(source);
-    const auto empty = [&] {
-        std::filesystem::remove_all(destination);
-        std::filesystem::create_directory(destination);
-    };
-    const auto isComplete = [&] {
-        return std::filesystem::file_size(destination + L"\\folder19\\file99.dat") == kFileSize;
-    };
-    bench::measure(
-        {.name = "copy a tree of 2,000 files",
-         .ours = {"copyDirEx",
-                  [&] { return copyDirEx(source.c_str(), destination.c_str()) == 0 && isComplete(); }, empty},
-         .limit = bench::Contender{"FindFirstFileW and CopyFileW",
-                                   [&] { return copyByHand(source, destination) && isComplete(); }, empty},
-         .alternatives = {{"SHFileOperationW",
-                           [&] { return copyByShell(source, destination) && isComplete(); }, empty},
-                          {"robocopy", [&] { return copyByRobocopy(source, destination) && isComplete(); },
-                           empty}},
-         .goal = {.mostToLimit = 1.05},
-         .seconds = 12});
+    const std::wstring last = makeTree(source, kFolders, kFilesEach);
+    bench::measure(copying("copy a tree of 2,000 files", source, last));
+}
+
+void growTree() {
+    const std::wstring folder = bench::setting(L"BENCH_FOLDER");
+    for (std::size_t files = 10; files <= 10'000; files *= 10) {
+        const std::wstring source = folder + L"\\tree" + std::to_wstring(files);
+        const std::wstring last = makeTree(source, 10, files / 10);
+        bench::measureGrowth(copying("copy a tree, by number of files", source, last), files);
+    }
+    for (std::size_t depth = 1; depth <= 64; depth *= 2) {
+        const std::wstring source = folder + L"\\deep" + std::to_wstring(depth);
+        const std::wstring last = makeNested(source, depth);
+        bench::measureGrowth(copying("copy folders inside each other, by depth", source, last), depth);
+    }
 }

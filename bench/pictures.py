@@ -7,11 +7,21 @@ from collections import defaultdict
 import matplotlib
 
 matplotlib.use("svg")
-matplotlib.rcParams.update({"svg.hashsalt": "zelsyshelper", "svg.fonttype": "none"})  # same figures, same bytes
+matplotlib.rcParams.update(
+    {"svg.hashsalt": "zelsyshelper", "svg.fonttype": "none"}
+)  # same figures, same bytes
 from matplotlib import pyplot  # noqa: E402
 
-GROWTH_TITLES = ["chart", "from", "to", "slope", "slope of the limit", "ratio at the start", "ratio at the end",
-                 "best alternative at the end"]
+GROWTH_TITLES = [
+    "chart",
+    "from",
+    "to",
+    "slope",
+    "slope of the limit",
+    "ratio at the start",
+    "ratio at the end",
+    "best alternative at the end",
+]
 MOST_BARS = 12  # times the limit; longer bars are cut
 
 
@@ -22,7 +32,7 @@ def save(figure, path):
 
 def slope(points):
     """The exponent of growth over the upper half of the sizes: 1 is linear, 2 is quadratic."""
-    upper = sorted(points.items())[len(points) // 2:]
+    upper = sorted(points.items())[len(points) // 2 :]
     xs, ys = ([math.log(value) for value in axis] for axis in zip(*upper))
     middle_x, middle_y = sum(xs) / len(xs), sum(ys) / len(ys)
     return sum((x - middle_x) * (y - middle_y) for x, y in zip(xs, ys)) / sum((x - middle_x) ** 2 for x in xs)
@@ -36,8 +46,8 @@ def time_text(seconds):
 
 
 def draw_growth(points, folder):
-    """Draws one chart for each name among `points`: rows of chart, size, contender and seconds. In each chart, the
-    first contender is the library, and the second one is the limit, or the alternative where there is no limit.
+    """Draws one chart for each name among `points`: rows of chart, size, contender and seconds. In each
+    chart, the first contender is the library, the second one the limit, or an alternative without limit.
 
     Returns the cells of the table and the lines of the document that show the pictures."""
     folder.mkdir(exist_ok=True)
@@ -59,18 +69,25 @@ def draw_growth(points, folder):
 
         (ours, limit, *others) = contenders.values()
         first, last = min(ours), max(ours)
-        names = list(contenders)[2 if others else 1:]
-        best = min((name for name in names if last in contenders[name]), key=lambda name: contenders[name][last])
-        rows.append([chart, *(f"{size:,}: {time_text(ours[size])}" for size in (first, last)),
-                     *(f"{slope(times):.2f}" for times in (ours, limit)),
-                     *(f"{ours[size] / limit[size]:.2f}" for size in (first, last)),
-                     f"{time_text(contenders[best][last])} ({best})"])
+        names = list(contenders)[2 if others else 1 :]
+        best = min(
+            (name for name in names if last in contenders[name]), key=lambda name: contenders[name][last]
+        )
+        rows.append(
+            [
+                chart,
+                *(f"{size:,}: {time_text(ours[size])}" for size in (first, last)),
+                *(f"{slope(times):.2f}" for times in (ours, limit)),
+                *(f"{ours[size] / limit[size]:.2f}" for size in (first, last)),
+                f"{time_text(contenders[best][last])} ({best})",
+            ]
+        )
     return rows, shown
 
 
 def draw_ratios(rows, path):
-    """Draws one bar for each row of the results: our time as a multiple of the limit's, or of the alternative's where
-    there is no limit."""
+    """Draws one bar for each row of the results: our time as a multiple of the limit's, or of the best
+    alternative's if there is no limit."""
     bars = []
     for name, _, _, _, to_limit, to_alternative, *_ in rows:
         if ratios := to_limit or to_alternative:
@@ -80,9 +97,14 @@ def draw_ratios(rows, path):
     for number, (name, is_limit, ratio, (least, most)) in enumerate(reversed(bars)):
         axes.barh(number, min(ratio, MOST_BARS), color="tab:blue" if is_limit else "tab:gray")
         axes.plot([min(least, MOST_BARS), min(most, MOST_BARS)], [number, number], color="black", linewidth=1)
-        axes.text(min(max(ratio, most), MOST_BARS) * 1.03, number, f"{ratio:.2f}", va="center", fontsize="small")
+        axes.text(
+            min(max(ratio, most), MOST_BARS) * 1.03, number, f"{ratio:.2f}", va="center", fontsize="small"
+        )
     axes.set_yticks(range(len(bars)), [name for name, *_ in reversed(bars)], fontsize="small")
     axes.axvline(1, color="tab:red", linewidth=1)
-    axes.set(xscale="log", xlabel="our time / time of the limit (blue) or of the best alternative (gray); "
-                                  "the line is the spread of the rounds")
+    axes.set(
+        xscale="log",
+        xlabel="our time / time of the limit (blue) or of the best alternative (gray); "
+        "the line is the spread of the rounds",
+    )
     save(figure, path)

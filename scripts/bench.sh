@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the benchmarks, runs them under Wine and prints one table:
 #   scripts/bench.sh [NAME...]    default: all of them
-#   scripts/bench.sh --write      all of them; also writes the results and their picture into docs/benchmarks.md
+#   scripts/bench.sh --write      all of them; also writes results and picture into docs/benchmarks.md
 #   scripts/bench.sh --growth     measures how cost grows, and draws charts for docs/benchmarks.md
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -12,9 +12,11 @@ if [ "${1:-}" = --check ]; then
     cpp=(clang-format --dry-run --Werror)
     python+=(--check --diff)
     export LC_ALL=C.UTF-8 # columns are characters, not bytes
-    long=$(git ls-files -z '*.cpp' '*.h' '*.hpp' '*.c' '*.py' | xargs -0 grep -nE '^.{111}' || true)
-    long+=$(git ls-files -z '*.sh' '*.cmake' '*CMakeLists.txt' '*.js' '*.nsi' |
-        xargs -0 grep -nE '^ *(//|#|;).{109}' || true)
+    long=$({
+        git ls-files -z '*.cpp' '*.h' '*.hpp' '*.c' '*.py' | xargs -0 grep -nE '^.{111}'
+        git ls-files -z '*.sh' '*.cmake' '*CMakeLists.txt' '*.js' '*.nsi' | xargs -0 grep -nE '^.{111}' |
+            grep -E '^[^:]*:[0-9]*: *(//|#|;)'
+    } || true)
     [ -z "$long" ] || { printf 'format.sh: more than 110 columns:\n%s\n' "$long" >&2; exit 1; }
 fi
 git ls-files -z '*.cpp' '*.h' '*.hpp' | xargs -0 "${cpp[@]}"

@@ -9,7 +9,7 @@
 # needs.
 WINE=$(dpkg -L wine64 | grep 'lib/wine/wine64$')
 export WINE
-# Of Wine's messages, only those of a program that does not start: tools/loopback/prefix.py searches for them.
+# Of Wine's messages, only those of a program that does not start. tools/loopback/prefix.py searches them.
 export WINEDEBUG=${WINEDEBUG:--all,err+virtual}
 # Without the debugger, a crash ends the program at once. Without the menu builder, Wine writes no menu
 # entries into the user's home for each link.

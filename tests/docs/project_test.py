@@ -135,6 +135,13 @@ class Project(unittest.TestCase):
             {entry for entry in entries if not any(name.split("/")[0] == entry for name in named)}, set()
         )
 
+    def test_last_callback_of_a_request_does_not_return(self):
+        """The library may be unloaded as soon as the callback has released its lock."""
+        code = llvm("objdump", "-d", ROOT / "build/CMakeFiles/xferlib.dir/xferlib/async_request.cpp.obj")
+        for name in "AsyncRequest8onStatus", "Signal3setEv":
+            body = re.search(rf"<\w*{name}\w*>:\n(.*?)(?:\n\n|\Z)", code, re.S)[1]
+            self.assertRegex(body.splitlines()[-1], r"\tjmpq?\s", name)
+
     def test_lists_of_functions_are_those_of_the_header(self):
         check = subprocess.run(
             [sys.executable, ROOT / "tools/docs/exports.py", "--check"], capture_output=True, text=True

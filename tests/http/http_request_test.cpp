@@ -164,14 +164,14 @@ TEST_F(HttpRequest, FollowsRedirectsAndSignsInToTheProxy) {
 }
 
 TEST_F(HttpRequest, ReadsNoMoreThanItsBufferHolds) {
-    WinHttpQueryDataAvailableSeam::fake = [](HINTERNET request, DWORD* available) {
-        const BOOL result = WinHttpQueryDataAvailableSeam::real(request, available);
+    WinHttpQueryDataAvailableSeam::fake = [](HINTERNET handle, DWORD* available) {
+        const BOOL result = WinHttpQueryDataAvailableSeam::real(handle, available);
         *available *= 100;
         return result;
     };
-    WinHttpReadDataSeam::fake = [](HINTERNET request, void* out, DWORD size, DWORD* count) {
+    WinHttpReadDataSeam::fake = [](HINTERNET handle, void* out, DWORD size, DWORD* count) {
         EXPECT_LE(size, 65535u);
-        return WinHttpReadDataSeam::real(request, out, size, count);
+        return WinHttpReadDataSeam::real(handle, out, size, count);
     };
     EXPECT_EQ(execute(L"/file/200000/x"), "0/0 0/0/0");
     EXPECT_EQ(output.bytes.size(), 200'000u);

@@ -2,8 +2,7 @@
 
 #include "support/files.h"
 #include "support/seam.h"
-
-#include <cstdlib>
+#include "support/servers.h"
 
 #include <filesystem>
 #include <thread>
@@ -28,9 +27,8 @@ protected:
     ~Job() override { testing_support::restoreSeams(); }
 
     std::uint32_t start(const wchar_t* path) {
-        const auto port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")));
-        return job->Start({.host = "127.0.0.1", .port = port}, std::wstring(L"http://some.example") + path,
-                          folder / L"");
+        return job->Start({.host = "127.0.0.1", .port = testing_support::port("PLAIN")},
+                          std::wstring(L"http://some.example") + path, folder / L"");
     }
 
     testing_support::TemporaryFolder folder;

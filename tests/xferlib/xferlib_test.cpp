@@ -1,11 +1,11 @@
 #include "xferlib/xferlib.h"
 
+#include "support/fields.h"
 #include "support/seam.h"
-#include "text/wide.h"
+#include "support/servers.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -21,150 +21,137 @@ ZELSYS_SEAM(L"winhttp.dll", WinHttpOpenRequest)
 ZELSYS_SEAM(L"winhttp.dll", WinHttpSetOption)
 ZELSYS_SEAM(L"kernel32.dll", GetTickCount64)
 
+namespace xferlib {
+ZELSYS_FIELDS(Response, code, status, body)
+}
+
 namespace {
 
+using testing_support::port;
+using testing_support::Received;
+using xferlib::fetch;
 using xferlib::Request;
 using xferlib::Response;
 
-std::string port(const char* server) {
-    return std::getenv((std::string("PORT_") + server).c_str());
+class Xferlib : public testing::Test {
+protected:
+    Xferlib() { EXPECT_EQ(xferlib::init(), 0); }
+    ~Xferlib() override { testing_support::restoreSeams(); }
+};
+
+/// Returns the response of an exchange in which the server receives this request.
+Response success(const Received& received) {
+    return {.status = 200, .body = received.text()};
 }
 
-std::string url(const std::string& path) {
-    return "http://127.0.0.1:" + port("PLAIN") + path;
+std::string url(const std::string& path, const char* server = "PLAIN") {
+    return "http://127.0.0.1:" + std::to_string(port(server)) + path;
 }
 
-Request get(const std::string& address) {
-    return {.url = address};
+Response get(const std::string& path) {
+    return fetch({.url = url(path)});
 }
 
 Request throughProxy(const std::string& address, const char* server = "PLAIN") {
-    return {.url = address, .proxyHost = "127.0.0.1", .proxyPort = std::atoi(port(server).c_str())};
+    return {.url = address, .proxyHost = "127.0.0.1", .proxyPort = port(server)};
 }
 
-/// Returns "code/status/body". A body of more than 60 bytes is replaced by its length.
-std::string outcome(const Request& request) {
-    EXPECT_EQ(xferlib::init(), 0);
-    const Response response = xferlib::fetch(request);
-    const std::string body =
-        response.body.size() <= 60 ? response.body : std::to_string(response.body.size()) + " bytes";
-    return std::to_string(response.code) + "/" + std::to_string(response.status) + "/" + body;
-}
-
-TEST(Xferlib, Outcomes) {
-    const std::string origin = "127.0.0.1:" + port("PLAIN");
-    const struct {
-        std::string path, outcome;
-    } cases[] = {
-        {"/echo?q=1%20a#fragment", "0/200/GET " + origin + " /echo?q=1%20a None "},
-        {"/status/404", "0/404/body of 404"},
-        {"/chunked", "0/200/abcde"},
-        {"/file/1048576/f", "0/200/1048576 bytes"},
-        {"/short", "18/200/short"},
-        {"/close", "52/0/"},
-        {"/garbage", "52/0/"},
-        {"/negative", "18/200/short"},
-        {"/huge", "18/200/short"},
-        {"/odd", "0/200/ok"},
-        {"/redirect/10", "0/200/GET " + origin + " /redirect/0 None "},
-        {"/redirect/11", "47/302/"},
-        {"/to/301//echo", "0/200/GET " + origin + " /echo None "},
-        {"/to/302/ftp%3A%2F%2Fx%2Fy", "1/0/"},
+TEST_F(Xferlib, Outcomes) {
+    const std::pair<std::string, Response> cases[] = {
+        {"/echo?q=1%20a#fragment", success({.path = "/echo?q=1%20a"})},
+        {"/status/404", {.status = 404, .body = "body of 404"}},
+        {"/chunked", {.status = 200, .body = "abcde"}},
+        {"/short", {.code = 18, .status = 200, .body = "short"}},
+        {"/close", {.code = 52}},
+        {"/garbage", {.code = 52}},
+        {"/negative", {.code = 18, .status = 200, .body = "short"}},
+        {"/huge", {.code = 18, .status = 200, .body = "short"}},
+        {"/odd", {.status = 200, .body = "ok"}},
+        {"/redirect/10", success({.path = "/redirect/0"})},
+        {"/redirect/11", {.code = 47, .status = 302}},
+        {"/to/301//echo", success({})},
+        {"/to/302/ftp%3A%2F%2Fx%2Fy", {.code = 1}},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(outcome(get(url(c.path))), c.outcome) << c.path;
-    EXPECT_TRUE(outcome(get(url("/file/1048577/f"))).starts_with("63/200/"));
+    for (const auto& [path, expected] : cases)
+        EXPECT_EQ(get(path), expected) << path;
+    const Response largest = get("/file/1048576/f"), larger = get("/file/1048577/f");
+    EXPECT_EQ(largest.code, 0);
+    EXPECT_EQ(largest.status, 200);
+    EXPECT_EQ(largest.body.size(), 1'048'576u);
+    EXPECT_EQ(larger.code, 63);
+    EXPECT_EQ(larger.status, 200);
 }
 
-TEST(Xferlib, Addresses) {
-    EXPECT_EQ(outcome(get("")), "3/0/");
-    EXPECT_EQ(outcome(get("ftp://127.0.0.1/")), "1/0/");
-    EXPECT_EQ(outcome(get("http:///x")), "3/0/");
-    EXPECT_EQ(outcome(get("http://no..where/")), "6/0/");
-    EXPECT_EQ(outcome(get("http://127.0.0.1:" + port("CLOSED") + "/")), "7/0/");
-    Request request = throughProxy("http://some.example:81/echo", "CLOSED");
-    EXPECT_EQ(outcome(request), "7/0/");
-    request.proxyHost = "no..where";
-    EXPECT_EQ(outcome(request), "5/0/");
+TEST_F(Xferlib, Addresses) {
+    EXPECT_EQ(fetch({.url = ""}), Response{.code = 3});
+    EXPECT_EQ(fetch({.url = "ftp://127.0.0.1/"}), Response{.code = 1});
+    EXPECT_EQ(fetch({.url = "http:///x"}), Response{.code = 3});
+    EXPECT_EQ(fetch({.url = "http://no..where/"}), Response{.code = 6});
+    EXPECT_EQ(fetch({.url = url("/", "CLOSED")}), Response{.code = 7});
+    const auto through = [](const std::string& host, std::int32_t number = port("PLAIN")) {
+        return fetch({.url = "http://some.example:81/echo", .proxyHost = host, .proxyPort = number});
+    };
+    EXPECT_EQ(through("127.0.0.1", port("CLOSED")), Response{.code = 7});
+    EXPECT_EQ(through("no..where"), Response{.code = 5});
     WinHttpOpenRequestSeam::failWith(ERROR_WINHTTP_CANNOT_CONNECT);
-    request.proxyHost = "127.0.0.1";
-    for (const int number : {-1, 0, 1, 65535, 65536}) {
-        request.proxyPort = number;
-        EXPECT_EQ(outcome(request), number >= 1 && number <= 65535 ? "7/0/" : "5/0/") << number;
-    }
+    for (const int number : {-1, 0, 1, 65535, 65536})
+        EXPECT_EQ(through("127.0.0.1", number), Response{.code = number >= 1 && number <= 65535 ? 7 : 5});
     WinHttpOpenRequestSeam::restore();
-    for (const char* host : {"127.0.0.1", "http://127.0.0.1", "HTTP://127.0.0.1/"}) {
-        request = throughProxy("http://some.example:81/echo");
-        request.proxyHost = host;
-        EXPECT_EQ(outcome(request), "0/200/GET some.example:81 /echo None ") << host;
-    }
-    for (const char* host : {"127.0.0.1\xFF", "http://", "socks://127.0.0.1", "127.0.0.1:8080"}) {
-        WinHttpSendRequestSeam::calls = 0;
-        request.proxyHost = host;
-        EXPECT_EQ(outcome(request), "5/0/") << std::string(host).size();
-        EXPECT_EQ(WinHttpSendRequestSeam::calls, 0) << "no direct connection instead";
-    }
+    for (const char* host : {"127.0.0.1", "http://127.0.0.1", "HTTP://127.0.0.1/"})
+        EXPECT_EQ(through(host), success({.host = "some.example:81"})) << host;
+    WinHttpSendRequestSeam::restore();
+    for (const char* host : {"127.0.0.1\xFF", "http://", "socks://127.0.0.1", "127.0.0.1:8080"})
+        EXPECT_EQ(through(host), Response{.code = 5}) << std::string(host).size();
+    EXPECT_EQ(WinHttpSendRequestSeam::calls, 0) << "no direct connection instead";
 }
 
-TEST(Xferlib, PostsAcrossRedirects) {
-    Request request{.body = "a=1&b", .headers = {"Content-Type: text/x-test"}, .post = true};
-    const auto post = [&](const std::string& path) {
-        request.url = url(path);
-        return outcome(request).substr(std::string("0/200/").size());
+TEST_F(Xferlib, PostsAcrossRedirects) {
+    const auto post = [](const std::string& path, const std::string& body = "a=1&b") {
+        return fetch({.url = url(path), .body = body, .headers = {"Content-Type: text/x"}, .post = true});
     };
-    const std::string origin = " 127.0.0.1:" + port("PLAIN") + " /echo ";
-    EXPECT_EQ(post("/echo"), "POST" + origin + "text/x-test a=1&b");
-    EXPECT_EQ(post("/to/303//echo"), "GET" + origin + "None ");
-    for (const char* path : {"/to/301//echo", "/to/302//echo", "/to/307//echo", "/to/308//echo"})
-        EXPECT_EQ(post(path), "POST" + origin + "text/x-test a=1&b") << path;
-    request.body.clear();
-    EXPECT_EQ(post("/echo"), "POST" + origin + "text/x-test ");
+    const Received repeated{.method = "POST", .contentType = "text/x", .body = "a=1&b"};
+    for (const char* path : {"/echo", "/to/301//echo", "/to/302//echo", "/to/307//echo", "/to/308//echo"})
+        EXPECT_EQ(post(path), success(repeated)) << path;
+    EXPECT_EQ(post("/to/303//echo"), success({.method = "GET"}));
+    EXPECT_EQ(post("/echo", ""), success({.method = "POST", .contentType = "text/x"}));
 }
 
-TEST(Xferlib, SlowServersTimeOut) {
+TEST_F(Xferlib, SlowServersTimeOut) {
     for (const char* path : {"/silent", "/headtrickle", "/endless", "/trickle"}) {
-        Request request = get(url(path));
-        request.timeoutSeconds = 1;
-        request.attempts = 3;
         WinHttpOpenRequestSeam::calls = 0;
-        EXPECT_EQ(xferlib::fetch(request).code, 28) << path;
+        EXPECT_EQ(fetch({.url = url(path), .attempts = 3, .timeoutSeconds = 1}).code, 28) << path;
         EXPECT_EQ(WinHttpOpenRequestSeam::calls, 1) << "no attempt after the deadline";
     }
 }
 
-TEST(Xferlib, SendsAgainOnResendRequest) {
-    const Request request{.url = url("/echo"), .headers = {"Content-Type: text/x-test"}};
-    int refusals = 0;
+TEST_F(Xferlib, SendsAgainOnResendRequest) {
+    const Request request{.url = url("/echo"), .headers = {"Content-Type: text/x"}};
+    int refusals = 5;
     WinHttpSendRequestSeam::fake = [&](auto... arguments) {
         SetLastError(ERROR_WINHTTP_RESEND_REQUEST);
         return refusals-- > 0 ? FALSE : WinHttpSendRequestSeam::real(arguments...);
     };
-    refusals = 5;
-    WinHttpAddRequestHeadersSeam::calls = 0;
-    EXPECT_EQ(outcome(request), "0/200/GET 127.0.0.1:" + port("PLAIN") + " /echo text/x-test ");
+    EXPECT_EQ(fetch(request), success({.contentType = "text/x"}));
     EXPECT_EQ(WinHttpAddRequestHeadersSeam::calls, 1);
     refusals = 1'000'000;
-    EXPECT_EQ(outcome(request), "56/0/") << "the repetitions are limited";
-    WinHttpSendRequestSeam::restore();
+    EXPECT_EQ(fetch(request), Response{.code = 56}) << "the repetitions are limited";
 }
 
-TEST(Xferlib, SessionIsReusedUntilIdleFor30Seconds) {
+TEST_F(Xferlib, SessionIsReusedUntilIdleFor30Seconds) {
     ULONGLONG later = 0;
     GetTickCount64Seam::fake = [&later] { return GetTickCount64Seam::real() + later; };
     WinHttpSendRequestSeam::fake = [&later](auto... arguments) {
         later += 10'000; // the duration of an exchange is not idle time
         return WinHttpSendRequestSeam::real(arguments...);
     };
-    WinHttpOpenSeam::calls = 0;
     for (const auto& [idle, sessions] : {std::pair(100'000, 1), std::pair(25'000, 1), std::pair(31'000, 2)}) {
         later += static_cast<ULONGLONG>(idle);
-        EXPECT_EQ(outcome(get(url("/status/200"))), "0/200/body of 200");
+        EXPECT_EQ(get("/status/200"), (Response{.status = 200, .body = "body of 200"}));
         EXPECT_EQ(WinHttpOpenSeam::calls, sessions) << idle;
     }
-    testing_support::restoreSeams();
 }
 
-TEST(Xferlib, ThreadsOpenOneSessionAtATime) {
+TEST_F(Xferlib, ThreadsOpenOneSessionAtATime) {
     std::atomic<int> inside = 0, most = 0;
     WinHttpOpenSeam::fake = [&](auto... arguments) {
         most = std::max(most.load(), ++inside);
@@ -175,40 +162,36 @@ TEST(Xferlib, ThreadsOpenOneSessionAtATime) {
     {
         std::vector<std::jthread> threads;
         for (int i = 1; i <= 4; ++i) // other proxies, so that each thread replaces the session
-            threads.emplace_back([i] { xferlib::fetch({.url = "", .proxyHost = "x", .proxyPort = i}); });
+            threads.emplace_back([i] { fetch({.url = "", .proxyHost = "x", .proxyPort = i}); });
     }
     EXPECT_EQ(WinHttpOpenSeam::calls, 4);
     EXPECT_EQ(most, 1);
-    testing_support::restoreSeams();
 }
 
-TEST(Xferlib, HostsCannotStoreCookies) {
+TEST_F(Xferlib, HostsCannotStoreCookies) {
     for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(outcome(get(url("/cookie"))), "0/200/None");
+        EXPECT_EQ(get("/cookie"), (Response{.status = 200, .body = "None"}));
 }
 
-TEST(Xferlib, RepeatsFailedExchangesOnly) {
-    Request request = get(url("/flaky"));
-    request.attempts = 2;
-    EXPECT_EQ(outcome(request), "0/200/");
+TEST_F(Xferlib, RepeatsFailedExchangesOnly) {
+    EXPECT_EQ(fetch({.url = url("/flaky"), .attempts = 2}), Response{.status = 200});
     WinHttpSendRequestSeam::restore();
-    request = get(url("/status/500"));
-    request.attempts = 3;
-    EXPECT_EQ(outcome(request), "0/500/body of 500");
+    EXPECT_EQ(fetch({.url = url("/status/500"), .attempts = 3}),
+              (Response{.status = 500, .body = "body of 500"}));
     EXPECT_EQ(WinHttpSendRequestSeam::calls, 1);
 }
 
-TEST(Xferlib, SendsCredentialsOncePerScheme) {
-    const auto tries = [] { return outcome(get(url("/tries"))); };
+TEST_F(Xferlib, SendsCredentialsOncePerScheme) {
     Request request = throughProxy("http://some.example/to/307/%2Fecho", "GUARDED");
     request.attempts = 2;
-    EXPECT_EQ(outcome(request), "56/407/") << "the proxy's page is not the host's reply";
+    const Response refused{.code = 56, .status = 407};
+    EXPECT_EQ(fetch(request), refused) << "the proxy's page is not the host's reply";
     static int run = 0; // a new password for each run: refusals are cached for a minute
     request.proxyUser = "user";
     request.proxyPassword = "wrong" + std::to_string(++run);
-    EXPECT_EQ(outcome(request), "56/407/");
-    EXPECT_EQ(outcome(request), "56/407/");
-    EXPECT_EQ(tries(), "0/200/Basic") << "a domain counts wrong passwords";
+    EXPECT_EQ(fetch(request), refused);
+    EXPECT_EQ(fetch(request), refused);
+    EXPECT_EQ(get("/tries"), (Response{.status = 200, .body = "Basic"})) << "a domain counts wrong passwords";
     request.proxyPassword = "pass:word";
     int pages = 0;
     WinHttpReadDataSeam::calls = 0;
@@ -216,48 +199,47 @@ TEST(Xferlib, SendsCredentialsOncePerScheme) {
         pages += WinHttpReadDataSeam::calls.exchange(0) >= 3; // two reads for a page and one for its end
         return WinHttpSendRequestSeam::real(arguments...);
     };
-    EXPECT_EQ(outcome(request), "0/200/GET some.example:80 /echo None ");
+    EXPECT_EQ(fetch(request), success({.host = "some.example:80"}));
     EXPECT_EQ(pages, 4 + 1) << "each 407 is read to its end before the next send";
-    EXPECT_EQ(tries(), "0/200/Basic Basic") << "once per request";
+    EXPECT_EQ(get("/tries"), (Response{.status = 200, .body = "Basic Basic"})) << "once per request";
     WinHttpSendRequestSeam::restore();
 
     request.proxyHost.clear();
     request.url = url("/challenge");
-    EXPECT_EQ(outcome(request), "56/407/") << "a host that requests the credentials";
+    EXPECT_EQ(fetch(request), refused) << "a host that requests the credentials";
     request.proxyHost = "127.0.0.1";
-    request.proxyPort = std::atoi(port("PLAIN").c_str());
-    for (const char* path : {"/echo", "/challenge", "/echo"}) { // the last one reuses the tunnel
-        request.url = std::string("https://secure.example") + path;
-        EXPECT_EQ(outcome(request).substr(0, 2), path[1] == 'e' ? "0/" : "56") << path;
+    request.proxyPort = port("PLAIN");
+    for (const std::string path : {"/echo", "/challenge", "/echo"}) { // the last one reuses the tunnel
+        request.url = "https://secure.example" + path;
+        EXPECT_EQ(fetch(request).code, path == "/challenge" ? 56 : 0) << path;
     }
-    EXPECT_EQ(tries(), "0/200/") << "hosts receive no credentials of the proxy";
+    EXPECT_EQ(get("/tries"), Response{.status = 200}) << "hosts receive no credentials of the proxy";
     request.proxyPassword = "\xFF";
-    EXPECT_EQ(outcome(request), "67/0/") << "not UTF-8";
+    EXPECT_EQ(fetch(request), Response{.code = 67}) << "not UTF-8";
 }
 
-TEST(Xferlib, SecureConnections) {
-    EXPECT_EQ(outcome(throughProxy("http://some.example/to/302/https%3A%2F%2Fsecure.example%2Fecho")),
-              "0/200/GET secure.example:443 /echo None ");
-    EXPECT_EQ(outcome(throughProxy("https://secure.example/to/302/http%3A%2F%2Fsome.example%2Fecho")),
-              "1/302/")
+TEST_F(Xferlib, SecureConnections) {
+    EXPECT_EQ(fetch(throughProxy("http://some.example/to/302/https%3A%2F%2Fsecure.example%2Fecho")),
+              success({.host = "secure.example:443"}));
+    EXPECT_EQ(fetch(throughProxy("https://secure.example/to/302/http%3A%2F%2Fsome.example%2Fecho")),
+              (Response{.code = 1, .status = 302}))
         << "no redirect from https to http";
     // Wine reports a rejected certificate as a failed handshake, Windows as the certificate's fault (60).
-    EXPECT_EQ(outcome(throughProxy("https://other.example/echo")), "35/0/") << "another host's certificate";
+    const Response rejected{.code = 35};
+    EXPECT_EQ(fetch(throughProxy("https://other.example/echo")), rejected) << "another host's certificate";
     for (const char* server : {"UNTRUSTED", "SELFSIGNED", "EXPIRED"})
-        EXPECT_EQ(outcome(throughProxy("https://secure.example/echo", server)), "35/0/") << server;
-    constexpr DWORD kFaults[] = {
-        ERROR_WINHTTP_SECURE_CERT_DATE_INVALID, ERROR_WINHTTP_SECURE_CERT_CN_INVALID,
-        ERROR_WINHTTP_SECURE_INVALID_CA,        ERROR_WINHTTP_SECURE_CERT_REV_FAILED,
-        ERROR_WINHTTP_SECURE_INVALID_CERT,      ERROR_WINHTTP_SECURE_CERT_REVOKED,
-        ERROR_WINHTTP_SECURE_FAILURE,           ERROR_WINHTTP_SECURE_CERT_WRONG_USAGE};
-    for (const DWORD fault : kFaults) {
+        EXPECT_EQ(fetch(throughProxy("https://secure.example/echo", server)), rejected) << server;
+    for (const auto fault : std::initializer_list<DWORD>{
+             ERROR_WINHTTP_SECURE_CERT_DATE_INVALID, ERROR_WINHTTP_SECURE_CERT_CN_INVALID,
+             ERROR_WINHTTP_SECURE_INVALID_CA, ERROR_WINHTTP_SECURE_CERT_REV_FAILED,
+             ERROR_WINHTTP_SECURE_INVALID_CERT, ERROR_WINHTTP_SECURE_CERT_REVOKED,
+             ERROR_WINHTTP_SECURE_FAILURE, ERROR_WINHTTP_SECURE_CERT_WRONG_USAGE}) {
         WinHttpSendRequestSeam::failWith(fault);
-        EXPECT_EQ(outcome(get("https://secure.example/")), "60/0/") << fault;
+        EXPECT_EQ(fetch({.url = "https://secure.example/"}), Response{.code = 60}) << fault;
     }
-    testing_support::restoreSeams();
 }
 
-TEST(Xferlib, AllowsNoTlsBefore12) {
+TEST_F(Xferlib, AllowsNoTlsBefore12) {
     for (const bool isOldWindows : {false, true}) {
         std::vector<DWORD> allowed;
         WinHttpSetOptionSeam::fake = [&](HINTERNET handle, DWORD option, void* value, DWORD size) {
@@ -267,12 +249,11 @@ TEST(Xferlib, AllowsNoTlsBefore12) {
             allowed.push_back(protocols);
             return isOldWindows && protocols != WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 ? FALSE : TRUE;
         };
-        xferlib::fetch({.url = "", .proxyHost = "x", .proxyPort = isOldWindows ? 6 : 5}); // a new session
+        fetch({.url = "", .proxyHost = "x", .proxyPort = isOldWindows ? 6 : 5}); // a new session
         const DWORD both = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 | WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_3;
         EXPECT_EQ(allowed, isOldWindows ? std::vector({both, DWORD{WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2}})
                                         : std::vector({both}));
     }
-    testing_support::restoreSeams();
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "zelsyshelper_load.hpp"
 
+#include "support/fields.h"
 #include "support/files.h"
+#include "support/servers.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -13,6 +15,11 @@
 
 namespace {
 
+struct Errors {
+    std::uint32_t errorCode = 0, errorStage = 0, httpStatus = 0;
+};
+ZELSYS_FIELDS(Errors, errorCode, errorStage, httpStatus)
+
 class Download : public testing::Test {
 protected:
     ~Download() override { stopDownloadFile(); }
@@ -22,15 +29,14 @@ protected:
                                  (L" http://some.example" + path + L"\t").c_str(), into.c_str());
     }
 
-    /// Returns "error/stage/status".
-    static std::string errors() {
-        std::uint32_t error = 77, stage = 77, status = 77;
-        EXPECT_EQ(getDownloadFileErrors(&error, &stage, &status), 0u);
-        return std::to_string(error) + "/" + std::to_string(stage) + "/" + std::to_string(status);
+    static Errors errors() {
+        Errors last{77, 77, 77};
+        EXPECT_EQ(getDownloadFileErrors(&last.errorCode, &last.errorStage, &last.httpStatus), 0u);
+        return last;
     }
 
     /// Blocks until the download has ended, and returns its errors.
-    static std::string finish() {
+    static Errors finish() {
         std::uint8_t completed = 0, started = 1;
         while (isDownloadFileCompleted(&completed) == 0 && completed == 0)
             Sleep(10);
@@ -41,12 +47,12 @@ protected:
         return errors();
     }
 
-    std::string run(const std::wstring& path, const std::wstring& into) const {
+    Errors run(const std::wstring& path, const std::wstring& into) const {
         EXPECT_EQ(start(path, into), 0u);
         return finish();
     }
 
-    const std::uint32_t port = static_cast<std::uint32_t>(std::atoi(std::getenv("PORT_PLAIN")));
+    const std::uint32_t port = testing_support::port("PLAIN");
     testing_support::TemporaryFolder folder;
     const std::wstring target = folder / L"made\\by the way";
 };
@@ -62,7 +68,7 @@ TEST_F(Download, QueriesFailWithoutADownload) {
     EXPECT_EQ(number + flag, 154u) << "the outputs are unchanged";
     stopDownloadFile();
     EXPECT_EQ(startDownloadFile(nullptr, 0, nullptr, nullptr, nullptr, nullptr), 0u);
-    EXPECT_EQ(errors(), "0/20/0");
+    EXPECT_EQ(errors(), Errors{.errorStage = 20});
     EXPECT_EQ(isDownloadFileCompleted(&flag), 0u);
     EXPECT_EQ(flag, 0);
     EXPECT_EQ(getDownloadFileProgress(nullptr) + isDownloadFileStarted(nullptr), 0u);
@@ -72,33 +78,33 @@ TEST_F(Download, QueriesFailWithoutADownload) {
 TEST_F(Download, SuccessiveDownloadsWithoutAStop) {
     const struct {
         std::wstring path;
-        const char* errors;
+        Errors errors;
         std::wstring file;
         std::size_t size;
     } cases[] = {
-        {L"/file/30000000/big.bin", "0/0/200", L"big.bin", 30'000'000},
-        {L"/file/1000/big.bin", "0/0/200", L"big.bin", 1000}, // overwrites the existing file
-        {L"/file/7/a%20b \u00E9.bin", "0/0/200", L"a%20b \u00E9.bin", 7},
-        {L"/status/404", "0/0/404", L"404", 11},
-        {L"/nolength/n", "0/60/203", L"n", 0},
-        {L"/short/s", "0/14121/200", L"s", 5},
-        {L"/close/c", "12152/14114/0", L"c", 0},
-        {L"/file/7/a?b", "123/70/0", L"a", 0},
-        {L"/file/7/NUL", "123/70/0", L"NUL", 0},
-        {L"/file/7/CON", "123/70/0", L"CON", 0},
-        {L"/file/7/", "87/70/0", L"", 0},
+        {L"/file/30000000/big.bin", {.httpStatus = 200}, L"big.bin", 30'000'000},
+        {L"/file/1000/big.bin", {.httpStatus = 200}, L"big.bin", 1000}, // overwrites the existing file
+        {L"/file/7/a%20b \u00E9.bin", {.httpStatus = 200}, L"a%20b \u00E9.bin", 7},
+        {L"/status/404", {.httpStatus = 404}, L"404", 11},
+        {L"/nolength/n", {.errorStage = 60, .httpStatus = 203}, L"n", 0},
+        {L"/short/s", {.errorStage = 14121, .httpStatus = 200}, L"s", 5},
+        {L"/close/c", {.errorCode = 12152, .errorStage = 14114}, L"c", 0},
+        {L"/file/7/a?b", {.errorCode = 123, .errorStage = 70}, L"a", 0},
+        {L"/file/7/NUL", {.errorCode = 123, .errorStage = 70}, L"NUL", 0},
+        {L"/file/7/CON", {.errorCode = 123, .errorStage = 70}, L"CON", 0},
+        {L"/file/7/", {.errorCode = 87, .errorStage = 70}, L"", 0},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(run(c.path, target), c.errors);
+        EXPECT_EQ(run(c.path, target), c.errors) << testing::PrintToString(c.path);
         const std::string bytes = testing_support::readBytes(target + L"\\" + c.file);
-        ASSERT_EQ(bytes.size(), c.size) << c.errors;
+        ASSERT_EQ(bytes.size(), c.size) << testing::PrintToString(c.path);
         for (std::size_t i = 0; c.path.starts_with(L"/file") && i < bytes.size(); ++i)
             ASSERT_EQ(static_cast<unsigned char>(bytes[i]), i % 251);
     }
     EXPECT_EQ(startDownloadFile(nullptr, 0, nullptr, nullptr, L"", nullptr), 0u);
-    EXPECT_EQ(finish(), "12006/14102/0");
+    EXPECT_EQ(finish(), (Errors{.errorCode = 12006, .errorStage = 14102}));
 
-    EXPECT_EQ(run(L"/file/7/default.bin", L" "), "0/0/200");
+    EXPECT_EQ(run(L"/file/7/default.bin", L" "), Errors{.httpStatus = 200});
     const std::wstring path = std::wstring(_wgetenv(L"APPDATA")) + L"\\Quenlith\\default.bin";
     EXPECT_EQ(testing_support::readBytes(path).size(), 7u) << "an empty folder means the settings folder";
     DeleteFileW(path.c_str());
@@ -107,7 +113,7 @@ TEST_F(Download, SuccessiveDownloadsWithoutAStop) {
 TEST_F(Download, SecondStartIsRefusedWhileOneRuns) {
     EXPECT_EQ(start(L"/trickle/t", target), 0u);
     EXPECT_EQ(start(L"/file/7/f", target), 0u);
-    EXPECT_EQ(errors(), "0/10/0");
+    EXPECT_EQ(errors(), Errors{.errorStage = 10});
     std::uint32_t percent = 0, seconds = 0;
     while (percent < 5 || seconds < 1) {
         ASSERT_EQ(getDownloadFileProgress(&percent) + getDownloadElapsedTimeInSeconds(&seconds), 0u);
@@ -116,7 +122,7 @@ TEST_F(Download, SecondStartIsRefusedWhileOneRuns) {
     EXPECT_LT(percent, 100u);
     stopDownloadFile();
     EXPECT_EQ(getDownloadFileProgress(&percent), 1805u);
-    EXPECT_EQ(run(L"/file/7/f", target), "0/0/200");
+    EXPECT_EQ(run(L"/file/7/f", target), Errors{.httpStatus = 200});
 }
 
 /// An application may load the library for one download only.

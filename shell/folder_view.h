@@ -12,8 +12,8 @@ struct TSortOption {
 
 struct TFolderViewOptions {
     std::uint32_t viewCode = 0; ///< See view_tables.h; 0 for none.
-    TSortOption sort;
-    TSortOption group; ///< Assigning ignores its direction and uses that of `sort`.
+    TSortOption sort{};
+    TSortOption group{}; ///< Assigning ignores its direction and uses that of `sort`.
 };
 
 inline constexpr std::uint32_t kStatusNoWindow = 1000;

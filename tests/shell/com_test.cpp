@@ -7,6 +7,7 @@
 #include "shell/folder_view.h"
 #include "shell/path_identity.h"
 #include "shell/shell_link.h"
+#include "support/fields.h"
 #include "support/files.h"
 #include "support/seam.h"
 #include "win32/owner.h"
@@ -67,21 +68,17 @@ std::size_t windowOf(const void* object) {
     return static_cast<const Object*>(object)->window;
 }
 
-template <class... Words>
-std::string joined(const Words&... words) {
-    std::ostringstream line;
-    const char* separator = "";
-    ((line << std::exchange(separator, " ") << words), ...);
-    return line.str();
-}
-
-/// Records a call with its arguments.
+/// Records a call as "name(argument, argument);".
 template <class... Words>
 HRESULT called(std::string_view call, const Words&... words) {
-    world.calls += joined(call, words...) + ";";
+    std::ostringstream line;
+    [[maybe_unused]] const char* separator = "";
+    ((line << std::exchange(separator, ", ") << words), ...);
+    world.calls += std::string(call) + "(" + line.str() + ");";
     return call == world.broken ? world.failure : S_OK;
 }
 
+/// Returns the first byte of the key's format and its property.
 std::string text(const PROPERTYKEY& key) {
     return key.fmtid.Data1 == 0 ? "none"
                                 : std::to_string(key.fmtid.Data1 >> 24) + "/" + std::to_string(key.pid);
@@ -89,6 +86,12 @@ std::string text(const PROPERTYKEY& key) {
 
 std::string text(const wchar_t* wide) {
     return std::filesystem::path(wide).string();
+}
+
+template <class Value>
+HRESULT store(Value* out, auto value) {
+    *out = static_cast<Value>(value);
+    return S_OK;
 }
 
 HRESULT query(const void* self, REFIID wanted, void** out) {
@@ -147,10 +150,7 @@ void makeTables() {
 
     auto& oldView = make<IFolderViewVtbl>("view");
     oldView.GetFolder = [](auto* self, REFIID, void** out) { return give("folder", windowOf(self), out); };
-    oldView.GetCurrentViewMode = [](auto*, UINT* mode) {
-        *mode = static_cast<UINT>(world.mode);
-        return S_OK;
-    };
+    oldView.GetCurrentViewMode = [](auto*, UINT* mode) { return store(mode, world.mode); };
     oldView.SetCurrentViewMode = [](auto*, UINT mode) { return called("old mode", mode); };
 
     make<IPersistFolder2Vtbl>("folder").GetCurFolder = [](auto* self, PIDLIST_ABSOLUTE* out) {
@@ -161,19 +161,14 @@ void makeTables() {
     auto& newView = make<IFolderView2Vtbl>("view2");
     newView.GetSortColumns = [](auto*, SORTCOLUMN* columns, int size) {
         EXPECT_EQ(size, 1);
-        *columns = world.sort;
-        return S_OK;
+        return store(columns, world.sort);
     };
     newView.GetGroupBy = [](auto*, PROPERTYKEY* key, BOOL* isAscending) {
         EXPECT_EQ(*isAscending, TRUE);
-        *key = world.group;
         *isAscending = world.groupAscending;
-        return S_OK;
+        return store(key, world.group);
     };
-    newView.GetViewModeAndIconSize = [](auto*, FOLDERVIEWMODE* mode, int*) {
-        *mode = static_cast<FOLDERVIEWMODE>(world.mode);
-        return S_OK;
-    };
+    newView.GetViewModeAndIconSize = [](auto*, FOLDERVIEWMODE* out, int*) { return store(out, world.mode); };
     newView.SetSortColumns = [](auto*, const SORTCOLUMN* columns, int) {
         return called("sort", text(columns->propkey), columns->direction);
     };
@@ -220,112 +215,126 @@ protected:
     DWORD cookies[2] = {};
 };
 
-/// Returns the options that the windows of a folder report, as one text.
-std::string retrieved(const std::wstring& folder) {
+struct View {
+    std::uint32_t viewCode = 0, sortCode = 0, groupCode = 0;
+    bool sortAscending = true, groupAscending = true;
+    std::uint32_t error = 0, status = 0;
+};
+ZELSYS_FIELDS(View, viewCode, sortCode, groupCode, sortAscending, groupAscending, error, status)
+
+View retrieve(const std::wstring& folder) {
     shell::TFolderViewOptions options;
     const auto [error, status] = shell::retrieveFolderView(folder, options);
-    const auto option = [](auto& o) { return std::to_string(o.code) + (o.isAscending ? "+" : "-"); };
-    return joined(options.viewCode, option(options.sort), option(options.group), error, status);
+    const auto& [viewCode, sort, group] = options;
+    return {viewCode, sort.code, group.code, sort.isAscending, group.isAscending, error, status};
 }
 
 constexpr GUID kStorage{0xB725F130, 0x47EF, 0x101A, {0xA5, 0xF1, 0x02, 0x60, 0x8C, 0x9E, 0xEB, 0xAC}};
 
 TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
-    EXPECT_EQ(retrieved(L"C:/"), "0 0+ 0+ 0 1000") << "no window is open";
-    EXPECT_EQ(world.calls, "open C:\\;count;");
+    EXPECT_EQ(retrieve(L"C:/"), View{.status = 1000}) << "no window is open";
+    EXPECT_EQ(world.calls, "open(C:\\);count();");
     world.windows = {L"C:\\windows", L"C:\\users"};
-    EXPECT_EQ(retrieved(L"C:\\"), "0 0+ 0+ 0 0");
+    EXPECT_EQ(retrieve(L"C:\\"), View{});
     world.sort = {{kStorage, 10}, SORT_ASCENDING};
     world.group = {kStorage, 4};
-    const std::pair<int, std::string> modes[] = {{0, "0"}, {1, "1"}, {6, "7"}, {7, "6"}, {8, "8"}, {9, "0"}};
-    for (const auto& [mode, code] : modes) {
+    const std::pair<int, std::uint32_t> modes[] = {{0, 0}, {1, 1}, {6, 7}, {7, 6}, {8, 8}, {9, 0}};
+    for (const auto& [mode, viewCode] : modes) {
         world.mode = mode;
-        EXPECT_EQ(retrieved(L"c:/WINDOWS"), code + " 10- 21+ 0 0");
+        const View expected{.viewCode = viewCode, .sortCode = 10, .groupCode = 21, .sortAscending = false};
+        EXPECT_EQ(retrieve(L"c:/WINDOWS"), expected) << "mode " << mode;
     }
     world.sort = {{}, SORT_DESCENDING};
     world.group = {kStorage, 5};
     world.groupAscending = -1;
-    EXPECT_EQ(retrieved(L"C:\\users"), "0 1- 0- 0 0");
+    EXPECT_EQ(retrieve(L"C:\\users"), (View{.sortCode = 1, .sortAscending = false, .groupAscending = false}));
     world.broken = "view2";
     world.mode = 4;
-    EXPECT_EQ(retrieved(L"C:\\users"), "4 0+ 0+ 0 0");
+    EXPECT_EQ(retrieve(L"C:\\users"), View{.viewCode = 4});
     for (const HRESULT failure : {E_FAIL, S_OK})
         for (const char* part : {"item", "app", "services", "browser", "shellView", "view", "folder"}) {
             world.broken = part;
             world.failure = failure;
-            EXPECT_EQ(retrieved(L"C:\\users"), "0 0+ 0+ 0 0") << "the window is skipped: " << part;
+            EXPECT_EQ(retrieve(L"C:\\users"), View{}) << "the window is skipped: " << part;
         }
     CoTaskMemFreeSeam::calls = 0;
     world.broken = "list";
-    EXPECT_EQ(retrieved(L"C:\\users"), "0 0+ 0+ 0 0");
+    EXPECT_EQ(retrieve(L"C:\\users"), View{});
     const int freed = CoTaskMemFreeSeam::count();
     world.broken = {};
-    retrieved(L"C:\\users");
+    retrieve(L"C:\\users");
     EXPECT_EQ(CoTaskMemFreeSeam::count(), 2 * freed + 2) << "the item lists of both windows";
 }
 
 TEST_F(Com, RetrieveReportsErrors) {
-    EXPECT_EQ(retrieved(L""), "0 0+ 0+ 87 0");
-    EXPECT_EQ(retrieved(L"C:\\no such folder"), "0 0+ 0+ 87 0");
+    EXPECT_EQ(retrieve(L""), View{.error = 87});
+    EXPECT_EQ(retrieve(L"C:\\no such folder"), View{.error = 87});
     world.failure = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
     for (const char* part : {"windows", "count"}) {
         world.broken = part;
-        EXPECT_EQ(retrieved(L"C:\\"), "0 0+ 0+ 5 0");
+        EXPECT_EQ(retrieve(L"C:\\"), View{.error = 5});
     }
     world.broken = "windows";
     world.failure = S_OK;
-    EXPECT_EQ(retrieved(L"C:\\"), "0 0+ 0+ 16387 0") << "no object";
+    EXPECT_EQ(retrieve(L"C:\\"), View{.error = 16387}) << "no object";
 }
 
 TEST_F(Com, AssignSetsAllWindowsOfTheFolder) {
-    const auto assign = [](std::uint32_t viewCode, shell::TSortOption sort, std::uint32_t group) {
+    const auto assign = [](const shell::TFolderViewOptions& options) {
         world.calls.clear();
-        const auto [error, status] = shell::assignFolderView(L"C:\\windows", {viewCode, sort, {group, true}});
+        const auto [error, status] = shell::assignFolderView(L"C:\\windows", options);
         EXPECT_EQ(error + status, 0u);
-        return world.calls.substr(world.calls.find("list;"));
+        return world.calls.substr(world.calls.find("list();"));
     };
     world.windows = {L"C:\\windows"};
-    EXPECT_EQ(assign(6, {10, false}, 21), "list;sort 183/10 -1;group 183/4 0;mode 7 256;save;refresh;");
-    EXPECT_EQ(assign(0, {0, true}, 40), "list;group 201/6 1;save;refresh;");
-    EXPECT_EQ(assign(9, {1, true}, 11), "list;sort none 1;save;refresh;");
-    const std::string modes[] = {"1 48", "2 16", "3 -1", "4 -1", "5 128", "7 256", "6 -1", "8 -1"};
+    EXPECT_EQ(assign({.viewCode = 6, .sort = {10, false}, .group = {21}}),
+              "list();sort(183/10, -1);group(183/4, 0);mode(7, 256);save();refresh();");
+    EXPECT_EQ(assign({.group = {40}}), "list();group(201/6, 1);save();refresh();");
+    EXPECT_EQ(assign({.viewCode = 9, .sort = {1}, .group = {11}}), "list();sort(none, 1);save();refresh();");
+    const std::string modes[] = {"mode(1, 48)",  "mode(2, 16)",  "mode(3, -1)", "mode(4, -1)",
+                                 "mode(5, 128)", "mode(7, 256)", "mode(6, -1)", "mode(8, -1)"};
     for (std::uint32_t code = 1; code <= 8; ++code)
-        EXPECT_EQ(assign(code, {}, 0), "list;mode " + modes[code - 1] + ";save;refresh;");
+        EXPECT_EQ(assign({.viewCode = code}), "list();" + modes[code - 1] + ";save();refresh();");
     world.broken = "mode";
-    EXPECT_EQ(assign(7, {}, 0), "list;mode 6 -1;old mode 6;save;refresh;");
+    EXPECT_EQ(assign({.viewCode = 7}), "list();mode(6, -1);old mode(6);save();refresh();");
     world.broken = "view2";
-    EXPECT_EQ(assign(6, {10, true}, 10), "list;old mode 7;save;refresh;");
+    EXPECT_EQ(assign({.viewCode = 6, .sort = {10}, .group = {10}}), "list();old mode(7);save();refresh();");
     world.windows.push_back(world.windows[0]);
-    EXPECT_EQ(assign(3, {}, 0), "list;old mode 3;save;refresh;list;old mode 3;save;refresh;");
+    const std::string window = "list();old mode(3);save();refresh();";
+    EXPECT_EQ(assign({.viewCode = 3}), window + window);
 }
 
-std::string linked(const std::wstring& target, const std::wstring& path, const wchar_t* description) {
-    const auto [error, step] = shell::createLink(
-        target, path, description != nullptr ? std::optional<std::wstring>(description) : std::nullopt);
-    return joined(error, static_cast<int>(step));
+struct Link {
+    std::uint32_t error = 0, failedStep = 0;
+};
+ZELSYS_FIELDS(Link, error, failedStep)
+
+Link linked(const std::wstring& target, const std::wstring& path, std::optional<std::wstring> description) {
+    const auto [error, failedStep] = shell::createLink(target, path, description);
+    return {error, static_cast<std::uint32_t>(failedStep)};
 }
 
 TEST_F(Com, LinkSteps) {
-    EXPECT_EQ(linked(L"", L"", nullptr), "87 1");
-    EXPECT_EQ(linked(L" \t\x3000", L"x.lnk", nullptr), "87 1");
-    EXPECT_EQ(linked(L"x", L" \n ", nullptr), "87 2");
-    EXPECT_EQ(linked(L" C:\\a b\t", L"\r\n C:\\x y.lnk ", nullptr), "0 0");
-    EXPECT_EQ(world.calls, "path C:\\a b;save C:\\x y.lnk 1;");
+    EXPECT_EQ(linked(L"", L"", {}), (Link{.error = 87, .failedStep = 1}));
+    EXPECT_EQ(linked(L" \t\x3000", L"x.lnk", {}), (Link{.error = 87, .failedStep = 1}));
+    EXPECT_EQ(linked(L"x", L" \n ", {}), (Link{.error = 87, .failedStep = 2}));
+    EXPECT_EQ(linked(L" C:\\a b\t", L"\r\n C:\\x y.lnk ", {}), Link{});
+    EXPECT_EQ(world.calls, "path(C:\\a b);save(C:\\x y.lnk, 1);");
     world.calls.clear();
-    EXPECT_EQ(linked(L"a", L"b", L" d "), "0 0");
-    EXPECT_EQ(world.calls, "path a;description  d ;save b 1;");
-    const std::pair<const char*, std::string> steps[] = {
-        {"link", "21"}, {"path", "22"}, {"description", "23"}, {"file", "24"}, {"save", "25"}};
+    EXPECT_EQ(linked(L"a", L"b", L" d "), Link{});
+    EXPECT_EQ(world.calls, "path(a);description( d );save(b, 1);");
+    const std::pair<const char*, std::uint32_t> steps[] = {
+        {"link", 21}, {"path", 22}, {"description", 23}, {"file", 24}, {"save", 25}};
     world.failure = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
     for (const auto& [part, step] : steps) {
         world.broken = part;
-        EXPECT_EQ(linked(L"a", L"b", L""), "112 " + step);
+        EXPECT_EQ(linked(L"a", L"b", L""), (Link{.error = 112, .failedStep = step}));
     }
     world.failure = S_OK;
     world.broken = "link";
-    EXPECT_EQ(linked(L"a", L"b", L""), "16387 21") << "no object";
+    EXPECT_EQ(linked(L"a", L"b", L""), (Link{.error = 16387, .failedStep = 21})) << "no object";
     world.broken = "file";
-    EXPECT_EQ(linked(L"a", L"b", L""), "16387 24") << "no object";
+    EXPECT_EQ(linked(L"a", L"b", L""), (Link{.error = 16387, .failedStep = 24})) << "no object";
 }
 
 TEST_F(Com, FailuresOutsideCom) {

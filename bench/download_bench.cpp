@@ -7,6 +7,7 @@
 #include "zelsyshelper.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include <windows.h>
 

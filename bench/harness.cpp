@@ -94,9 +94,8 @@ std::vector<Lane> lanesOf(const Path& path) {
 /// Runs the contenders in random order: each leaves work to the system, which slows the next one.
 void runRound(const Path& path, std::vector<Lane>& lanes) {
     static std::mt19937 random;
-    std::vector<Lane*> order;
-    for (Lane& lane : lanes)
-        order.push_back(&lane);
+    std::vector<Lane*> order(lanes.size());
+    std::ranges::transform(lanes, order.begin(), [](Lane& lane) { return &lane; });
     std::ranges::shuffle(order, random);
     for (Lane* lane : order)
         require(lane->runBatch(), path.name + ": " + lane->contender->name + " failed");

@@ -45,22 +45,8 @@ class Project(unittest.TestCase):
             with self.subTest(compiler=compiler, language=language, path=path.name):
                 source = f'#include "{path}"\n#ifdef min\n#error min\n#endif\n'
                 source += "#include <winsock2.h>\n" if path == loader else ""
-                subprocess.run(
-                    [
-                        compiler,
-                        "-x",
-                        *language.split(),
-                        "-fsyntax-only",
-                        "-Wall",
-                        "-Wextra",
-                        "-Wpedantic",
-                        "-Werror",
-                        "-",
-                    ],
-                    input=source,
-                    text=True,
-                    check=True,
-                )
+                options = f"-x {language} -fsyntax-only -Wall -Wextra -Wpedantic -Werror -".split()
+                subprocess.run([compiler, *options], input=source, text=True, check=True)
 
     def test_dependency_diagram_matches_the_build(self):
         drawn = {}

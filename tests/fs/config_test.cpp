@@ -310,6 +310,49 @@ TEST_F(Config, MethodsOfOneStoreRunOneAtATime) {
                                     }});
 }
 
+/// A load locks twice: for the path, and for the values once it has read the file.
+template <class Store>
+void expectLoadWaitsForSave(const std::wstring& path) {
+    writeBytes(path, "a=1\n");
+    Store store(path);
+    store.setValue("b", "2");
+    std::atomic<DWORD> loaderId = 0;
+    std::atomic<bool> isReading = false, isSaving = false, mayEnd = false, hasLoaded = false;
+    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED); // otherwise the save waits for the lock on the file
+    ReadFileSeam::fake = [&](auto... arguments) {
+        while (GetCurrentThreadId() == loaderId && !isSaving) {
+            isReading = true;
+            SleepSeam::real(1);
+        }
+        return ReadFileSeam::real(arguments...);
+    };
+    WriteFileSeam::fake = [&](auto... arguments) {
+        isSaving = true;
+        while (!mayEnd)
+            SleepSeam::real(1);
+        return WriteFileSeam::real(arguments...);
+    };
+    const std::jthread loader([&] {
+        loaderId = GetCurrentThreadId();
+        store.load();
+        hasLoaded = true;
+    });
+    while (!isReading)
+        SwitchToThread();
+    const std::jthread saver([&] { store.save(); });
+    while (!isSaving)
+        SwitchToThread();
+    SleepSeam::real(30);
+    EXPECT_FALSE(hasLoaded);
+    mayEnd = true;
+}
+
+TEST_F(Config, LoadWaitsForASaveAfterItHasReadTheFile) {
+    expectLoadWaitsForSave<fs::CConfig>(path);
+    testing_support::restoreSeams();
+    expectLoadWaitsForSave<fs::FxConfig>(path);
+}
+
 TEST_F(Config, ReadFailure) {
     writeBytes(path, "a=1\n");
     fs::CConfig config(path);

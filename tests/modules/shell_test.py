@@ -95,19 +95,8 @@ class Shell(unittest.TestCase):
         self.assertEqual(self.copy(), ["error RemoveDirectory: 145"] * 3 + ["error copy: 1921"] * 2)
         self.assertEqual(self.names(self.folder / "outside"), ["deep", "deep/keep", "keep"])
         self.assertEqual(
-            [name for name in self.names(self.destination) if name[0] == "a"],
-            [
-                "a",
-                "a/file",
-                "a/out",
-                "a/out/deep",
-                "a/out/deep/keep",
-                "a/out/keep",
-                "a/z",
-                "a/z/file",
-                "a/z/round",
-                "a/z/up",
-            ],
+            " ".join(name for name in self.names(self.destination) if name[0] == "a"),
+            "a a/file a/out a/out/deep a/out/deep/keep a/out/keep a/z a/z/file a/z/round a/z/up",
         )
         link = self.folder / "link"
         link.symlink_to(self.folder / "outside")

@@ -140,7 +140,7 @@ def sweep(folder, pem):
     problems = "\n".join(line for line in result.stdout.splitlines() if line.startswith("problem"))
     promise(result.returncode == 0 and swept, f"the sweep exited with {result.returncode}:\n{problems}")
     if swept:
-        row("sweep: exports, calls that failed, different functions", ", ".join(swept.groups()))
+        row("sweep: cases, calls that failed, different functions", ", ".join(swept.groups()))
 
 
 def value_of(number):
@@ -433,17 +433,8 @@ def write_document():
 
 
 def main():
-    parts = [
-        sweep,
-        storm,
-        eight_processes,
-        chaotic_events,
-        kill_save,
-        kill_switches,
-        kill_download,
-        kill_hand_over,
-        kill_served,
-    ]
+    kills = [kill_save, kill_switches, kill_download, kill_hand_over, kill_served]
+    parts = [sweep, storm, eight_processes, chaotic_events, *kills]
     wanted = [argument for argument in sys.argv[1:] if argument not in ("--short", "--write")]
     writes = "--write" in sys.argv
     if not set(wanted) <= {part.__name__ for part in parts} or (writes and wanted):

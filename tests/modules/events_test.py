@@ -81,8 +81,8 @@ class Events(unittest.TestCase):
     def test_values_arrive_unchanged_and_are_logged(self):
         info = 'C:\\Media "A&B" 50% + größer 音楽\n'
         options = (
-            "--name install_done --source s --info-type t --app-id 02 --version 4.1 --adv-type a --camp-type c "
-            "--inst-type it --inst-ref ir --inst-channel ic --guid g --build b"
+            "--name install_done --source s --info-type t --app-id 02 --version 4.1 --adv-type a "
+            "--camp-type c --inst-type it --inst-ref ir --inst-channel ic --guid g --build b"
         )
         test_host = os.environ | {"SET_TEST_STAT_HOST": "1"}
         self.send(*options.split(), "--info", info, env=test_host)

@@ -138,6 +138,7 @@ bool runOnce(Lane& lane) {
 
 double typical(const Lane& lane, double Use::*field) {
     std::vector<double> values;
+    values.reserve(lane.uses.size());
     for (const Use& use : lane.uses)
         values.push_back(use.*field);
     return bench::median(values);
@@ -145,6 +146,7 @@ double typical(const Lane& lane, double Use::*field) {
 
 bench::Spread ratio(const Lane& lane, const Lane& other, double Use::*field) {
     std::vector<double> ratios;
+    ratios.reserve(lane.uses.size());
     for (std::size_t i = 0; i < lane.uses.size(); ++i)
         ratios.push_back(lane.uses[i].*field / std::max(other.uses[i].*field, 1e-3));
     return bench::spread(ratios);

@@ -85,6 +85,7 @@ bool postEachOnItsOwnSession() {
 bool onThreads(std::size_t count, bool (*run)()) {
     std::atomic<bool> isGood = true;
     std::vector<std::thread> threads;
+    threads.reserve(count);
     for (std::size_t i = 0; i < count; ++i)
         threads.emplace_back([&] {
             if (!run())

@@ -45,6 +45,7 @@ struct Lane {
 
 Spread ratio(const Lane& ours, const Lane& other) {
     std::vector<double> ratios;
+    ratios.reserve(ours.times.size());
     for (std::size_t i = 0; i < ours.times.size(); ++i)
         ratios.push_back(ours.times[i] / other.times[i]);
     return spread(ratios);

@@ -183,6 +183,15 @@ def first_failure(pattern):
     return "" if good else (failed or ["ctest"])[0]
 
 
+def fuzz(names):
+    return run(["scripts/fuzz.sh", "10", *names], 600)[1]
+
+
+def soak():
+    parts = ["sweep", "eight_processes", "kill_hand_over"]
+    return run([sys.executable, "tests/soak/soak.py", "--short", *parts], 900)[1]
+
+
 def noticed_by(fault):
     """Returns the program that notices the fault in the copy, "" if none does, None if it cannot compile."""
     names = PROGRAMS[fault.path.split("/")[0]].split("|")
@@ -193,18 +202,13 @@ def noticed_by(fault):
     if name := first_failure(["-R", own]):
         return name
     fuzzers = [name for prefix, names in FUZZERS.items() if fault.path.startswith(prefix) for name in names]
-    if fuzzers:
-        output, good = run(["bash", "-c", "scripts/fuzz.sh 10 " + " ".join(fuzzers)], 600)
-        if not good:
-            return "fuzzers"
+    if fuzzers and not fuzz(fuzzers):
+        return "fuzzers"
     if not run([*BUILD, "all"], 900)[1]:
         return None
     if name := first_failure(["-E", f"{own}|^(project|package|demo)_test$"]):
         return name
-    output, good = run(
-        [sys.executable, "tests/soak/soak.py", "--short", "sweep", "eight_processes", "kill_hand_over"], 900
-    )
-    return "" if good else "soak"
+    return "" if soak() else "soak"
 
 
 def try_fault(fault):
@@ -233,8 +237,10 @@ def main():
 
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # so that the fault is taken out
     prepare()
-    if name := first_failure(["-E", "^(project|package|demo)_test$"]):
-        raise SystemExit(f"mutate: {name} fails without a fault")
+    # Whatever fails without a fault would seem to notice each fault.
+    name = first_failure(["-E", "^(project|package|demo)_test$"])
+    if name or not fuzz(sorted({name for names in FUZZERS.values() for name in names})) or not soak():
+        raise SystemExit(f"mutate: {name or 'a fuzzer or the soak'} fails without a fault")
     equivalent = {
         line.split("  #")[0].strip() for line in EQUIVALENT.read_text(encoding="utf-8").splitlines()
     }

@@ -104,7 +104,7 @@ def draw_ratios(rows, path):
     axes.axvline(1, color="tab:red", linewidth=1)
     axes.set(
         xscale="log",
-        xlabel="our time / time of the limit (blue) or of the best alternative (gray); "
-        "the line is the spread of the rounds",
+        xlabel="our time / time of the limit (blue) or of the best alternative (gray)\n"
+        "The black line is the spread of the rounds.",
     )
     save(figure, path)

@@ -60,8 +60,9 @@ int get(const Library& library, const Property& property) {
                         {.text = L"the value is longer than " + std::to_wstring(kLargestValue - 2) +
                                  L" characters, or is not valid UTF-8",
                          .advice = L"try \"property read\""});
-        field("value", buffer.c_str());
-        print(buffer.c_str());
+        const wchar_t* const value = buffer.c_str(); // up to its null character
+        field("value", value);
+        print(value);
     }
     return explain(status, L"Cannot read " + property.named());
 }

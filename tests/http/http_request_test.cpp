@@ -255,6 +255,13 @@ TEST(OutputFile, AppendsAndReportsFailures) {
     WriteFileSeam::failWith(ERROR_DISK_FULL);
     EXPECT_EQ(file.Write("x", 1), 0u);
     EXPECT_EQ(file.GetLastError(), 112u);
+    WriteFileSeam::calls = 0;
+    WriteFileSeam::fake = [](HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
+        *written = 0;
+        return WriteFileSeam::calls < 100;
+    };
+    EXPECT_EQ(file.Write("x", 1), 0u);
+    EXPECT_EQ(file.GetLastError(), 29u) << "a success without a byte must not be repeated indefinitely";
     SetFilePointerSeam::fake = [](auto...) { return SetLastError(ERROR_SEEK), INVALID_SET_FILE_POINTER; };
     EXPECT_EQ(file.Write("x", 1), 0u);
     EXPECT_EQ(file.GetLastError(), 25u);

@@ -135,10 +135,15 @@ TEST(BaseThread, RefusesAStartDuringARun) {
         std::atomic<std::uint32_t> sum = 0;
     } work;
     win32::CBaseThread<100> launcher;
-    std::atomic<int> sets = 0, ended = 0;
+    std::atomic<int> sets = 0, begun = 0, ended = 0;
     SetEventSeam::fake = [&, starter = GetCurrentThreadId()](HANDLE event) {
+        const bool isWorker = GetCurrentThreadId() != starter, isBegin = isWorker && sets++ % 2 == 0;
+        if (isBegin) {
+            Sleep(20);
+            ++begun;
+        }
         const BOOL result = SetEventSeam::real(event);
-        if (GetCurrentThreadId() != starter && ++sets % 2 == 0) { // the last action of the thread
+        if (isWorker && !isBegin) { // the last action of the thread
             Sleep(50);
             ++ended;
         }
@@ -151,6 +156,7 @@ TEST(BaseThread, RefusesAStartDuringARun) {
     _beginthreadexSeam::restore();
     for (std::uint32_t run = 1; run <= 2; ++run) {
         EXPECT_EQ(launcher.Start(), 0u);
+        EXPECT_EQ(begun, static_cast<int>(run)) << "waits until the thread runs";
         EXPECT_EQ(ended, static_cast<int>(run) - 1) << "waits until the previous thread has ended";
         EXPECT_EQ(launcher.Start(), 170u);
         EXPECT_FALSE(launcher.isFinished() || launcher.wait(10));

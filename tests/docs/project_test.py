@@ -35,12 +35,8 @@ def targets():
 class Project(unittest.TestCase):
     def test_headers_are_self_contained(self):
         header, loader = ROOT / "include/zelsyshelper.h", ROOT / "include/zelsyshelper_load.hpp"
-        gnu = "x86_64-w64-mingw32-gcc-posix"
-        cases = [
-            (compiler, language, header)
-            for compiler in ("gcc", "clang", gnu)
-            for language in ("c -std=c99", "c++ -std=c++11")
-        ]
+        gnu, languages = "x86_64-w64-mingw32-gcc-posix", ("c -std=c99", "c++ -std=c++11")
+        cases = [(compiler, language, header) for compiler in ("gcc", "clang", gnu) for language in languages]
         for compiler, language, path in cases + [(gnu, "c++ -std=c++11", loader)]:
             with self.subTest(compiler=compiler, language=language, path=path.name):
                 source = f'#include "{path}"\n#ifdef min\n#error min\n#endif\n'

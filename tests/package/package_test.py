@@ -116,9 +116,9 @@ class Package(unittest.TestCase):
 
     def test_programs_are_signed_on_request(self):
         (self.folder / "passphrase").write_text("of the key\n")
-        options = "req -x509 -newkey rsa:2048 -passout file:passphrase -subj /CN=test -keyout key.pem"
-        extension = ["-addext", "extendedKeyUsage=codeSigning", "-out", "certificate.pem"]
-        run("openssl", *options.split(), *extension, cwd=self.folder)
+        key = "-newkey rsa:2048 -passout file:passphrase -keyout key.pem".split()
+        options = "-x509 -subj /CN=test -addext extendedKeyUsage=codeSigning -out certificate.pem".split()
+        run("openssl", "req", *key, *options, cwd=self.folder)
         before = (ROOT / "build/bin/zelsyshelper.dll").read_bytes()
         root = self.unpacked(
             package(

@@ -26,7 +26,7 @@ MOST_BARS = 12  # times the limit; longer bars are cut
 
 
 def save(figure, path):
-    figure.savefig(path, metadata={"Date": None}, bbox_inches="tight")
+    figure.savefig(path, metadata=dict.fromkeys(("Creator", "Date", "Format", "Type")), bbox_inches="tight")
     pyplot.close(figure)
 
 

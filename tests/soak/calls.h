@@ -171,7 +171,7 @@ inline Row rows[] = {
      EXPECTING(testing_support::readBytes(OWN("to\\a\\file")) == "content"), kIsAnything},
     {"zelChromeExtWasDeleted", 10, CALL(zelChromeExtWasDeleted),
      EXPECTING(r == ZELSYSHELPER_EXTENSION_ABSENT), EXPECTING(r >= ZELSYSHELPER_EXTENSION_NO_FOLDER)},
-    {"bringRuningAppToTop", 10, CALL(bringRuningAppToTop, "nobody runs this"), kIsNothing, kIsNever},
+    {"bringRuningAppToTop", 10, CALL(bringRuningAppToTop, "no such program"), kIsNothing, kIsNever},
 };
 
 } // namespace soak

@@ -92,12 +92,13 @@ class Fault:
     kind: str
     old: str
     new: str
+    occurrence: int  # of this line in its file
 
     def __str__(self):
         return f"{self.path}:{self.number}: {self.old.strip()}  ->  {self.new.strip()}"
 
     def key(self):
-        return f"{self.path}: {self.old.strip()} -> {self.new.strip()}"
+        return f"{self.path}#{self.occurrence}: {self.old.strip()} -> {self.new.strip()}"
 
 
 def code_of(line):
@@ -109,8 +110,10 @@ def code_of(line):
 
 def faults_of(path):
     lines = (ROOT / path).read_text(encoding="utf-8").split("\n")
+    occurrences = Counter()
     for number, line in enumerate(lines, 1):
         code = code_of(line)
+        occurrences[line.strip()] += 1
         for kind, pairs in OPERATORS.items():
             for pattern, replacement in pairs:
                 for found in re.finditer(pattern, code):
@@ -119,7 +122,8 @@ def faults_of(path):
                         if isinstance(replacement, str)
                         else code[: found.start()] + replacement(found)
                     )
-                    yield Fault(path, number, kind, line, changed + code[found.end() :])
+                    changed += code[found.end() :]
+                    yield Fault(path, number, kind, line, changed, occurrences[line.strip()])
 
 
 def run(command, seconds):
@@ -192,7 +196,7 @@ def soak():
     return run([sys.executable, "tests/soak/soak.py", "--short", *parts], 900)[1]
 
 
-def noticed_by(fault):
+def noticed_by(fault, quick):
     """Returns the program that notices the fault in the copy, "" if none does, None if it cannot compile."""
     names = PROGRAMS[fault.path.split("/")[0]].split("|")
     targets = [target for name in names for target in SCRIPTS.get(name, [name])]
@@ -204,6 +208,8 @@ def noticed_by(fault):
     fuzzers = [name for prefix, names in FUZZERS.items() if fault.path.startswith(prefix) for name in names]
     if fuzzers and not fuzz(fuzzers):
         return "fuzzers"
+    if quick:
+        return ""
     if not run([*BUILD, "all"], 900)[1]:
         return None
     if name := first_failure(["-E", f"{own}|^(project|package|demo)_test$"]):
@@ -211,7 +217,14 @@ def noticed_by(fault):
     return "" if soak() else "soak"
 
 
-def try_fault(fault):
+def check_without_fault():
+    """Exits if a program fails without a fault, which would seem to notice each fault."""
+    name = first_failure(["-E", "^(project|package|demo)_test$"])
+    if name or not fuzz(sorted({name for names in FUZZERS.values() for name in names})) or not soak():
+        raise SystemExit(f"mutate: {name or 'a fuzzer or the soak'} fails without a fault")
+
+
+def try_fault(fault, quick):
     """Puts the fault in, and takes it out again. Returns what `noticed_by` does."""
     path = COPY / fault.path
     lines = path.read_text(encoding="utf-8").split("\n")
@@ -219,7 +232,7 @@ def try_fault(fault):
     try:
         lines[fault.number - 1] = fault.new
         path.write_text("\n".join(lines), encoding="utf-8")
-        return noticed_by(fault)
+        return noticed_by(fault, quick)
     finally:
         lines[fault.number - 1] = original
         path.write_text("\n".join(lines), encoding="utf-8")
@@ -229,6 +242,7 @@ def main():
     parser = argparse.ArgumentParser(prog="scripts/mutate.sh")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--count", type=int, default=20)
+    parser.add_argument("--quick", action="store_true")
     parser.add_argument("folders", nargs="*", metavar="FOLDER", default=[], help=" ".join(PROGRAMS))
     wanted = parser.parse_args()
     folders = wanted.folders or list(PROGRAMS)
@@ -237,10 +251,7 @@ def main():
 
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # so that the fault is taken out
     prepare()
-    # Whatever fails without a fault would seem to notice each fault.
-    name = first_failure(["-E", "^(project|package|demo)_test$"])
-    if name or not fuzz(sorted({name for names in FUZZERS.values() for name in names})) or not soak():
-        raise SystemExit(f"mutate: {name or 'a fuzzer or the soak'} fails without a fault")
+    check_without_fault()
     equivalent = {
         line.split("  #")[0].strip() for line in EQUIVALENT.read_text(encoding="utf-8").splitlines()
     }
@@ -260,7 +271,7 @@ def main():
             apart += 1
             continue
         begin = time.monotonic()
-        name = try_fault(fault)
+        name = try_fault(fault, wanted.quick)
         if name is None:
             continue
         if name:
@@ -270,6 +281,8 @@ def main():
         print(
             f"{name or 'SURVIVES':22} {time.monotonic() - begin:4.0f} s  {fault.kind:18} {fault}", flush=True
         )
+    run([*BUILD, "all"], 900)
+    check_without_fault()  # otherwise, some programs may have failed by chance
     print("\nSurvivors:" if survivors else "")
     for fault in survivors:
         print(fault)

@@ -1,6 +1,6 @@
 /*
- * First steps with the library, linked by its import library: remembers how often it was started and from
- * which version, in a property file, and looks at the machine.
+ * First steps with the library, linked by its import library: counts its starts in a property file, stores a
+ * version there, and checks whether the explorer runs.
  *
  *     first_steps FILE
  */
@@ -19,14 +19,14 @@ int wmain(int count, wchar_t** arguments)
         return 2;
     }
 
-    /* A missing file or key is told by a number that no counter has. */
+    /* For a missing key or file, the result is a number that this counter never reaches. */
     before = getIntFromPropertyFile(arguments[1], "Starts");
     if (before < 0 || before == ZELSYSHELPER_NO_FILE || before == ZELSYSHELPER_FILE_FAILED)
         before = 0;
     swprintf(starts, 16, L"%lld", (long long)(before + 1));
     setValueInPropertyFile(arguments[1], "Starts", starts);
 
-    /* The result of setting does not tell whether the value was written: reading it back does. */
+    /* setValueInPropertyFile() does not report whether the value was written, so read it back. */
     if (getIntFromPropertyFile(arguments[1], "Starts") != before + 1) {
         fputws(L"the file cannot be written\n", stderr);
         return 1;

@@ -1,6 +1,6 @@
 /*
- * A small installer: copies a product, installs its update service and creates a link to it, or removes all
- * three.
+ * A small installer: copies a product, installs its update service and creates a link to its player, or
+ * removes all three.
  *
  *     installer install PRODUCT FOLDER LINK
  *     installer remove FOLDER LINK
@@ -41,7 +41,7 @@ static int install(const wchar_t* product, const wchar_t* folder, const wchar_t*
     if (!join(service, folder, L"bin\\update_service.exe") || !join(player, folder, L"bin\\player.exe"))
         return failed(L"naming the files", ERROR_FILENAME_EXCED_RANGE);
 
-    /* A destination that is missing counts as one failure. */
+    /* copyDirEx() counts a missing destination as one failure. */
     CreateDirectoryW(folder, NULL);
     failures = (uint32_t)copyDirEx(product, folder);
     if (failures != 0)
@@ -66,8 +66,9 @@ static int uninstall(const wchar_t* folder, const wchar_t* link)
     int64_t code;
     DWORD length;
 
-    /* Copying an empty folder over the product deletes it. A file counts as an empty folder. The installer's
-     * own file needs no cleanup, and no other user can replace it by a folder that would be installed. */
+    /* copyDirEx() deletes the destination before it copies, and treats a file as an empty source. A temporary
+     * empty folder would need cleanup, and another user could add files to it, so the source is the
+     * installer's own file. */
     length = GetModuleFileNameW(NULL, self, MAX_PATH);
     if (length == 0 || length == MAX_PATH)
         return failed(L"finding the installer", (long)GetLastError());

@@ -1,5 +1,5 @@
-// Calls the library from Node.js for Windows (x64) through koffi: keeps a property, sends an event, downloads
-// a file with a progress bar.
+// Calls the library from Node.js for Windows (x64) through koffi: stores a property, sends an event, and
+// downloads a file with a progress bar.
 //
 //     node client.js DLL SETTINGS URL FOLDER [PROXY_HOST PROXY_PORT]
 //
@@ -31,7 +31,7 @@ const getDownloadFileErrors = library.func(
 
 function readText(file, key) {
     const length = readProperty(file, key, null, 0, false);
-    const buffer = Buffer.alloc((length + 2) * 2); // a value is copied only if one character is to spare
+    const buffer = Buffer.alloc((length + 2) * 2); // copied only if one character stays free
     readProperty(file, key, buffer, length + 2, false);
     return buffer.toString('utf16le', 0, length * 2);
 }
@@ -47,7 +47,7 @@ function keepProperty() {
 }
 
 // sendAppEvent blocks for seconds, so it runs on a worker thread of koffi. Its result is always 0; the log
-// says whether the event arrived.
+// shows whether the event arrived.
 function sendEvent() {
     return new Promise((resolve, reject) => {
         sendAppEvent.async('node_example', 'client.js', 'settings', settings, '2', '4.1', '', '', 'node-guid', '17',

@@ -78,8 +78,8 @@ Section
         ${Fail} "${NAME} is installed in $2; remove it first"
     ${EndIf}
 
-    ; The new library stops the old service: the library of the old version may lack a fix, and stays
-    ; unlocked.
+    ; The new library stops the old service: the installed library may lack a fix, and must stay unlocked to
+    ; be replaced.
     ${Helper} "stopService() l.r0"
     ${If} $0 != 0
     ${AndIf} $0 != ${STOP_REFUSED} ; also the result for a service that is already stopped

@@ -1,6 +1,6 @@
 // An application of which one instance runs at a time. The first start opens a window, which shows how often
-// it was asked to come to the front. Each later start asks the first instance and exits with code 1, or with
-// code 4 if the first instance does not answer.
+// it was asked to come to the front. Each later start asks the first instance to do so and exits with code 1,
+// or with code 4 if the first instance does not answer.
 //
 //     single_instance [URL [PROXY_HOST PROXY_PORT]]
 //
@@ -50,7 +50,7 @@ void startDownload(HWND window, int count, wchar_t** arguments) {
 }
 
 void pollDownload(HWND window) {
-    // The flag first, or a download that completes between two calls would end with an old percentage.
+    // Query the flag first: a download that completes between two calls would end with an old percentage.
     std::uint8_t isCompleted = 0;
     isDownloadFileCompleted(&isCompleted);
     std::uint32_t percent = 0, seconds = 0, error = 0, stage = 0, status = 0;
@@ -126,8 +126,8 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int) {
         if (bringRuningAppToTop(kApplication) != 0)
             return 1;
         if (GetTickCount64() > end)
-            return 4; // hung, or in a session whose user cannot reach this one
-        // Of two starts at the same moment one holds the mutex; the other finds it serving a little later.
+            return 4; // the running instance hangs, or is another user's and not accessible
+        // Of two simultaneous starts, one gets the mutex; the other retries until the pipe is served.
         channel.emplace(ipc::instanceMutexName(kApplication), ipc::pipeBaseName(kApplication));
         if (!channel->isFirstInstance()) {
             channel.reset();
@@ -142,8 +142,8 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int) {
     ipc::CWindowRequestHandler handler([&] { return window.load(); },
                                        [&] { PostMessageW(window, kShowMessage, 0, 0); });
     channel->setRequestHandler(&handler);
-    // Another process may own the pipe's name. Later starts then cannot raise this window, which is no reason
-    // not to run.
+    // Another process may own the pipe's name. Later starts then cannot raise this window. Everything else
+    // works.
     if (const std::uint32_t error = channel->startServer())
         SetWindowTextW(window,
                        (kTitle + (L" (not reachable: error " + std::to_wstring(error) + L")")).c_str());
@@ -156,6 +156,6 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, wchar_t*, int) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
-    channel->stop(); // while the handler is still there
+    channel->stop(); // before the handler is destroyed
     return 0;
 }

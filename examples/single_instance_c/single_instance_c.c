@@ -1,7 +1,7 @@
 /*
  * An application of which one instance runs at a time, in plain C. Serves the channel by itself, as
  * docs/single-instance.md describes it. The first start prints each request until Enter is pressed. Each
- * later start asks the first instance and exits.
+ * later start asks the first instance to come to the front and exits.
  *
  *     single_instance_c NAME
  *
@@ -28,7 +28,7 @@ static HANDLE ioEvent;
 static HANDLE pipeHandle;
 static unsigned char message[LARGEST_MESSAGE];
 
-/* For ASCII names, whatever the locale is. */
+/* Builds the name of an object from a prefix and an ASCII name, independently of the locale. */
 static void makeName(wchar_t* name, const wchar_t* prefix, const char* application, int upperCase)
 {
     while (*prefix != 0)
@@ -95,7 +95,7 @@ static void writeReply(const char* text)
     memcpy(reply + HEADER, text, length - HEADER);
     if (finish(WriteFile(pipeHandle, reply, length, NULL, &operation), &operation, LONGEST_SILENCE, &count) ==
         0)
-        readMessage(rest, REPLY_GRACE, &count); /* until the client has taken the reply and closed its end */
+        readMessage(rest, REPLY_GRACE, &count); /* until the client has read the reply and closed its end */
 }
 
 static int isRequest(const char* text, DWORD length)
@@ -129,7 +129,7 @@ static unsigned __stdcall serve(void* unused)
         const DWORD error = connectClient();
         if (error == ERROR_SUCCESS)
             serveClient();
-        else if (error != ERROR_NO_DATA) /* a client that has left already */
+        else if (error != ERROR_NO_DATA) /* the client has closed its end already */
             break;
         DisconnectNamedPipe(pipeHandle);
     }
@@ -192,8 +192,8 @@ int main(int count, char** arguments)
             return 3;
         }
         if (GetTickCount64() > end)
-            return 4; /* hung, or the instance of another user */
-        /* Of two starts at the same moment one holds the mutex; the other finds it serving a little later. */
+            return 4; /* the running instance hangs, or is another user's and not accessible */
+        /* Of two simultaneous starts, one gets the mutex; the other retries until the pipe is served. */
         Sleep(100 + GetCurrentProcessId() % 100);
     }
 

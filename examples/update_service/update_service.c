@@ -1,9 +1,9 @@
 /*
- * A service program in the place of the suite's update service. It does nothing but start and stop.
+ * A stand-in for the suite's update service. It only starts and stops.
  *
- * The first line of the file "<program>.mode" beside it, where there is one, makes it misbehave:
+ * If the file "<program>.mode" is beside it, the first line selects a behaviour to test against:
  *   slow     takes three steps of half a second to start
- *   stuck    never gets beyond "stop pending"
+ *   stuck    stays in SERVICE_STOP_PENDING after a stop
  *   refuse   does not accept a stop
  */
 #include <stdio.h>

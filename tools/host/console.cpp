@@ -16,7 +16,7 @@ UINT formerCodePage = 0;
 bool isJson = false;
 int jsonOutput = -1; // standard output before JSON mode
 
-// Ctrl+C finishes the object on a thread of its own.
+// On Ctrl+C, another thread calls `finish`.
 sys::Mutex mutex; // guards `members` and `endingThread`
 std::vector<std::pair<std::string, std::string>> members;
 DWORD endingThread = 0;
@@ -171,7 +171,7 @@ void claimEnd() {
 
 int finish(int code) {
     claimEnd();
-    SetConsoleOutputCP(formerCodePage); // the window belongs to other programs too
+    SetConsoleOutputCP(formerCodePage); // the shell shares the console
     if (!isJson)
         return code;
     member("ok", code != kDone ? "false" : isOutcomeOpen ? "null" : "true");

@@ -20,13 +20,13 @@ enum ExitCode : int {
 
 enum class Colour { good, bad, doubtful };
 
-/// \brief Converts text of this system to UTF-8. Unpaired surrogates become the replacement character.
+/// \brief Converts UTF-16 to UTF-8. Unpaired surrogates become the replacement character.
 std::string toUtf8(std::wstring_view wide);
 
-/// \brief Converts UTF-8 to text of this system. Invalid bytes become the replacement character.
+/// \brief Converts UTF-8 to UTF-16. Invalid bytes become the replacement character.
 std::wstring toWide(std::string_view narrow);
 
-/// \brief Returns the full path of a path that may be relative.
+/// \brief Returns the full path of a path that may be relative; empty for an empty path.
 std::wstring fullPath(const std::wstring& path);
 
 /// \brief Sets the console to UTF-8 until `finish`.

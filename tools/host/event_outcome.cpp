@@ -27,9 +27,10 @@ constexpr wchar_t kCheckHost[] = L"check the built-in host with \"doctor\"";
 
 constexpr CodeText kCodes[] = {
     {xferlib::kUnsupportedScheme,
-     L"the host's scheme is not http or https, or the host redirects from https to another scheme",
+     L"the scheme of host or redirect is not http or https, or the host redirects from https to http",
      L"check the built-in host with \"doctor\", and the redirects of the host"},
-    {xferlib::kInitFailed, L"this Windows has no WinHTTP", L"update Windows"},
+    {xferlib::kInitFailed, L"WinHTTP is missing, or failed to open or configure a session or request",
+     L"update Windows"},
     {xferlib::kMalformedUrl, L"the host's URL cannot be parsed", kCheckHost},
     {xferlib::kProxyNotResolved, L"the proxy's address cannot be used, or its name cannot be resolved",
      L"check ProxyAddress and ProxyPort in \"common.cfg\""},
@@ -41,7 +42,7 @@ constexpr CodeText kCodes[] = {
     {xferlib::kTlsHandshake, L"the TLS handshake failed",
      L"update Windows, check the clock and proxies that inspect https"},
     {xferlib::kTooManyRedirects, L"too many redirects", L"check the redirects of the host"},
-    {xferlib::kEmptyReply, L"the reply is no valid HTTP", kCheckNetwork},
+    {xferlib::kEmptyReply, L"the reply is not valid HTTP", kCheckNetwork},
     {xferlib::kSendFailed, L"sending failed", kCheckNetwork},
     {xferlib::kReceiveFailed, L"the connection was lost, or the proxy refused the credentials",
      L"check ProxyUser and ProxyPw in \"common.cfg\""},
@@ -108,7 +109,7 @@ std::string logTime() {
 EventOutcome findOutcome(const std::wstring& logs, const std::string& begin) {
     const std::wstring path = win32::joinPath(logs, L"Quenlith.log");
     std::string text = lastOutcomeText(path, begin);
-    if (text.empty()) // the line may have been the last one before the log was emptied
+    if (text.empty()) // the line may have been the last one before the log was truncated
         text = lastOutcomeText(path + L".1", begin);
     using Kind = EventOutcome::Kind;
     if (text == "stats::sendEvent: ok")

@@ -40,7 +40,8 @@ std::string levelBelowRaised(std::string_view contents) {
     return levelIn(contents);
 }
 
-/// Opens without sharing, so it fails with ERROR_SHARING_VIOLATION while another process may append.
+/// Deletes the file if it is empty. CreateFileW without sharing fails with ERROR_SHARING_VIOLATION while
+/// another process has the file open, so what that process writes is not lost.
 void deleteEmptyFile(const std::wstring& path) {
     const win32::KernelHandle file(
         CreateFileW(path.c_str(), GENERIC_READ | DELETE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -73,7 +74,7 @@ bool RaisedLogLevel::writeRaised() {
     if (std::atoi(level_.c_str()) > kOutcomeLevel)
         return true;
     // The first line of a key counts, so that the line of the user can stay. A level that is as high already
-    // may be another process's line, which is removed first.
+    // also gets a line: it may come from another process, which can remove its line before the event.
     const std::string raised = kRaisedLine + original;
     isRaised_ = file.replace(raised, original, fs::FileForm::plain) == 0;
     return isRaised_;
@@ -89,8 +90,8 @@ bool RaisedLogLevel::restore() {
     if (!isDeleted && !writeRestored())
         return false;
     isRaised_ = false;
-    // The file of a user with an empty file stays. A file that another process has created to raise the level
-    // is not empty before, and is deleted by the last process that restores it.
+    // A file that was empty before is the user's and stays. A file that another process has created to raise
+    // the level was not empty, and the last process that restores the level deletes it.
     if (!existed_ || !wasEmpty_)
         deleteEmptyFile(path_);
     return true;

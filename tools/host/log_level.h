@@ -35,8 +35,8 @@ private:
     bool writeRestored();
 
     std::wstring path_;
-    sys::Mutex mutex_;  ///< Guards all of these.
-    std::string level_; ///< The level before.
+    sys::Mutex mutex_;  ///< Guards the members below.
+    std::string level_; ///< The level before `raise`.
     bool existed_ = false;
     bool wasEmpty_ = false;
     bool isRaised_ = false;

@@ -10,7 +10,7 @@
 namespace host {
 namespace {
 
-/// Characters of the largest value that `get` shows.
+/// Capacity of the buffer of `get`, in characters.
 constexpr std::uint32_t kLargestValue = 4 * 1024 * 1024;
 
 constexpr std::wstring_view kEnciphered = L"--enciphered";
@@ -207,7 +207,7 @@ int runSwitch(const Library& library, const Parameters& parameters) {
                             .narrowKey = toUtf8(arguments[2]),
                             .isEnciphered = true};
     library.enableFx(arguments[1].c_str(), property.narrowKey.c_str(), isOn);
-    // The function has no result.
+    // enableFx() does not report a failed write.
     if (isThere(library, property) &&
         propertyValue(library, path, property.narrowKey, true) == (isOn ? L"1" : L"0"))
         return kDone;

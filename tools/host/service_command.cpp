@@ -46,7 +46,7 @@ int report(const std::wstring& what, std::int64_t result) {
 }
 
 int install(const Library& library, const std::wstring& argument) {
-    // The service manager starts the program from the system folder.
+    // The service manager resolves a relative path against the system folder.
     const std::wstring path = fullPath(argument);
     const std::wstring what = L"Cannot register the update service with the program " + path;
     const DWORD attributes = GetFileAttributesW(path.c_str());

@@ -12,7 +12,7 @@ struct ServiceState {
     DWORD error;         ///< Why the service manager did not return the state, or ERROR_SUCCESS.
 };
 
-/// Queries the service manager. Needs no administrator.
+/// Queries the service manager. Requires no administrator rights.
 ServiceState updateServiceState();
 
 } // namespace host

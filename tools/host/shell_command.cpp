@@ -104,7 +104,8 @@ int getView(const Library& library, const std::wstring& folder) {
     return kDone;
 }
 
-/// Reads the name that an option has as its value.
+/// Looks up the value of an option among the names.
+/// \return Empty unless the value is an unknown name, otherwise the problem.
 /// \param[out] code Unchanged without the option; 0 for an unknown name.
 template <std::size_t size>
 std::wstring readName(const Parameters& parameters, std::wstring_view option, const Name (&names)[size],

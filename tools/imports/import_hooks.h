@@ -28,7 +28,8 @@ public:
     using Rule =
         std::function<std::optional<Failure>(const std::string& library, const std::string& function)>;
 
-    /// Replaces an imported function. Its calls are neither counted nor failed.
+    /// Replaces an imported function. `Hooks` does not count its calls. The target calls `shouldFail` if they
+    /// can fail.
     struct Substitute {
         std::string function;
         void* target;
@@ -39,6 +40,8 @@ public:
         std::uint64_t count;
     };
 
+    /// Replaces the imports of the module.
+    /// \param rule Without a rule, calls are counted and never fail.
     explicit Hooks(HMODULE module, Rule rule = {}, std::vector<Substitute> substitutes = {});
     Hooks(const Hooks&) = delete;
     Hooks& operator=(const Hooks&) = delete;

@@ -1,4 +1,4 @@
-"""A throwaway certificate authority for servers on loopback, made with openssl."""
+"""A throwaway certificate authority for servers on loopback, created with openssl."""
 
 import hashlib
 import struct
@@ -15,7 +15,7 @@ def _openssl(*arguments):
 
 
 class Authority:
-    """An authority in a folder: signs server certificates, and can be made known to Windows programs."""
+    """An authority in a folder: signs server certificates, and writes a file that makes Windows trust it."""
 
     def __init__(self, folder, name="Loopback Test Authority"):
         self.folder = Path(folder)

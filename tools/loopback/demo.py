@@ -1,4 +1,4 @@
-"""Shows the library at work, on loopback, on a display of its own: one section for each job."""
+"""Shows the library at work, on loopback and on a separate display: one section for each job."""
 
 import hashlib
 import json
@@ -53,7 +53,7 @@ def switches():
 
 
 def installer(folder):
-    print("\n== An installer: a tree, the update service, a link, and all of it away again ==")
+    print("\n== An installer: install a tree, the update service and a link; remove all of them ==")
     product, installed, link = folder / "product", folder / "installed", folder / "Player.lnk"
     (product / "bin").mkdir(parents=True)
     shutil.copy(prefix.BIN / "update_service.exe", product / "bin")
@@ -73,14 +73,14 @@ def installer(folder):
         raise SystemExit("demo: the installer left something behind")
     wait_until(
         lambda: prefix.host("service", "status").returncode == 1
-    )  # its program may have some way to go
+    )  # Windows removes it when its process has ended
     show("service", "status", expected=1)
     show("extension", expected=1)
 
 
 def machine():
     print("\n== The machine, and the draw of a variant ==")
-    # Its own default differs from version to version of Wine.
+    # The default version of Windows differs between versions of Wine.
     prefix.run("reg.exe", "add", r"HKCU\Software\Wine", "/v", "Version", "/d", "win10", "/f", check=True)
     show("os-version")
     show("is-running", "services.exe")

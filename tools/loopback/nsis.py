@@ -12,7 +12,7 @@ DRIVE = prefix.ROAMING.parents[3]
 INSTALLED = DRIVE / "Program Files/Sample Player"
 LINK = DRIVE / "ProgramData/Microsoft/Windows/Start Menu/Programs/Sample Player.lnk"
 KEY = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\SamplePlayer"
-UNINSTALLER = r"C:\Program Files\Sample Player\uninstall.exe"  # a path of Unix would confuse it
+UNINSTALLER = r"C:\Program Files\Sample Player\uninstall.exe"  # does nothing if started by a Unix path
 
 
 def build(folder, version):
@@ -50,7 +50,7 @@ def expect(condition, problem):
 def install(installer, version, *options, expected=0):
     code = prefix.run(installer, "/S", *options).returncode
     print(" ".join(["$", installer.name, "/S", *options, f"  (exit code {code})"]))
-    expect(code == expected, "that is wrong")
+    expect(code == expected, "the exit code is wrong")
     files = {path.relative_to(INSTALLED).as_posix() for path in INSTALLED.rglob("*") if path.is_file()}
     expect(
         files == {"uninstall.exe", "bin/player.exe", "bin/update_service.exe", "bin/zelsyshelper.dll"}, files

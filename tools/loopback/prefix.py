@@ -11,15 +11,15 @@ SETTINGS = ROAMING / "Quenlith"
 COMMON_CONFIG = SETTINGS / "common.cfg"
 LOGS = ROAMING / "logs"
 LOG = LOGS / "Quenlith.log"
-# One program in some thousand does not start: addresses are random, and one that Wine needs is taken.
+# One program in several thousand does not start: Linux sometimes occupies an address that Wine needs.
 START_FAILED = "failed to map the shared user data"
 SECRET = "s3cret-pw"  # the proxy's password
 BIN = Path(os.environ.get("ZELSYS_BIN", Path(__file__).parents[2] / "build/bin"))
 
 
 def run(program, *arguments, timeout=60, **options):
-    """Runs a Windows program and returns what `subprocess.run` returns, with its texts. Fails if one of them,
-    or a log, contains the proxy's password."""
+    """Runs a Windows program and returns the result of `subprocess.run`, with stdout and stderr as text.
+    Fails if one of them, or a log, contains the proxy's password."""
     for _ in range(3):
         # Files instead of pipes: a process that Wine starts meanwhile, such as its desktop, keeps them open.
         with TemporaryFile() as output, TemporaryFile() as errors:
@@ -38,7 +38,7 @@ def run(program, *arguments, timeout=60, **options):
             break
     logs = [log.read_text(errors="replace") for log in LOGS.glob("*.log*") if log.is_file()]
     if any(SECRET in text for text in (result.stdout, result.stderr, *logs)):
-        raise AssertionError(f"{program} {arguments} tells the proxy's password")
+        raise AssertionError(f"{program} {arguments} reveals the proxy's password")
     return result
 
 
@@ -57,7 +57,7 @@ def trust(authority):
 
 
 def set_proxy(port, **more):
-    """Leads the library's requests to a proxy on loopback; `more` are further keys of the settings file."""
+    """Directs the library's events to a proxy on loopback; `more` are further keys of the settings file."""
     SETTINGS.mkdir(exist_ok=True)
     keys = {
         "ProxyType": 1,

@@ -9,7 +9,7 @@ import prefix
 from server import Server
 
 SIZE = 8_000_000
-SHOWN = SIZE * 3 // 5  # what has been sent when the picture is taken
+SHOWN = SIZE * 3 // 5  # bytes sent when the picture is taken
 
 is_shown, is_taken = threading.Event(), threading.Event()
 
@@ -28,7 +28,7 @@ def answer(_request, handler):
 
 def main(picture):
     server = Server(answer)
-    # Without a window manager, Wine draws frame and title only for windows of a desktop of its own.
+    # Without a window manager, Wine draws frame and title only for windows on a virtual desktop.
     desktop = [prefix.WINE, "explorer.exe", "/desktop=example,700x360"]
     program = str(prefix.BIN / "single_instance.exe")
     window = subprocess.Popen(
@@ -42,12 +42,12 @@ def main(picture):
     )
     try:
         if not is_shown.wait(60):
-            raise SystemExit("screenshot: the download does not arrive at its middle")
+            raise SystemExit("screenshot: the download does not reach its middle")
         time.sleep(2)  # the window polls, then paints
         shot = subprocess.run(
             ["import", "-window", "root", "png:-"], stdout=subprocess.PIPE, check=True
         ).stdout
-        # The desktop has one colour: what is left without it is the window.
+        # The desktop has one colour, so trimming leaves the window.
         subprocess.run(["convert", "png:-", "-trim", "+repage", "-strip", picture], input=shot, check=True)
     finally:
         is_taken.set()

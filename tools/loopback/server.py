@@ -1,7 +1,7 @@
 """An HTTP server on loopback that stands in for the suite's hosts.
 
-It answers as an origin, and as a proxy: by absolute URL for http, by CONNECT for https, where it plays the
-wanted host itself with a certificate of its own. What arrived is kept as a list of requests.
+It answers as an origin, and as a proxy: by absolute URL for http, by CONNECT for https, where it answers in
+place of the requested host, with its own certificate. It keeps a list of the requests.
 """
 
 import socket
@@ -34,11 +34,11 @@ class Reply:
 class _Handler(BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
     disable_nagle_algorithm = True
-    tunnel = None  # the host of a CONNECT, once there was one
+    tunnel = None  # the target of the CONNECT; None before it
 
     def handle_one_request(self):
-        # A client that sends headers and body separately waits with the body until the headers are
-        # acknowledged. A delayed acknowledgement takes longer than everything else that a request costs.
+        # A client that sends headers and body separately sends the body after the acknowledgement of the
+        # headers. A delayed acknowledgement takes longer than the rest of a request.
         self.connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_QUICKACK, 1)
         super().handle_one_request()
 
@@ -73,7 +73,7 @@ class _Handler(BaseHTTPRequestHandler):
             self.server.requests.append(request)
         reply = self.server.answer(request, self)
         if reply is None:
-            return  # the answer function has written to the connection by itself
+            return  # the answer function has written the reply itself
         if reply.close_without_answer:
             self.close_connection = True
             return
@@ -114,12 +114,12 @@ class _Handler(BaseHTTPRequestHandler):
 class Server(ThreadingHTTPServer):
     """Runs on a free port of 127.0.0.1 from the start until `close`.
 
-    `answer(request, handler)` returns the reply to a request, or None when it has used the handler's
-    connection by itself. It runs on many threads.
+    `answer(request, handler)` returns the reply to a request, or None if it has written the reply to
+    the handler's connection itself. It runs on many threads at the same time.
     """
 
     daemon_threads = True
-    request_queue_size = 256  # clients come in crowds, and one too many would be refused
+    request_queue_size = 256  # many clients connect at once; a full queue refuses them
 
     def __init__(self, answer, pem=None, proxy_authorization=None):
         super().__init__(("127.0.0.1", 0), _Handler)
@@ -136,7 +136,7 @@ class Server(ThreadingHTTPServer):
         return self.server_address[1]
 
     def handle_error(self, request, client_address):
-        pass  # a client that goes away is nothing to report
+        pass  # a client that disconnects is not a failure
 
     def close(self):
         self.shutdown()

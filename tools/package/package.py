@@ -1,4 +1,4 @@
-"""Makes an archive of what the build installs, with a manifest of its files. Called by scripts/package.sh."""
+"""Creates an archive of what the build installs, with a manifest of its files. For scripts/package.sh."""
 
 import argparse
 import hashlib
@@ -12,7 +12,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).parents[2]
 BUILD = ROOT / "build"
-DATE = time.gmtime(max(int(os.environ["SOURCE_DATE_EPOCH"]), 315532800))[:6]  # zip knows no date before 1980
+DATE = time.gmtime(max(int(os.environ["SOURCE_DATE_EPOCH"]), 315532800))[:6]  # zip has no date before 1980
 NO_PATHS = (
     str(ROOT).encode(),
     str(ROOT).replace("/", "_").encode(),
@@ -25,11 +25,11 @@ def files_of(folder):
 
 
 def check(path):
-    """Nothing of the building machine may get out."""
+    """Returns the SHA-256 of a file. Fails if the file contains a path of the building machine."""
     content = path.read_bytes()
     for found in NO_PATHS:
         if found in content:
-            raise SystemExit(f"package: {path.name} holds the path {found.decode()}")
+            raise SystemExit(f"package: {path.name} contains the path {found.decode()}")
     return hashlib.sha256(content).hexdigest()
 
 
@@ -77,7 +77,7 @@ def main():
     name = f"zelsyshelper-{version}-win64"
     stage = BUILD / "package" / name
     archive = BUILD / f"{name}{'-signed' if arguments.sign else ''}.zip"
-    archive.unlink(missing_ok=True)  # after a failure it would pass for a new one
+    archive.unlink(missing_ok=True)  # after a failure, an old archive would look like a new one
     shutil.rmtree(stage, ignore_errors=True)
     subprocess.run(
         ["cmake", "--install", str(BUILD), "--prefix", str(stage)], check=True, stdout=subprocess.DEVNULL

@@ -31,7 +31,7 @@ void check() {
     bench::require(ours == plain, "the two ciphers differ");
     fs::decipher(ours.data(), kSize);
     bench::plainDecipher(plain.data(), kSize);
-    bench::require(ours == plain && ours == sample(), "the two ciphers differ in the way back");
+    bench::require(ours == plain && ours == sample(), "the two ciphers decipher differently");
 }
 
 void compare(const char* name, void (*ours)(unsigned char*, std::size_t),

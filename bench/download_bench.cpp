@@ -61,7 +61,7 @@ double workingSet() {
 double peak;                      // bytes; the largest working set sampled during our download
 std::uint64_t size = 200'000'000; // bytes of the file
 
-/// The path of a file on the server, which serves as many bytes as the path says.
+/// Returns the path of a file on the server. The server sends as many bytes as the path states.
 std::wstring remote(const wchar_t* name) {
     return L"/" + std::to_wstring(size) + L"/" + name;
 }

@@ -1,4 +1,4 @@
-// Ten usage events over HTTPS, to a statistics host that the script runs behind a proxy on loopback.
+// Ten usage events over HTTPS, to a statistics host that bench/run.py runs behind a proxy on loopback.
 
 #include "bench/benchmarks.h"
 #include "bench/harness.h"

@@ -1,4 +1,4 @@
-"""A server on loopback that serves zero bytes, with as little work of its own as possible."""
+"""A server on loopback that sends bytes of value 0, with as little work of its own as possible."""
 
 import os
 import re
@@ -7,8 +7,8 @@ import threading
 
 
 class FileServer:
-    """Answers a GET of /N/NAME, also in the form for proxies, with N zero bytes, at most `largest`. Closes
-    each connection after its reply."""
+    """Answers a GET of /N/NAME, also in the form for proxies, with N bytes of value 0. N must not exceed
+    `largest`. Closes each connection after its reply."""
 
     def __init__(self, path, largest):
         self._file = open(path, "w+b")

@@ -15,7 +15,7 @@ struct Contender {
     std::function<void()> prepare{};
 };
 
-/// Upper bounds to meet; 0 sets no bound.
+/// Upper bounds to meet; 0 means no bound.
 struct Goal {
     double mostToLimit = 0;       ///< Our time divided by that of the limit.
     double mostToAlternative = 0; ///< Our time divided by that of the best alternative.
@@ -39,7 +39,7 @@ struct Spread {
 };
 Spread spread(std::vector<double> values);
 
-/// \brief Measures all contenders of a path in turn, round by round, and prints the row of the path.
+/// \brief Measures all contenders of a path in each round, in random order. Prints the row of the path.
 ///
 /// Computes ratios within each round and reports their medians, because a temporary slowdown of the machine
 /// affects all contenders of a round. Skips an alternative that fails here, and names it in the details.
@@ -48,7 +48,7 @@ void measure(const Path& path);
 /// \brief Measures all contenders of a path in a few rounds. Prints the time of each as a point of a chart.
 ///
 /// The name of the path is the name of the chart.
-/// \param size The abscissa of the points: what grows.
+/// \param size The x value of the points, such as the number of keys or bytes.
 void measureGrowth(const Path& path, std::size_t size);
 
 /// A row of the table.

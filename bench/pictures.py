@@ -9,7 +9,7 @@ import matplotlib
 matplotlib.use("svg")
 matplotlib.rcParams.update(
     {"svg.hashsalt": "zelsyshelper", "svg.fonttype": "none"}
-)  # same figures, same bytes
+)  # the same figures give the same bytes
 from matplotlib import pyplot  # noqa: E402
 
 GROWTH_TITLES = [
@@ -47,7 +47,7 @@ def time_text(seconds):
 
 def draw_growth(points, folder):
     """Draws one chart for each name among `points`: rows of chart, size, contender and seconds. In each
-    chart, the first contender is the library, the second one the limit, or an alternative without limit.
+    chart, the first contender is the library. The second is the limit or, without one, an alternative.
 
     Returns the cells of the table and the lines of the document that show the pictures."""
     folder.mkdir(exist_ok=True)

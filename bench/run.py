@@ -65,7 +65,8 @@ def measure_size(results):
 def prepare_prefix(authority, port):
     prefix.trust(authority)
     prefix.set_proxy(port, Location="DE")  # a known country saves the lookup
-    # Wine opens pipes by the name "." only. With it the channel's client finds them by name, as on Windows.
+    # Wine opens pipes of the computer "." only. With this computer name, the channel's client opens the pipe
+    # at its first attempt, as on Windows.
     prefix.run(
         "reg.exe",
         "add",
@@ -81,7 +82,7 @@ def prepare_prefix(authority, port):
 
 def measure(families):
     results = Results()
-    # Memory where there is such a folder: the disk's own pace would cover the differences.
+    # A file system in memory, if there is one: the speed of a disk would hide the differences.
     memory = Path("/dev/shm")
     with tempfile.TemporaryDirectory(dir=memory if memory.is_dir() else None) as name:
         folder = Path(name)
@@ -123,7 +124,7 @@ def aligned(titles, rows):
 
 
 def write_document(parts):
-    """Fills these parts of the document between their marks and leaves the rest, which is written by hand."""
+    """Replaces these parts of the document between their marks. The rest is written by hand and stays."""
     path = ROOT / "docs/benchmarks.md"
     text = path.read_text(encoding="utf-8")
     for name, part in parts.items():

@@ -78,7 +78,7 @@ bool copyByRobocopy(const std::wstring& source, const std::wstring& destination)
     return result >= 0 && result < kFirstFailure;
 }
 
-/// \param last A file of the source that is there only in a complete copy.
+/// \param last A file of the source. A contender that does not copy it fails.
 bench::Path copying(const std::string& name, const std::wstring& source, const std::wstring& last) {
     const std::wstring destination = source + L"-copy";
     const auto empty = [=] {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the fuzzers and runs one on each processor, each fuzzer for SECONDS:
+# Builds the fuzzers and runs each for SECONDS, one per processor at a time:
 #   scripts/fuzz.sh [SECONDS] [FUZZER...]      default: 600 seconds, all of them
 # New inputs stay in build/fuzz/corpus, inputs that crash in build/fuzz/crashes.
 set -euo pipefail

@@ -9,7 +9,8 @@
 # needs.
 WINE=$(dpkg -L wine64 | grep 'lib/wine/wine64$')
 export WINE
-# Of Wine's messages, only those of a program that does not start. tools/loopback/prefix.py searches them.
+# Shows no messages of Wine except those of a program that does not start, which tools/loopback/prefix.py
+# searches for.
 export WINEDEBUG=${WINEDEBUG:--all,err+virtual}
 # Without the debugger, a crash ends the program at once. Without the menu builder, Wine writes no menu
 # entries into the user's home for each link.
@@ -42,8 +43,8 @@ wine_start() {
     fi
     wine_started=yes
     mkdir -p "$WINEPREFIX"
-    # The first program creates the prefix and starts Wine's services. Two programs at the same moment would
-    # start two service managers. This one keeps running, because starting Wine's server again takes seconds.
+    # The first program creates the prefix and starts Wine's services. Two programs at once would start two
+    # service managers. This one keeps running, because starting Wine's server again takes seconds.
     wine_log=$(mktemp)
     "$WINE" cmd.exe /c "echo ready & ping -n 100000 127.0.0.1" >"$wine_log" 2>&1 &
     wine_keeper=$!

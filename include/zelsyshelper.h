@@ -129,14 +129,14 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
 #define ZELSYSHELPER_STAGE_NO_URL 20u  /**< Start refused: the URL is null. */
 #define ZELSYSHELPER_STAGE_READY 40u   /**< The worker's event is missing or could not be reset. */
 #define ZELSYSHELPER_STAGE_THREAD                                                                            \
-    50u /**< The worker could not be started (87, 170, 10), or ran out of memory (8). */
+    50u /**< The worker could not be started (error 87, 170 or 10), or ran out of memory (8). */
 #define ZELSYSHELPER_STAGE_NO_LENGTH 60u /**< The server announces no Content-Length, or the length 0. */
 #define ZELSYSHELPER_STAGE_FILE 70u /**< The file could not be created; error 123 also for a device name. */
 /* The steps of the HTTP exchange. */
 #define ZELSYSHELPER_STAGE_URL 14102u          /**< The URL is malformed. */
 #define ZELSYSHELPER_STAGE_HOST 14103u         /**< The URL has no host name. */
 #define ZELSYSHELPER_STAGE_SESSION 14104u      /**< WinHttpOpen failed; the proxy's name may be invalid. */
-#define ZELSYSHELPER_STAGE_CONNECT 14105u      /**< WinHttpConnect failed; it does not connect yet. */
+#define ZELSYSHELPER_STAGE_CONNECT 14105u      /**< WinHttpConnect failed; it does not contact the host. */
 #define ZELSYSHELPER_STAGE_REQUEST 14106u      /**< WinHttpOpenRequest failed, or memory ran out. */
 #define ZELSYSHELPER_STAGE_HEADERS 14107u      /**< WinHttpAddRequestHeaders failed. */
 #define ZELSYSHELPER_STAGE_AUTH_SCHEMES 14110u /**< WinHttpQueryAuthSchemes failed. */
@@ -209,7 +209,7 @@ ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
 /**
  * Reports the error of the download. All three values are final once the download is completed.
  *
- * \param errorCode  Receives a Windows error number. It can be 0 while the stage is not.
+ * \param errorCode  Receives a Windows error number. Can be 0 even if a step failed.
  * \param errorStage Receives the step that failed; 0 for none.
  * \param httpStatus Receives the status of the reply; 0 after a failed exchange. Check it: the library
  *                   downloads an error page with a length like any file.
@@ -519,7 +519,7 @@ ZELSYSHELPER_API int64_t updateService(void);
  * How a folder is shown.
  */
 /**@{*/
-#define ZELSYSHELPER_VIEW_ICONS 1u /**< Set with icons of 48 pixels; any size reads as this code. */
+#define ZELSYSHELPER_VIEW_ICONS 1u /**< Assigning sets 48 pixels; icons of any size read as this code. */
 #define ZELSYSHELPER_VIEW_SMALL_ICONS 2u
 #define ZELSYSHELPER_VIEW_LIST 3u
 #define ZELSYSHELPER_VIEW_DETAILS 4u
@@ -580,8 +580,8 @@ ZELSYSHELPER_API void assignShellFolderViewOptions(const wchar_t* folder, const 
  * last one determines the result. Otherwise identical to assignShellFolderViewOptions().
  *
  * \param viewCode Receives a view code; 0 if no window was found.
- * \param sort     Receives a column code. The direction is not read and is always 0; {0, 1} if no window was
- *                 found.
+ * \param sort     Receives a column code and the direction 0: the direction is not read. {0, 1} if no window
+ *                 was found.
  * \param group    Receives a column code and a direction; {0, 1} if no window was found.
  * \since 1.0
  */

@@ -50,7 +50,8 @@
     X(bringRuningAppToTop)
 /* clang-format on */
 
-/** The library and its functions. Frees the library in the end: call stopDownloadFile() before. */
+/** Loads the library and holds its functions. The destructor frees the library: call stopDownloadFile()
+ * first. */
 struct zelsyshelper_load {
 #define ZELSYSHELPER_MEMBER(name)                                                                            \
     PFN_##name name = nullptr;                                                                               \
@@ -59,8 +60,8 @@ struct zelsyshelper_load {
 #undef ZELSYSHELPER_MEMBER
 
     HMODULE module = nullptr;      /**< Null when the library could not be loaded. */
-    DWORD error = ERROR_SUCCESS;   /**< Why not: a Windows error number. */
-    const char* missing = nullptr; /**< The first function that the library does not have: it is too old. */
+    DWORD error = ERROR_SUCCESS;   /**< The error of LoadLibraryExW; 0 if the library is loaded. */
+    const char* missing = nullptr; /**< Null, or the first function that a too old library lacks. */
 
     /**
      * Loads the library and finds all functions.
@@ -90,7 +91,7 @@ struct zelsyshelper_load {
             FreeLibrary(module);
     }
 
-    /** Whether every function may be called. */
+    /** Returns true if the library is loaded and has all functions. */
     explicit operator bool() const {
         return module != nullptr && missing == nullptr;
     }

@@ -75,7 +75,7 @@ DWORD AsyncRequest::readPart(std::string& body) {
 template <class Call>
 DWORD AsyncRequest::wait(Call call) {
     State& state = *state_;
-    state.stepOver.wait(0); // a call that failed synchronously may still have called back
+    state.stepOver.wait(0); // an earlier call may have failed synchronously and called back too
     state.error = state.count = 0;
     if (deadline_.isOver())
         return ERROR_WINHTTP_TIMEOUT;
@@ -101,7 +101,7 @@ void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status,
         state.error = static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError;
         break;
     case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
-        // Must stay the last statement. It ends with a tail call of ReleaseSRWLockExclusive, which does not
+        // set() must stay the last call. It ends with a tail call of ReleaseSRWLockExclusive, which does not
         // return to this library: the destructor's thread may unload it as soon as the lock is free.
         state.closed.set();
         return;

@@ -96,7 +96,7 @@ bool isEncrypted(HINTERNET request) {
 /// \return kReceiveFailed if the credentials must not be sent, or not again.
 TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
     // WinHTTP attributes every 407 to the proxy. Inside a tunnel the host has sent it, and would receive the
-    // credentials. The body of a final 407 is discarded: callers would mistake it for the host's reply.
+    // credentials. The body of a final 407 is not read: callers would mistake it for the host's reply.
     if (isEncrypted(request.get()) || !proxy.answerRefusal(request.get()))
         return kReceiveFailed;
     // NTLM and Negotiate authenticate the connection, so the next send must reuse it.

@@ -17,7 +17,7 @@ struct Hop {
     std::wstring url{};
     bool post = false;
     const std::string* body = nullptr;     ///< Null: no body.
-    const std::wstring* headers = nullptr; ///< Whole header lines, each ended by CR LF.
+    const std::wstring* headers = nullptr; ///< Header lines, each ended by CR LF. Null: none.
     ProxySignIn* proxy = nullptr;          ///< Not owned, not null.
     int connectTimeout = 0;                ///< Milliseconds.
 };

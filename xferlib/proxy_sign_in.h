@@ -27,13 +27,13 @@ public:
     /// \param user Empty: no credentials, every 407 is final.
     ProxySignIn(std::wstring proxy, std::wstring user, std::wstring password);
 
-    /// Marks the start of a request: the scheme of the previous request was accepted.
+    /// Starts a request. A 407 to its first send is no refusal of the scheme of the previous request.
     void beginRequest() { current_ = 0; }
 
     /// \brief Sets the credentials of a request that the proxy has answered with 407, for its next send.
     ///
     /// Call it after the status has been queried: WinHttpQueryAuthSchemes needs the parsed headers.
-    /// \return False if the proxy offers no untried scheme.
+    /// \return False without a user, or if the proxy offers no untried scheme.
     bool answerRefusal(HINTERNET request);
 
 private:

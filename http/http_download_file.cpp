@@ -89,8 +89,9 @@ bool CHttpDownloadFile::stop() {
     }
     if (over == WAIT_TIMEOUT)
         return false;
-    // The worker still uses this object after it has set done_. Waiting for its thread handle would deadlock
-    // while the library is unloaded: a thread needs the loader lock to exit, and the caller holds it.
+    // The worker still uses this object after it has set done_, so wait until its run is over. Waiting for
+    // the thread's exit would deadlock during FreeLibrary: the exit needs the loader lock, which the caller
+    // holds.
     thread_.waitFinished();
     return true;
 }

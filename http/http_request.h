@@ -36,6 +36,7 @@ public:
         std::int64_t length = 0;
     };
 
+    /// Numbers of bytes in the running or last exchange.
     struct TProgress {
         std::int64_t inputSize = 0;
         std::int64_t expectedLength = 0;
@@ -43,7 +44,7 @@ public:
         std::int64_t downloaded = 0;
     };
 
-    /// Time for an exchange that receives data to check the cancel flag between two chunks.
+    /// Time for an exchange to reach its next check of the cancel flag.
     static constexpr std::uint32_t kCancelGrace = 100; // milliseconds
 
     /// Milliseconds.
@@ -59,8 +60,8 @@ public:
     /// \brief Performs one exchange and returns when it has ended. One thread at a time may call it.
     ///
     /// A port in the URL is ignored: https uses port 443, any other scheme port 80. Cancelling sets no error:
-    /// the result is then usually 0/0. A body that is shorter than expected also leaves the result 0/0: only
-    /// `error` reports it.
+    /// `result` then usually reports success. It also reports success for a body that is shorter than
+    /// expected: only `error()` reports that.
     /// \param input The body of the request; null for none. Not owned.
     /// \param output Receives the body of the reply; null: the body is not read. Not owned.
     /// \param expectedLength Bytes after which reading ends; 0 or less if unknown.

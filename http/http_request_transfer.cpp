@@ -107,7 +107,7 @@ void CHttpRequest::download(Exchange& exchange) {
         const bool isLengthKnown = exchange.expectedLength >= 1;
         if (isLengthKnown && downloaded >= exchange.expectedLength)
             return;
-        // Only the error record reports a body that ends too early. The result stays 0/0.
+        // Only the error record reports a body that ends too early. The result reports success.
         const auto endEarly = [&](Stage stage) {
             if (isLengthKnown)
                 recordError(ERROR_SUCCESS, stage);

@@ -19,8 +19,9 @@ std::atomic<bool> isLockStuck;
 /// The size at which a failed hand-over is retried. A retry at each line would copy megabytes each time.
 std::atomic<std::uint64_t> nextHandOver;
 
-/// Copies the end of the file to `path`: at most \ref kLargestLog bytes, starting with a whole line. The
-/// limit bounds the time under the lock, even if another program has filled the log with gigabytes.
+/// Copies the end of the file to `path`: at most \ref kLargestLog bytes, starting with a whole line if the
+/// first piece contains a line feed. The limit bounds the time under the lock, even if another program has
+/// filled the log with gigabytes.
 bool copyEnd(HANDLE file, std::uint64_t size, const std::wstring& path) {
     const win32::KernelHandle copy(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));

@@ -36,7 +36,7 @@ std::wstring folderOfLogs() {
     static std::wstring found;
     const std::lock_guard guard(mutex);
     if (found.empty())
-        found = win32::logsFolder({}); // no report: without the folder, no log exists
+        found = win32::logsFolder({}); // no report: the log to receive it does not exist yet
     return found;
 }
 

@@ -14,7 +14,7 @@ void setSettingsName(std::string_view name);
 /// \brief Writes lines to the suite's log file. `createLogger` returns one for each operation.
 ///
 /// Threads and processes may log to one file concurrently, each with its own logger. No line is torn. A line
-/// is lost only if the disk is full or CreateFileW fails.
+/// is lost only if memory or disk space runs out, or if CreateFileW fails.
 class ILogger {
 public:
     /// Destroys the logger.

@@ -11,8 +11,8 @@ namespace sys {
 /// Uses no kernel handle: construction is cheap and cannot fail.
 class Signal {
 public:
-    /// Without a guard, so that it ends with a tail call: `xferlib::AsyncRequest` may be unloaded as soon as
-    /// the mutex is free.
+    /// Sets the event. Uses no guard, so that the function ends with a tail call: the thread that waits may
+    /// unload this code as soon as the mutex is free, see `xferlib::AsyncRequest`.
     void set() {
         mutex_.lock();
         isSet_ = true;

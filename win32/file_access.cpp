@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t kLargestTransfer = 1u << 30;
 
-// Sets the file pointer, because an OVERLAPPED offset costs one call of the Wine server for each transfer.
+// Sets the file pointer, because an OVERLAPPED offset costs a call to the Wine server for each transfer.
 bool seek(HANDLE file, std::uint64_t offset) {
     LARGE_INTEGER distance{};
     distance.QuadPart = static_cast<LONGLONG>(offset);

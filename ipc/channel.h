@@ -27,7 +27,7 @@ namespace ipc {
 /// indefinitely, except on a request handler that does not return.
 class CInterprocessCommunicationWin : private win32::CThreadFunction {
 public:
-    /// \brief Claims the mutex.
+    /// \brief Creates the mutex, or opens it if another instance has created it.
     /// \param mutexName Mutex name, \ref instanceMutexName. Empty: the name of this library.
     /// \param pipeBaseName Pipe name without path, \ref ipc::pipeBaseName. Empty: the name of this library.
     CInterprocessCommunicationWin(const std::wstring& mutexName, const std::wstring& pipeBaseName);
@@ -65,8 +65,8 @@ public:
     /// \brief Sends a request and waits for the reply.
     ///
     /// Makes up to seven attempts with pauses of 300 ms. Bounds all attempts together by five seconds. Each
-    /// connection carries one request: the next one reconnects without a pause. Sends nothing on the first
-    /// instance. After a time-out the channel is no longer connected.
+    /// connection carries one request: the next request reconnects without a pause. Sends nothing on the
+    /// first instance. After a time-out the channel is no longer connected.
     /// \return 0; `ERROR_BAD_ENVIRONMENT` (10) without a connection; `ERROR_BUFFER_OVERFLOW` (111) for more
     ///         than 65,526 bytes; `ERROR_SEM_TIMEOUT` (121) if the server keeps the connection open without
     ///         a reply; otherwise the error of the last attempt.
@@ -115,7 +115,7 @@ private:
     std::wstring mutexName_;
     std::wstring pipeBaseName_;
     IRequestHandler* handler_ = nullptr;
-    bool isLocalOnly_ = false; ///< The path with the computer's name has failed, the local one works.
+    bool isLocalOnly_ = false; ///< The path with the computer's name has failed; the local one works.
     bool isConnected_ = false; ///< `connectToServer` has succeeded; requests may reconnect.
     std::string lastReply_;
 };

@@ -117,7 +117,7 @@ std::uint32_t CInterprocessCommunicationWin::attempt(ULONGLONG deadline, DWORD& 
     return error;
 }
 
-/// A new handle is in byte read mode, in which TransactNamedPipe fails with ERROR_BAD_PIPE.
+/// Sets message read mode: in the byte read mode of a new handle TransactNamedPipe fails with ERROR_BAD_PIPE.
 /// \return 0; ERROR_PIPE_NOT_CONNECTED if the server has disconnected.
 std::uint32_t CInterprocessCommunicationWin::setMessageMode() {
     DWORD mode = PIPE_READMODE_MESSAGE;

@@ -37,7 +37,7 @@ bool isPresent(const std::wstring& name) {
 }
 
 std::int32_t install(const std::wstring& path) {
-    isPresent(serviceName); // ignored: CreateServiceW reports ERROR_SERVICE_EXISTS
+    isPresent(serviceName); // result ignored: CreateServiceW reports ERROR_SERVICE_EXISTS
     if (path.empty() || path.size() >= kPathLimit)
         return kBadPath;
     const std::wstring command = L"\"" + path + L"\"";
@@ -75,7 +75,7 @@ std::int32_t update() {
 }
 
 std::int32_t uninstall() {
-    isPresent(serviceName); // ignored: OpenServiceW fails for a missing service
+    isPresent(serviceName); // result ignored: OpenServiceW fails for a missing service
     ServiceHandle service;
     if (const std::int32_t code = openService(serviceName, kStopAccess, service))
         return code;

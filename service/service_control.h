@@ -6,7 +6,7 @@
 namespace service {
 
 /// \name The suite's update service
-/// Writable: a build may name another service before the first call.
+/// Writable: a program may name another service before its first call.
 /// @{
 extern const wchar_t* serviceName;
 extern const wchar_t* serviceDisplayName;

@@ -79,8 +79,7 @@ std::int32_t start() {
 std::int32_t stop(const std::wstring& name) {
     if (!isPresent(name))
         return 0;
-    // Closed on return: an open handle would keep a service that is deleted next in the database, marked for
-    // deletion.
+    // Closed on return: while a handle is open, a deleted service stays in the database, marked for deletion.
     ServiceHandle service;
     const std::int32_t code = openService(name.c_str(), kStopAccess, service);
     return code != 0 ? code : stopOpened(service);

@@ -81,9 +81,9 @@ std::wstring cut(const std::wstring& path) {
     return path.substr(0, kLongestPath);
 }
 
-/// Returns true if the truncated path of a child names something else. That is a link with the shorter name,
-/// or, if only dots and blanks remain of the child's name, the folder itself or its parent: recursion into it
-/// would not end.
+/// Returns true if recursion must not enter a child because its path is truncated. The truncated path may
+/// name a link, whose target is not part of this tree. If only dots and blanks remain of the child's name,
+/// the path names the folder itself or its parent, and the recursion would not end.
 bool isCutAstray(const std::wstring& child) {
     if (child.size() <= kLongestPath)
         return false;

@@ -9,7 +9,7 @@ namespace shell {
 ///
 /// Continues after a failure. Counts failures and prints one line for each to standard output. The process
 /// has one counter, so concurrent calls mix their counts. The destination itself is created only as the
-/// parent of a subfolder: files of the source that are listed before its first subfolder fail.
+/// parent of a subfolder: files of the source that are listed before its first subfolder are not copied.
 ///
 /// A folder that cannot be listed counts as empty, even the source. Paths are truncated to 512 characters at
 /// each level. Changes nothing if a path is blank, or if the destination is the root of a drive or share or

@@ -8,7 +8,7 @@
 namespace shell {
 namespace {
 
-/// Returns the text of a Windows function that, without a buffer, returns the required size in characters.
+/// Returns the text that `fill` writes to a buffer. `fill` returns the required size if the buffer is null.
 template <class Fill>
 std::wstring filled(Fill fill) {
     std::wstring text(fill(nullptr, 0), L'\0');

@@ -55,8 +55,9 @@ uint64_t run(const Kind& kind, const char* eventName, const char* source, const 
              const char* campType, const char* instType, const char* instRef, const char* instCh,
              const char* guid, const char* buildNumber) {
     return frame::run(0, [&] {
-        // The caller is the static destructor of another DLL. The system has ended all other threads. Without
-        // WinHTTP's threads no exchange completes, and an ended thread may have held a lock of this library.
+        // During process exit, the static destructor of another DLL can call this function. The system has
+        // ended all other threads: without WinHTTP's threads no exchange completes, and an ended thread may
+        // have held a lock of this library.
         if (win32::isProcessEnding())
             return 0;
         using frame::owned;

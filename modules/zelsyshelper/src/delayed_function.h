@@ -19,7 +19,8 @@ public:
     /// short of memory.
     /// \return Null if the DLL or the function is missing; GetLastError then returns ERROR_PROC_NOT_FOUND.
     void* find(const char* function) {
-        // Load once: a second load could fail for the function that releases what an earlier one acquired.
+        // Load once for all functions. A second load could fail, and CloseServiceHandle, for example, would
+        // then be missing for a handle that OpenServiceW has returned.
         if (module_ == nullptr)
             module_ = load();
         const HMODULE module = module_;

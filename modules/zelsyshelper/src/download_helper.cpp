@@ -51,7 +51,7 @@ uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const w
                                    .password = owned(proxyPassword)};
         const auto address = url != nullptr ? std::optional(owned(url)) : std::nullopt;
         const std::wstring folder = owned(targetFolder);
-        // No worker can start any more.
+        // During process exit no worker can start.
         if (win32::isProcessEnding())
             return std::uint32_t{ERROR_SHUTDOWN_IN_PROGRESS};
         const sys::CsGuard guard(downloadLock.section());
@@ -63,7 +63,7 @@ uint64_t startDownloadFile(const wchar_t* proxyHost, uint32_t proxyPort, const w
 
 void stopDownloadFile(void) {
     frame::run(0, [] {
-        // The system has ended the worker, so stop would wait in vain for its end.
+        // During process exit the system has ended the worker, so stop would only time out.
         if (win32::isProcessEnding())
             return 0;
         const sys::CsGuard guard(downloadLock.section());

@@ -1,6 +1,6 @@
 // Replaces parts of GCC's runtime. GCC's own versions assume that they are never unloaded: each load of the
-// DLL leaks 73 KB, an index of thread local storage and two handles, and a thousand loads exhaust the
-// indexes, which ends the process. They also add 30 KB of code for POSIX threads.
+// DLL leaks 73 KB, an index of thread local storage and two handles. A thousand loads exhaust the indexes,
+// which ends the process. GCC's versions also add 30 KB of code for POSIX threads.
 
 #include "sys/mutex.h"
 
@@ -14,7 +14,7 @@
 #if defined(__GLIBCXX__)
 namespace {
 
-/// Static blocks for exceptions while malloc fails: throwing std::bad_alloc needs no memory. Thread-safe.
+/// Static blocks that replace malloc when it fails, so that std::bad_alloc can be thrown. Thread-safe.
 template <std::size_t kSize, std::size_t kCount>
 class Reserve {
 public:
@@ -72,9 +72,9 @@ void releaseRecord(void* record) {
         release(record, records);
 }
 
-/// One record per thread. Fiber local storage calls back when a thread or the library ends. If the process
-/// has used up its few slots, thread local storage replaces it: DllMain then releases the record of a thread
-/// that ends.
+/// One record per thread. The callback of FlsAlloc releases it when the thread ends or the library is
+/// unloaded. If FlsAlloc has no free index, thread local storage replaces fiber local storage: DllMain then
+/// releases the record of a thread that ends.
 class PerThread {
 public:
     PerThread()
@@ -105,7 +105,7 @@ public:
         if (fiberIndex_ != FLS_OUT_OF_INDEXES || threadIndex_ == TLS_OUT_OF_INDEXES)
             return;
         releaseRecord(TlsGetValue(threadIndex_));
-        TlsSetValue(threadIndex_, nullptr); // another DLL that ends later may still call an export
+        TlsSetValue(threadIndex_, nullptr); // a DLL whose DllMain runs later may still call an export
     }
 
 private:
@@ -133,7 +133,7 @@ void leaveGuard(long long* object, bool isMade) {
 
 extern "C" {
 
-// The runtime stores its own data before an exception, in less than this.
+// Room before each exception object for the header of the runtime, which is smaller.
 constexpr std::size_t kHeader = 256;
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {

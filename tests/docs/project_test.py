@@ -53,17 +53,13 @@ class Project(unittest.TestCase):
         built = {folder: below for folder, below in targets().items() if below}
         exports = drawn.pop("modules/zelsyshelper/src")
         self.assertEqual(drawn, built)
-        linked = re.search(
-            r"PRIVATE zelsys_options export_frame ([^)]*)\)",
-            (ROOT / "modules/zelsyshelper/src/CMakeLists.txt").read_text(),
-        )[1].split()
+        text = (ROOT / "modules/zelsyshelper/src/CMakeLists.txt").read_text()
+        linked = re.search(r"PRIVATE zelsys_options export_frame ([^)]*)\)", text)[1].split()
         self.assertLessEqual({"ui/common/stat" if name == "stat" else name for name in linked}, exports)
 
     def test_dll_is_small_and_imports_no_heavy_dll(self):
-        self.assertEqual(
-            re.findall(r"^ +Name: (\S+)$", llvm("readobj", "--coff-imports", DLL), re.M),
-            ["KERNEL32.dll", "msvcrt.dll"],
-        )
+        imports = re.findall(r"^ +Name: (\S+)$", llvm("readobj", "--coff-imports", DLL), re.M)
+        self.assertEqual(imports, ["KERNEL32.dll", "msvcrt.dll"])
         exports = set(re.findall(r"^ +Name: (\w+)$", llvm("readobj", "--coff-exports", DLL), re.M))
         self.assertEqual(exports, functions())
         self.assertLess(DLL.stat().st_size, 350_000)
@@ -80,20 +76,13 @@ class Project(unittest.TestCase):
             pdb = binary.with_suffix(".pdb")
             guid = uuid.UUID(llvm("pdbutil", "dump", "-summary", pdb).split("GUID: ")[1][1:37])
             # LLVM 14 prints the bytes of the GUID, LLVM 19 its text form.
-            own = (
-                uuid.UUID(parts[1])
-                if "-" in parts[1]
-                else uuid.UUID(bytes_le=bytes.fromhex(parts[1].strip("()")))
-            )
+            own = parts[1].strip("()")
+            own = uuid.UUID(own) if "-" in own else uuid.UUID(bytes_le=bytes.fromhex(own))
             self.assertEqual((own, parts[2]), (guid, pdb.name))
             symbol = re.search(rf"`{name}`\n.* addr = (\d+):(\d+)", llvm("pdbutil", "dump", "-publics", pdb))
             starts = re.findall(r"VirtualAddress: (\w+)", llvm("readobj", "--sections", binary))
-            place = llvm(
-                "symbolizer",
-                "--relative-address",
-                f"--obj={binary}",
-                hex(int(starts[int(symbol[1]) - 1], 16) + int(symbol[2])),
-            )
+            address = hex(int(starts[int(symbol[1]) - 1], 16) + int(symbol[2]))
+            place = llvm("symbolizer", "--relative-address", f"--obj={binary}", address)
             line = int(re.match(rf"{name}\n.*\\{Path(source).name}:(\d+):", place)[1])
             self.assertIn(name, "".join((ROOT / source).read_text().split("\n")[line - 2 : line]), place)
 
@@ -102,19 +91,15 @@ class Project(unittest.TestCase):
         self.assertGreater(len(names), 40)
         symbols = llvm("pdbutil", "dump", "-publics", DLL.with_suffix(".pdb"))
         slots = dict(re.findall(r"`__imp_(\w+)`\n.* addr = (\d+):", symbols))
-        writable = re.findall(
-            r"Number: (\d+)(?:(?!Number:).)*IMAGE_SCN_MEM_WRITE", llvm("readobj", "--sections", DLL), re.S
-        )
+        sections = llvm("readobj", "--sections", DLL)
+        writable = re.findall(r"Number: (\d+)(?:(?!Number:).)*IMAGE_SCN_MEM_WRITE", sections, re.S)
         self.assertEqual([name for name in names if str(int(slots[name])) not in writable], [])
 
     def test_architecture_page_names_every_top_level_entry(self):
-        files = subprocess.run(
-            ["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True
-        ).stdout.split("\n")
-        named = set(re.findall(r"`([^`]+?)/?`", (ROOT / "docs/architecture.md").read_text()))
-        entries = {file.split("/")[0] for file in files if file}
+        files = subprocess.check_output(["git", "ls-files"], cwd=ROOT, text=True).splitlines()
+        named = re.findall(r"`([^`]+?)/?`", (ROOT / "docs/architecture.md").read_text())
         self.assertEqual(
-            {entry for entry in entries if not any(name.split("/")[0] == entry for name in named)}, set()
+            {file.split("/")[0] for file in files} - {name.split("/")[0] for name in named}, set()
         )
 
     def test_last_callback_of_a_request_does_not_return(self):
@@ -125,14 +110,11 @@ class Project(unittest.TestCase):
             self.assertRegex(body.splitlines()[-1], r"\tjmpq?\s", name)
 
     def test_lists_of_functions_are_those_of_the_header(self):
-        check = subprocess.run(
-            [sys.executable, ROOT / "tools/docs/exports.py", "--check"], capture_output=True, text=True
-        )
+        command = [sys.executable, ROOT / "tools/docs/exports.py", "--check"]
+        check = subprocess.run(command, capture_output=True, text=True)
         self.assertEqual(check.stderr, "")
-        for file, call in (
-            ("tests/soak/calls.h", r'\{"(\w+)", \d'),
-            ("bench/counts_bench.cpp", r"\b(\w+)\("),
-        ):
+        calls = {"tests/soak/calls.h": r'\{"(\w+)", \d', "bench/counts_bench.cpp": r"\b(\w+)\("}
+        for file, call in calls.items():
             missing = functions() - set(re.findall(call, (ROOT / file).read_text()))
             self.assertEqual(missing, set(), f"{file} does not call these")
 

@@ -61,9 +61,7 @@ class Events(unittest.TestCase):
         records = []
         for request in self.server.requests:
             if request.host.startswith("country."):
-                self.assertEqual(
-                    (request.method, request.path, request.body), ("POST", "/?instType=country", b"")
-                )
+                self.assertEqual((request.path, request.body), ("/?instType=country", b""))
                 continue
             self.assertEqual((request.method, request.path), ("POST", "/AddEventJSONString.php"))
             self.assertEqual(request.headers["Content-Type"], "application/x-www-form-urlencoded")
@@ -80,28 +78,19 @@ class Events(unittest.TestCase):
 
     def test_values_arrive_unchanged_and_are_logged(self):
         info = 'C:\\Media "A&B" 50% + größer 音楽\n'
-        options = (
-            "--name install_done --source s --info-type t --app-id 02 --version 4.1 --adv-type a "
-            "--camp-type c --inst-type it --inst-ref ir --inst-channel ic --guid g --build b"
-        )
+        options = "--name n --source s --info-type t --app-id 02 --version 4.1 --adv-type a --camp-type c "
+        options += "--inst-type it --inst-ref ir --inst-channel ic --guid g --build b"
         test_host = os.environ | {"SET_TEST_STAT_HOST": "1"}
         self.send(*options.split(), "--info", info, env=test_host)
         # In the order of FIELDS; "-" is an empty value.
-        values = "g DE - a c 02 4.1 install_done 1 s t INFO it ic ir 1 b - -".split()
+        values = "g DE - a c 02 4.1 n 1 s t INFO it ic ir 1 b - -".split()
         values = [{"-": "", "INFO": info}.get(value, value) for value in values]
         self.assertEqual(self.records(), [dict(zip(FIELDS, values))])
-        arguments = (
-            "Event Name: install_done Src: s Info: " + info.replace("\n", "\\n") + " App Id: 02 Version: 4.1 "
-            "Adv Type: a Camp Type: c Inst Type: it Inst Ref: ir Inst Ch: ic Guid: g TC build num: b"
-        )
-        self.assertEqual(
-            self.log(),
-            [
-                (6, "sendAppEventFull", arguments),
-                (7, "AppEventStat", "stats::sendEvent: ok"),
-                (6, "sendAppEventFull", "<--sendAppEventFull"),
-            ],
-        )
+        line = info.replace("\n", "\\n")
+        arguments = f"Event Name: n Src: s Info: {line} App Id: 02 Version: 4.1 Adv Type: a Camp Type: c "
+        arguments += "Inst Type: it Inst Ref: ir Inst Ch: ic Guid: g TC build num: b"
+        begin, end = (6, "sendAppEventFull", arguments), (6, "sendAppEventFull", "<--sendAppEventFull")
+        self.assertEqual(self.log(), [begin, (7, "AppEventStat", "stats::sendEvent: ok"), end])
 
     def test_only_error_statuses_are_retried(self):
         rejected = (3, "AppEventStat", "stats::sendEvent rejected: http 503 | the\\nreply")
@@ -110,12 +99,9 @@ class Events(unittest.TestCase):
             with self.subTest(statuses):
                 self.setUp()
                 self.statuses = list(statuses)
-                self.send(
-                    "--name",
-                    "n",
-                    problem="HTTP status 503: the" if line == rejected else "",
-                    env=os.environ | {"SET_TEST_STAT_HOST": "1 "},
-                )
+                no_test_host = os.environ | {"SET_TEST_STAT_HOST": "1 "}
+                problem = "HTTP status 503: the" if line == rejected else ""
+                self.send("--name", "n", problem=problem, env=no_test_host)
                 records = self.records()
                 self.assertEqual(len(records), posts)
                 self.assertEqual((records[0], records[0]["test"]), (records[-1], "0"))
@@ -134,31 +120,21 @@ class Events(unittest.TestCase):
                 time.sleep(0 if len(self.server.requests) == 2 else 0.1)
             self.assertEqual(LOG_SETTINGS.read_bytes(), b"Level=7\nLevel=7\n" + USERS_SETTINGS)
             other.send_signal(signal.SIGINT)
-            self.assertEqual(
-                (other.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=7\n" + USERS_SETTINGS)
-            )
-            prefix.host("property", "set", prefix.windows_path(LOG_SETTINGS), "Other", "new")
+            self.assertEqual(other.wait(10), 130)
+            self.assertEqual(LOG_SETTINGS.read_bytes(), b"Level=7\n" + USERS_SETTINGS)
+            prefix.host("property", "set", LOG_SETTINGS, "Other", "new")
             host.send_signal(signal.SIGINT)
             self.assertEqual((host.wait(10), LOG_SETTINGS.read_bytes()), (130, b"Level=3\nOther=new\n"))
 
     def test_dlls_are_loaded_from_the_system_folder_only(self):
-        with tempfile.TemporaryDirectory() as name:
-            for file in (prefix.BIN / "zelsyshelper-host.exe", prefix.BIN / "zelsyshelper.dll"):
-                shutil.copy(file, name)
-            shutil.copy(
-                prefix.BIN / "zelsyshelper.dll", f"{name}/winhttp.dll"
-            )  # exports no function of WinHTTP
-            # By default, Wine prefers its built-in DLL to one in the program's folder.
-            overrides = os.environ["WINEDLLOVERRIDES"] + ";winhttp=n,b"
-            result = prefix.run(
-                Path(name) / "zelsyshelper-host.exe",
-                "event",
-                "--name",
-                "n",
-                cwd=name,
-                env=os.environ | {"WINEDLLOVERRIDES": overrides},
-            )
-            self.assertEqual((result.returncode, len(self.records())), (0, 1), result)
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        host = shutil.copy(prefix.BIN / "zelsyshelper-host.exe", folder)
+        for name in "zelsyshelper.dll", "winhttp.dll":  # the latter exports no function of WinHTTP
+            shutil.copy(prefix.BIN / "zelsyshelper.dll", f"{folder}/{name}")
+        # By default, Wine prefers its built-in DLL to one in the program's folder.
+        overrides = os.environ | {"WINEDLLOVERRIDES": os.environ["WINEDLLOVERRIDES"] + ";winhttp=n,b"}
+        result = prefix.run(host, "event", "--name", "n", cwd=folder, env=overrides)
+        self.assertEqual((result.returncode, len(self.records())), (0, 1), result)
 
     def test_country_is_looked_up_until_it_is_known(self):
         for reply, asked in ((Reply(body=b"FR"), 1), (Reply(), 40)):
@@ -189,10 +165,9 @@ class Events(unittest.TestCase):
         prefix.LOG.mkdir()  # a log file that cannot be opened
         self.addCleanup(prefix.LOG.rmdir)
         self.run_case("Nulls")
-        self.assertEqual(
-            [{k: v for k, v in record.items() if v} for record in self.records()],
-            [{"country_id": "DE", "event_number": "1", "test": "0"}],
-        )
+        (record,) = self.records()
+        values = {key: value for key, value in record.items() if value}
+        self.assertEqual(values, {"country_id": "DE", "event_number": "1", "test": "0"})
 
 
 if __name__ == "__main__":

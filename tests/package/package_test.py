@@ -59,15 +59,8 @@ class Package(unittest.TestCase):
         os.environ["SOURCE_DATE_EPOCH"] = run("git", "log", "-1", "--format=%ct", cwd=ROOT).strip()
         there = package(elsewhere)
         with zipfile.ZipFile(here) as one, zipfile.ZipFile(there) as other:
-            self.assertEqual(
-                [
-                    entry.filename
-                    for entry in one.infolist()
-                    if entry.CRC != other.getinfo(entry.filename).CRC
-                ],
-                [],
-                "files that differ",
-            )
+            for entry in one.infolist():
+                self.assertEqual(entry.CRC, other.getinfo(entry.filename).CRC, entry.filename)
         self.assertEqual(here.read_bytes(), there.read_bytes())
 
     def test_readme_leads_to_programs_that_run(self):
@@ -95,23 +88,14 @@ class Package(unittest.TestCase):
         ) as first:
             self.assertIn("serving", first.stdout.readline())
             self.assertEqual(prefix.run(example, "OUTSIDE").returncode, 1)
-            self.assertEqual(
-                first.communicate("\n", timeout=30)[0].splitlines(),
-                ["asked for the window", "asked to come to the front"],
-            )
+            served = first.communicate("\n", timeout=30)[0].splitlines()
+            self.assertEqual(served, ["asked for the window", "asked to come to the front"])
 
         # A second compiler builds the channel's sources and the header that loads the library at run time.
-        run(
-            "cmake",
-            "-S",
-            Path(__file__).parent / "outside",
-            "-B",
-            root / "build/outside",
-            f"-DCMAKE_PREFIX_PATH={root}",
-            f"-DCMAKE_RUNTIME_OUTPUT_DIRECTORY={example.parent}",
-            env=built_by("clang-mingw"),
-        )
-        run("cmake", "--build", root / "build/outside")
+        source, build = Path(__file__).parent / "outside", root / "build/outside"
+        places = f"-DCMAKE_PREFIX_PATH={root}", f"-DCMAKE_RUNTIME_OUTPUT_DIRECTORY={example.parent}"
+        run("cmake", "-S", source, "-B", build, *places, env=built_by("clang-mingw"))
+        run("cmake", "--build", build)
         self.assertEqual(prefix.run(example.parent / "loaded.exe").returncode, 42)
 
     def test_programs_are_signed_on_request(self):
@@ -120,25 +104,12 @@ class Package(unittest.TestCase):
         options = "-x509 -subj /CN=test -addext extendedKeyUsage=codeSigning -out certificate.pem".split()
         run("openssl", "req", *key, *options, cwd=self.folder)
         before = (ROOT / "build/bin/zelsyshelper.dll").read_bytes()
-        root = self.unpacked(
-            package(
-                ROOT,
-                "--sign",
-                self.folder / "certificate.pem",
-                self.folder / "key.pem",
-                "--passphrase",
-                self.folder / "passphrase",
-            )
+        certificate, key, phrase = (
+            self.folder / name for name in ("certificate.pem", "key.pem", "passphrase")
         )
+        root = self.unpacked(package(ROOT, "--sign", certificate, key, "--passphrase", phrase))
         for program in "zelsyshelper.dll", "zelsyshelper-host.exe":
-            run(
-                "osslsigncode",
-                "verify",
-                "-CAfile",
-                self.folder / "certificate.pem",
-                "-in",
-                root / "bin" / program,
-            )
+            run("osslsigncode", "verify", "-CAfile", certificate, "-in", root / "bin" / program)
         self.assertEqual((ROOT / "build/bin/zelsyshelper.dll").read_bytes(), before)
 
 

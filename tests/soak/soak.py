@@ -26,14 +26,13 @@ SHORT = "--short" in sys.argv
 SEED = 20
 STORM_SECONDS, SETS, EVENTS, KILLS = (15, 60, 500, 10) if SHORT else (600, 500, 10_000, 100)
 PROGRAM, SWEEP, HOST = (
-    prefix.BIN / "soak_storm.exe",
-    prefix.BIN / "soak_sweep.exe",
-    prefix.BIN / "zelsyshelper-host.exe",
+    prefix.BIN / f"{name}.exe" for name in ("soak_storm", "soak_sweep", "zelsyshelper-host")
 )
 OLD_LOG = prefix.LOG.with_name(prefix.LOG.name + ".1")
 EXPORTS = {*(ROOT / "modules/zelsyshelper/src/zelsyshelper.def").read_text().split()[3:]}
 KEYS = {b"k%d" % i for i in range(8)}
 LINE = re.compile(r"\S+Z (\d+) (\d+) \d (\S+) \S+:\d+ (.*)")
+PIPES = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "encoding": "utf-8"}
 rows, broken = [], []
 
 
@@ -55,13 +54,7 @@ def counts(counter):
 def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
     """Starts a program. Waits until soak_storm.exe reports that it is about to start its loop."""
     for _ in range(3):
-        process = subprocess.Popen(
-            [prefix.WINE, str(program), *map(str, arguments)],
-            stdin=stdin,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE,
-            encoding="utf-8",
-        )
+        process = subprocess.Popen(prefix.command_of(program, *arguments), stdin=stdin, **PIPES)
         if program != PROGRAM or (line := process.stdout.readline()) == "ready\n":
             return process
         if prefix.START_FAILED not in (told := process.stderr.read()):
@@ -83,21 +76,11 @@ def killed(longest, *arguments, **options):
 
 
 def storm(folder, pem):
-    files, host = Server(servers.answer), Server(lambda *_: Reply(body=b"ok"), pem)
-    prefix.set_proxy(host.port, Location="DE")
     prefix.set_log_level(3)
-    result = prefix.run(
-        PROGRAM,
-        "storm",
-        prefix.windows_path(folder / "storm"),
-        str(STORM_SECONDS),
-        "16",
-        str(SEED),
-        str(files.port),
-        timeout=2 * STORM_SECONDS + 120,
-    )
-    files.close()
-    host.close()
+    with Server(servers.answer) as files, Server(lambda *_: Reply(body=b"ok"), pem) as host:
+        prefix.set_proxy(host.port, Location="DE")
+        arguments = "storm", folder / "storm", STORM_SECONDS, 16, SEED, files.port
+        result = prefix.run(PROGRAM, *arguments, timeout=2 * STORM_SECONDS + 120)
     lines = [line.split() for line in result.stdout.splitlines()]
     calls = {line[1]: int(line[2]) for line in lines if line[:1] == ["call"]}
     wrong = {line[1]: line[3] for line in lines if line[:1] == ["call"] and line[3] != "0"}
@@ -108,34 +91,23 @@ def storm(folder, pem):
         return
     promise(not wrong, f"undocumented results: {wrong}")
     row("storm: threads, seconds, exports, seed", f"16, {STORM_SECONDS}, {len(calls)}, {SEED}")
-    row(
-        "storm: calls; fewest, most of one export",
-        f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}",
-    )
+    figures = f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}"
+    row("storm: calls; fewest, most of one export", figures)
     # Each call of these three keeps a store in memory, by contract: 384 bytes.
     kept = sum(calls[name] for name in ("readProperty", "writeProperty", "checkProperty")) * 3 // 8
     # Wine 10 leaks a third of a KiB in each connection with the service manager, whichever program opens it.
     system = sum(calls[name] for name in calls if "Service" in name) // 2
-    for name, before, after, most in zip(
-        ("handles", "KiB of own blocks", "KiB of memory"), *usage, (32, 64 + kept, 8192 + kept + system)
-    ):
+    allowed = {"handles": 32, "KiB of own blocks": 64 + kept, "KiB of memory": 8192 + kept + system}
+    for (name, most), before, after in zip(allowed.items(), *usage):
         promise(after - before <= most, f"{name} grew from {before} to {after}, by more than {most}")
         row(f"storm: {name} before, after, allowed growth", f"{before}, {after}, {most}")
 
 
 def sweep(folder, pem):
-    files, host = Server(servers.answer), Server(lambda *_: Reply(body=b"ok"), pem)
-    prefix.set_proxy(host.port)
     prefix.set_log_level(7)
-    result = prefix.run(
-        SWEEP,
-        prefix.windows_path(folder / "sweep" / "own"),
-        str(files.port),
-        str(int(not SHORT)),
-        timeout=900,
-    )
-    files.close()
-    host.close()
+    with Server(servers.answer) as files, Server(lambda *_: Reply(body=b"ok"), pem) as host:
+        prefix.set_proxy(host.port)
+        result = prefix.run(SWEEP, folder / "sweep/own", files.port, int(not SHORT), timeout=900)
     swept = re.search(r"^swept (\d+) (\d+) (\d+)", result.stdout, re.MULTILINE)
     problems = "\n".join(line for line in result.stdout.splitlines() if line.startswith("problem"))
     promise(result.returncode == 0 and swept, f"the sweep exited with {result.returncode}:\n{problems}")
@@ -185,14 +157,11 @@ def watch(path, is_over, seen, broken_states):
 def eight_processes(folder, _pem):
     path, seen, totals, broken_states = folder / "eight.cfg", Counter(), Counter(), set()
     path.write_bytes(contents_of(OTHERS | {key: value_of(0) for key in KEYS}))
-    writers = [
-        start("set", prefix.windows_path(path), f"k{i}", SETS, stdin=subprocess.PIPE) for i in range(8)
-    ]
+    writers = [start("set", path, f"k{i}", SETS, stdin=subprocess.PIPE) for i in range(8)]
     for writer in writers:  # all are ready: closing stdin starts them
         writer.stdin.close()
-    watcher = threading.Thread(
-        target=watch, args=(path, lambda: all(w.poll() is not None for w in writers), seen, broken_states)
-    )
+    have_ended = lambda: all(writer.poll() is not None for writer in writers)  # noqa: E731
+    watcher = threading.Thread(target=watch, args=(path, have_ended, seen, broken_states))
     watcher.start()
     for writer in writers:
         numbers = re.findall(r"set (\d+) (\d+) (\d+)", writer.stdout.read())
@@ -200,16 +169,12 @@ def eight_processes(folder, _pem):
         totals.update(dict(zip(("lost", "absent", "half"), map(int, *numbers))))
     watcher.join()
     promise(not totals.total() and not broken_states, f"{totals}, {broken_states}")
-    promise(
-        path.read_bytes() == contents_of(OTHERS | {key: value_of(SETS) for key in KEYS}),
-        "the last updates are lost",
-    )
+    expected = contents_of(OTHERS | {key: value_of(SETS) for key in KEYS})
+    promise(path.read_bytes() == expected, "the last updates are lost")
     row("8 processes: updates; lost", f"{8 * SETS}; {totals['lost']}")
     row("8 processes: keys of others absent, values torn", f"{totals['absent']}, {totals['half']}")
-    row(
-        "8 processes: inspections of the file from outside; broken states",
-        f"{seen['looks']}; {len(broken_states)}",
-    )
+    figures = f"{seen['looks']}; {len(broken_states)}"
+    row("8 processes: inspections of the file from outside; broken states", figures)
 
 
 # Replies of the statistics host to a post, in percent, and the outcome that the library must log.
@@ -243,10 +208,8 @@ class Chaos:
             return Reply()
         if kind == "reset":
             handler.connection.setsockopt(SOL_SOCKET, SO_LINGER, struct.pack("ii", 1, 0))
-        pieces = {"short": servers.RAW["short"], "garbage": servers.RAW["garbage"], "stall": [b""] * 40}.get(
-            kind, []
-        )
-        return servers.write_slowly(handler, pieces)
+        pieces = servers.RAW | {"stall": [b""] * 40, "reset": []}
+        return servers.write_slowly(handler, pieces[kind])
 
 
 def clear_log():
@@ -270,26 +233,21 @@ def logged():
 
 def chaotic_events(_folder, pem):
     chaos = Chaos()
-    server = Server(chaos.answer, pem)
-    prefix.set_proxy(server.port, Location="DE")
     prefix.set_log_level(7)
     clear_log()
-    result = prefix.run(PROGRAM, "events", str(EVENTS), "16", timeout=900)
-    server.close()
+    with Server(chaos.answer, pem) as server:
+        prefix.set_proxy(server.port, Location="DE")
+        result = prefix.run(PROGRAM, "events", EVENTS, 16, timeout=900)
     outcomes, odd = logged()
-    promise(
-        result.returncode == 0 and odd == 0, f"events exited with {result.returncode}, {odd} malformed lines"
-    )
+    promise((result.returncode, odd) == (0, 0), f"exit code {result.returncode}, {odd} malformed lines")
     arrived, told, codes = Counter(), Counter(), Counter()
     for event in range(1, EVENTS + 1):
         kinds, told_of = chaos.arrivals[event], outcomes[event]
         promise(len(told_of) == 1, f"event {event} has {len(told_of)} outcomes; {kinds}")
         outcome = told_of[0] if told_of else ""
         # The library sends again only after a status of 400 or above.
-        promise(
-            len(kinds) <= 2 and kinds[:-1] in ([], ["500"]),
-            f"event {event} was sent again: {kinds}; {outcome}",
-        )
+        is_due = len(kinds) <= 2 and kinds[:-1] in ([], ["500"])
+        promise(is_due, f"event {event} was sent again: {kinds}; {outcome}")
         expected = CHAOS[kinds[-1]][1] if kinds else "curl"
         # The log also reports why a second attempt did not arrive.
         is_lost = kinds == ["500"] and outcome.startswith("curl")
@@ -298,10 +256,8 @@ def chaotic_events(_folder, pem):
         told[outcome.partition(" ")[0].rstrip(":")] += 1
         if outcome.startswith("curl"):
             codes[f"{outcome.split()[1]} after {kinds[-1] if kinds else 'nothing'}"] += 1
-    row(
-        "events: sent; arrived once, twice after 500, never",
-        f"{EVENTS}; {arrived[1]}, {arrived[2]}, {arrived[0]}",
-    )
+    figures = f"{EVENTS}; {arrived[1]}, {arrived[2]}, {arrived[0]}"
+    row("events: sent; arrived once, twice after 500, never", figures)
     row("events: logged as ok, rejected, no reply", f"{told['ok']}, {told['rejected']}, {told['curl']}")
     row("events: transport codes of missing replies", counts(codes))
 
@@ -310,16 +266,14 @@ def kill_save(folder, _pem):
     path, states = folder / "save.cfg", Counter()
     for _ in range(KILLS):
         path.write_bytes(contents_of(OTHERS))
-        killed(0.05, "set", prefix.windows_path(path), "k1", 0)
+        killed(0.05, "set", path, "k1", 0)
         left = path.read_bytes()
         sound = is_sound(left, {b"k1"})
         states["zeros at the end" if left.endswith(b"\0") else "whole" if sound else "broken"] += 1
         promise(sound, f"broken after a kill in save: {left}")
-        succeed("property", "set", prefix.windows_path(path), "k1", value_of(1).decode())
-        promise(
-            path.read_bytes() == contents_of(OTHERS | {b"k1": value_of(1)}),
-            "the next start did not save its key",
-        )
+        succeed("property", "set", path, "k1", value_of(1).decode())
+        expected = contents_of(OTHERS | {b"k1": value_of(1)})
+        promise(path.read_bytes() == expected, "the next start did not save its key")
     row("kill in save: the file afterwards", counts(states))
 
 
@@ -331,19 +285,13 @@ def kill_switches(_folder, _pem):
         killed(0.05, "switches", "soak-kill")
         size = path.stat().st_size if path.exists() else 0
         count = sizes.get(size, 0)
-        finds = [
-            prefix.host("property", "check", prefix.windows_path(path), str(name), "--enciphered").returncode
-            == 0
-            for name in range(count)
-            if name in (0, count - 1)
-        ]
+        for name in {0, count - 1} if count else ():
+            succeed("property", "check", path, name, "--enciphered")
         states["all switches" if count == 50 else "a part of them" if count else "none"] += 1
-        promise(size in sizes and all(finds), f"{size} bytes are left; switches found: {finds}")
+        promise(size in sizes, f"{size} bytes are left")
         succeed("switch", "on", "soak-kill", "after")
-        promise(
-            path.stat().st_size == size + len("after=1\n"),
-            f"next start: {path.stat().st_size} bytes after {size}",
-        )
+        now = path.stat().st_size
+        promise(now == size + len("after=1\n"), f"next start: {now} bytes after {size}")
     path.unlink()
     row("kill in enableFx: what is left, always whole", counts(states))
 
@@ -351,24 +299,16 @@ def kill_switches(_folder, _pem):
 def kill_download(folder, _pem):
     length, states = 30_000_000, Counter()
     content, path, server = servers.pattern(length), folder / "big.bin", Server(servers.answer)
-    arguments = (
-        "download",
-        f"http://files.example/file/{length}/big.bin",
-        "--folder",
-        prefix.windows_path(folder),
-        "--proxy",
-        f"127.0.0.1:{server.port}",
-    )
+    url, proxy = f"http://files.example/file/{length}/big.bin", f"127.0.0.1:{server.port}"
+    arguments = "download", url, "--folder", folder, "--proxy", proxy
     for number in range(KILLS):
         path.unlink(missing_ok=True)
         killed(0.8, *arguments, program=HOST)
         left = path.read_bytes() if path.exists() else None
-        states[
-            "no file" if left is None else "whole" if left == content else "a part" if left else "empty"
-        ] += 1
-        promise(
-            left is None or content.startswith(left), "the partial file has other bytes than the original"
-        )
+        whole = "whole" if left == content else "a part" if left else "empty"
+        states["no file" if left is None else whole] += 1
+        is_sound = left is None or content.startswith(left)
+        promise(is_sound, "the partial file has other bytes than the original")
         if number % 5 == 0:
             succeed(*arguments)
             promise(path.read_bytes() == content, "the next start did not download the whole file")
@@ -388,18 +328,15 @@ def kill_hand_over(_folder, _pem):
         killed(0.06, "events", 0, 1, 30_000)
         new, old = prefix.LOG.read_text(), OLD_LOG.read_text() if OLD_LOG.exists() else None
         handed = not new.startswith(before)
-        states[
-            "not begun" if old is None else "emptied" if handed else "copied" if old == before else "copy cut"
-        ] += 1
+        begun = "emptied" if handed else "copied" if old == before else "copy cut"
+        states["not begun" if old is None else begun] += 1
         promise(not handed or old == before, "lines were lost in the hand-over")
         begin = time.monotonic()
         succeed("event", "--name", "n", "--info", "0")
         slowest = max(slowest, time.monotonic() - begin)
         outcomes, odd = logged()
-        promise(
-            outcomes[0] and odd == 0 and OLD_LOG.read_text() == before,
-            f"the next start: {dict(outcomes)}, {odd}",
-        )
+        whole = outcomes[0] and odd == 0 and OLD_LOG.read_text() == before
+        promise(whole, f"the next start: {dict(outcomes)}, {odd}")
     row("kill in a hand-over of the log: its state", counts(states))
     row("kill in a hand-over: the next event, slowest", f"{slowest:.1f} s")
 
@@ -426,10 +363,9 @@ def write_document():
     path = ROOT / "docs/reliability.md"
     begin, end = "<!-- soak -->\n", "<!-- end of soak -->\n"
     before, rest = path.read_text(encoding="utf-8").split(begin)
-    table = "| what | figure |\n| --- | --- |\n" + "".join(
-        f"| {what} | {figure} |\n" for what, figure in rows
-    )
-    path.write_text(before + begin + table + end + rest.split(end)[1], encoding="utf-8")
+    table = [("what", "figure"), ("---", "---"), *rows]
+    lines = "".join(f"| {what} | {figure} |\n" for what, figure in table)
+    path.write_text(before + begin + lines + end + rest.split(end)[1], encoding="utf-8")
 
 
 def main():
@@ -438,10 +374,8 @@ def main():
     wanted = [argument for argument in sys.argv[1:] if argument not in ("--short", "--write")]
     writes = "--write" in sys.argv
     if not set(wanted) <= {part.__name__ for part in parts} or (writes and wanted):
-        raise SystemExit(
-            "usage: scripts/soak.sh [--short] [--write | NAME...]; names: "
-            + " ".join(part.__name__ for part in parts)
-        )
+        names = " ".join(part.__name__ for part in parts)
+        raise SystemExit(f"usage: scripts/soak.sh [--short] [--write | NAME...]; names: {names}")
     random.seed(SEED)
     with tempfile.TemporaryDirectory() as name:
         folder = Path(name)

@@ -28,9 +28,8 @@ class Host(unittest.TestCase):
         self.json("property", "set", file, "k", value)
         self.assertEqual(self.json("property", "get", file, "k")["value"], value)
         prefix.host("property", "--enciphered", "write", file + ".fx", "--", "-h", "--json")
-        self.assertEqual(
-            prefix.host("property", "read", file + ".fx", "--enciphered", "--", "-h").stdout, "--json\n"
-        )
+        read = prefix.host("property", "read", file + ".fx", "--enciphered", "--", "-h")
+        self.assertEqual(read.stdout, "--json\n")
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
         self.assertEqual(self.json("property", "get", file, "none")["errorName"], "NO_KEY")
         self.assertIn("Failures", self.json("copy-dir", ".", "")["error"])  # and no lines of the library
@@ -60,7 +59,7 @@ class Host(unittest.TestCase):
         self.assertLess(chi_square, 31, "3 degrees of freedom: a fair draw exceeds 31 once in a million runs")
 
     def test_life_cycle_of_the_update_service(self):
-        install = "install", prefix.windows_path(prefix.BIN / "update_service.exe")
+        install = "install", prefix.BIN / "update_service.exe"
         for arguments, expected in (
             (["start"], "SERVICE_NOT_OPENED"),
             (["install", "none.exe"], "ERROR_FILE_NOT_FOUND"),
@@ -84,11 +83,8 @@ class Host(unittest.TestCase):
                 self.assertEqual(result.get("errorName", result.get("state", "")), expected)
 
     def test_failed_downloads_state_the_reason_and_show_no_full_bar(self):
-        replies = {
-            "/missing": Reply(404),
-            "/page": Reply(404, b"page"),
-            "/circle": Reply(302, headers={"Location": "/circle"}),
-        }
+        circle = Reply(302, headers={"Location": "/circle"})
+        replies = {"/missing": Reply(404), "/page": Reply(404, b"page"), "/circle": circle}
 
         def answer(request, _handler):
             time.sleep({"/late": 3, "/silent": 15}.get(request.path, 0))
@@ -96,7 +92,8 @@ class Host(unittest.TestCase):
 
         server = Server(answer)
         self.addCleanup(server.close)
-        folder = prefix.windows_path(self.enterContext(tempfile.TemporaryDirectory()))
+        proxy = "--proxy", f"127.0.0.1:{server.port}"
+        folder = "--folder", Path(self.enterContext(tempfile.TemporaryDirectory()))
         for path, words in (
             ("/file", ""),
             ("/missing", "answered with HTTP status 404 (stage 60)"),
@@ -105,32 +102,14 @@ class Host(unittest.TestCase):
             ("/late", "not finished after 1 s"),
         ):
             with self.subTest(path):
-                result = prefix.host(
-                    "download",
-                    "http://some.example" + path,
-                    "--folder",
-                    folder,
-                    "--proxy",
-                    f"127.0.0.1:{server.port}",
-                    "--timeout",
-                    "1" if path == "/late" else "30",
-                )
+                timeout = "--timeout", 1 if path == "/late" else 30
+                result = prefix.host("download", "http://some.example" + path, *folder, *proxy, *timeout)
                 self.assertIn(words, result.stderr)
                 self.assertEqual((result.returncode == 0, "#" in result.stdout), (words == "",) * 2, result)
-        command = [
-            "timeout",
-            "--preserve-status",
-            "-sINT",
-            "5",
-            prefix.WINE,
-            prefix.BIN / "zelsyshelper-host.exe",
-            "download",
-            "--json",
-            "http://some.example/silent",
-            "--proxy",
-            f"127.0.0.1:{server.port}",
-        ]
-        result = subprocess.run(command, stdout=subprocess.PIPE, timeout=12)
+        arguments = "download", "--json", "http://some.example/silent", *proxy
+        command = prefix.command_of(prefix.BIN / "zelsyshelper-host.exe", *arguments)
+        interrupted = "timeout --preserve-status -sINT 5".split()
+        result = subprocess.run([*interrupted, *command], stdout=subprocess.PIPE, timeout=12)
         self.assertEqual((json.loads(result.stdout)["exitCode"], result.returncode), (130, 130))
 
     def test_doctor_checks_the_proxy_and_hides_its_password(self):
@@ -139,9 +118,8 @@ class Host(unittest.TestCase):
         self.addCleanup(prefix.COMMON_CONFIG.unlink)
         prefix.set_log_level("7 (as support asked)")
         found = self.json("doctor")
-        self.assertEqual(
-            (found["logLevel"]["level"], found["proxy"]["port"], found["ok"]), (7, server.port, True)
-        )
+        figures = found["logLevel"]["level"], found["proxy"]["port"], found["ok"]
+        self.assertEqual(figures, (7, server.port, True))
         self.assertIn("***", found["commonConfig"]["text"])
         self.assertIn("https://statistics.quenlith.example", found["statisticsHost"]["text"])
         server.close()

@@ -17,14 +17,20 @@ SECRET = "s3cret-pw"  # the proxy's password
 BIN = Path(os.environ.get("ZELSYS_BIN", Path(__file__).parents[2] / "build/bin"))
 
 
+def command_of(program, *arguments):
+    """Returns the command that runs a Windows program under Wine. Paths become Windows paths."""
+    texts = (windows_path(given) if isinstance(given, Path) else str(given) for given in arguments)
+    return [WINE, str(program), *texts]
+
+
 def run(program, *arguments, timeout=60, **options):
     """Runs a Windows program and returns the result of `subprocess.run`, with stdout and stderr as text.
-    Fails if one of them, or a log, contains the proxy's password."""
+    Fails if one of them, or a log, contains the proxy's password. Paths become Windows paths."""
     for _ in range(3):
         # Files instead of pipes: a process that Wine starts meanwhile, such as its desktop, keeps them open.
         with TemporaryFile() as output, TemporaryFile() as errors:
             result = subprocess.run(
-                [WINE, str(program), *arguments],
+                command_of(program, *arguments),
                 stdout=output,
                 stderr=errors,
                 timeout=timeout,
@@ -53,7 +59,7 @@ def windows_path(path):
 
 def trust(authority):
     """Makes programs that start from now on trust the authority."""
-    run("regedit.exe", "/S", windows_path(authority.registry_file()), check=True)
+    run("regedit.exe", "/S", authority.registry_file(), check=True)
 
 
 def set_proxy(port, **more):

@@ -141,3 +141,6 @@ class Server(ThreadingHTTPServer):
     def close(self):
         self.shutdown()
         self.server_close()
+
+    def __exit__(self, *_):
+        self.close()

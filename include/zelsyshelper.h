@@ -277,8 +277,9 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  * Concurrent calls for one file, also from different processes, are serialised and keep each other's changes.
  * Changes can be lost only if a process holds the lock for more than 2 seconds, or if the file system has no
  * byte locks. Readers see either the old or the new contents, even if a process ends during the call. A full
- * disk leaves the file unchanged. If another program holds the file open, the call retries for 250 ms and
- * then leaves the file unchanged. If the file can be opened but not read, its other keys are lost.
+ * disk leaves the file unchanged. If another program has opened the file without sharing, the call retries
+ * for 250 ms and then leaves the file unchanged. If the file can be opened but not read, its other keys are
+ * lost.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 if the file could be read before the change, otherwise 0. This does not report whether the change

@@ -61,7 +61,7 @@ struct zelsyshelper_load {
 
     HMODULE module = nullptr;      /**< Null when the library could not be loaded. */
     DWORD error = ERROR_SUCCESS;   /**< The error of LoadLibraryExW; 0 if the library is loaded. */
-    const char* missing = nullptr; /**< Null, or the first function that a too old library lacks. */
+    const char* missing = nullptr; /**< The first function that an outdated library lacks; else null. */
 
     /**
      * Loads the library and finds all functions.

@@ -95,8 +95,9 @@ bool isEncrypted(HINTERNET request) {
 /// Prepares a request that was answered with 407 for its next send with the proxy's credentials.
 /// \return kReceiveFailed if the credentials must not be sent, or not again.
 TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
-    // WinHTTP attributes every 407 to the proxy. Inside a tunnel the host has sent it, and would receive the
-    // credentials. The body of a final 407 is not read: callers would mistake it for the host's reply.
+    // WinHTTP attributes every 407 to the proxy. Inside a tunnel a 407 comes from the host, which would
+    // receive the credentials. The body of a final 407 is not read: callers would mistake it for the host's
+    // reply.
     if (isEncrypted(request.get()) || !proxy.answerRefusal(request.get()))
         return kReceiveFailed;
     // NTLM and Negotiate authenticate the connection, so the next send must reuse it.
@@ -130,7 +131,7 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
     return kReceiveFailed;
 }
 
-/// Returns true if the body is chunked. A chunked body ignores Content-Length.
+/// Returns true if the body is chunked. Content-Length does not apply to such a body.
 bool isChunked(HINTERNET request) {
     std::wstring coding = win32::textHeader(request, WINHTTP_QUERY_TRANSFER_ENCODING).value_or(L"");
     coding.erase(0, coding.find_last_of(L',') + 1); // the last coding frames the message; npos + 1 is 0

@@ -184,8 +184,9 @@ void unmix(Byte* data, std::size_t size) {
     std::memcpy(data + 1, turned, kShift);
 }
 
-// Self-inverse: XORs each byte with a value that depends on its position only. Every second byte of the key
-// is replaced by 0xFF. The key is doubled, because this alternation needs an even period.
+// Self-inverse: XORs each byte, from the third on, with a value that depends on its position only. Every
+// second byte of the key is replaced by 0xFF. The key is doubled, because this alternation needs an even
+// period.
 void mask(Byte* data, std::size_t size, const std::string& key) {
     std::string period = key + key;
     for (std::size_t i = 0; i < period.size(); ++i)

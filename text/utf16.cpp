@@ -74,7 +74,7 @@ std::size_t convertAscii(const In* in, std::size_t size, Out* out) {
     std::size_t done = 0;
     while (size - done >= kBlock && convertBlock(in + done, out + done))
         done += kBlock;
-    // The last block overlaps the one before it, so that plain text needs no conversion one by one.
+    // The last block overlaps the one before it: plain text needs no conversion character by character.
     const bool hasTail = done > 0 && size - done < kBlock;
     return hasTail && convertBlock(in + size - kBlock, out + size - kBlock) ? size : done;
 }

@@ -13,10 +13,10 @@ inline constexpr std::uint64_t kLargestLog = 5'242'880; // bytes
 
 /// \brief A bounded text file that several processes append to.
 ///
-/// Before the file would grow beyond \ref kLargestLog, its end is copied to the same path with ".1" appended,
-/// over an older copy, and the file is truncated to 0 bytes. If the copy fails, the file may grow to twice
-/// the limit; it is then truncated without a copy. The file is not renamed, so that the open handles of all
-/// processes stay on the current log. An advisory lock covers appending, copying and truncating. The
+/// If an append would exceed \ref kLargestLog, the end of the file is first copied to the same path with ".1"
+/// appended, over an older copy, and the file is truncated to 0 bytes. If the copy fails, the file may grow
+/// to twice the limit; it is then truncated without a copy. The file is not renamed, so that the open handles
+/// of all processes stay on the current log. An advisory lock covers appending, copying and truncating. The
 /// system releases the lock when its holder dies.
 class LogFile {
 public:

@@ -8,7 +8,8 @@ namespace shell {
 /// be opened, or if the file system assigns no file index.
 bool isSameFolder(const std::wstring& first, const std::wstring& second);
 
-/// \brief Returns true if a listing of the path shows the root of a drive or share.
+/// \brief Returns true if a path leads to the root of a drive or share, also through links. "C:" counts as a
+/// root.
 bool isRoot(const std::wstring& path);
 
 /// \brief Returns true if `folder` is `other` or contains it, by their full names or after following links.

@@ -5,7 +5,7 @@
 
 #include <windows.h>
 
-/// Functions of system DLLs that are loaded when one of them is first called.
+/// Imports whose DLL is loaded by their first call.
 namespace delayed {
 
 /// \brief A system DLL, loaded when one of its functions is first called. Never unloaded. Thread-safe.

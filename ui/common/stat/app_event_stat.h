@@ -29,7 +29,7 @@ public:
     ///
     /// Stores them and builds the event atomically: no event carries another call's fields. Posts on this
     /// thread and blocks until the exchange is over.
-    /// \param logger Logs the outcome. May be null. Not created here: a new logger reads the log's settings.
+    /// \param logger Logs the outcome. May be null. A parameter, because creating a logger reads a file.
     void sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
                    const TEvent& event, CoreLog::ILogger* logger);
 

@@ -8,7 +8,7 @@
 
 namespace host {
 
-/// The DLL, loaded at run time, as an application that installs it beside itself does.
+/// The DLL, loaded at run time as an application loads it.
 using Library = zelsyshelper_load;
 
 /// \brief One command of the program.

@@ -67,7 +67,7 @@ std::wstring systemText(std::uint32_t number) {
     return {text, length};
 }
 
-/// An earlier failure may have added the member.
+/// Adds a member. Removes it if the text is empty: an earlier failure may have added it.
 void optionalField(std::string_view name, const std::wstring& text) {
     if (!text.empty())
         field(name, text);

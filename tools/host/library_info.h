@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// What the version resource of the DLL states. Texts that are missing there are empty.
+/// The path of the DLL and texts of its version resource. A missing text is empty.
 struct LibraryInfo {
     std::wstring path;
     std::wstring version;

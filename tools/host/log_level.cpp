@@ -73,8 +73,8 @@ bool RaisedLogLevel::writeRaised() {
     wasEmpty_ = original.empty();
     if (std::atoi(level_.c_str()) > kOutcomeLevel)
         return true;
-    // The first line of a key counts, so that the line of the user can stay. A level that is as high already
-    // also gets a line: it may come from another process, which can remove its line before the event.
+    // The first line of a key counts, so that the line of the user can stay. A level that equals
+    // kOutcomeLevel also gets a line: another process may have raised it and can restore it before the event.
     const std::string raised = kRaisedLine + original;
     isRaised_ = file.replace(raised, original, fs::FileForm::plain) == 0;
     return isRaised_;
@@ -90,8 +90,8 @@ bool RaisedLogLevel::restore() {
     if (!isDeleted && !writeRestored())
         return false;
     isRaised_ = false;
-    // A file that was empty before is the user's and stays. A file that another process has created to raise
-    // the level was not empty, and the last process that restores the level deletes it.
+    // A file that existed and was empty before `raise` is the user's and stays. A file that was not empty may
+    // come from another process that raises the level. The last process that restores the level deletes it.
     if (!existed_ || !wasEmpty_)
         deleteEmptyFile(path_);
     return true;

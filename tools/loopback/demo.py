@@ -73,7 +73,7 @@ def installer(folder):
         raise SystemExit("demo: the installer left something behind")
     wait_until(
         lambda: prefix.host("service", "status").returncode == 1
-    )  # Windows removes it when its process has ended
+    )  # Windows removes the service when its process has ended
     show("service", "status", expected=1)
     show("extension", expected=1)
 

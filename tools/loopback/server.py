@@ -112,7 +112,7 @@ class _Handler(BaseHTTPRequestHandler):
 
 
 class Server(ThreadingHTTPServer):
-    """Runs on a free port of 127.0.0.1 from the start until `close`.
+    """Runs on a free port of 127.0.0.1 from its construction until `close`.
 
     `answer(request, handler)` returns the reply to a request, or None if it has written the reply to
     the handler's connection itself. It runs on many threads at the same time.

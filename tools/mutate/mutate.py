@@ -63,7 +63,7 @@ OPERATORS = {
         (r"\bfalse\b", "true"),
         (r"([(& |])!(?=[\w(])", r"\1"),
     ],
-    # Large ones are mostly time-outs and capacities, of which one more or less means nothing.
+    # Numbers from 100 on are doubled: most are time-outs and capacities, where adding 1 has no effect.
     "constant": [
         (
             r"(?<![\w.'\"\\])(\d+)(?![\w.'\"])",

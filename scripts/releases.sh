@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Runs both commands of the README on bare Debian systems, up to an hour each, and prints one table:
 #   scripts/releases.sh [RELEASE...]      default: bookworm trixie
-# debootstrap creates each system in a temporary folder, from the mirror that this system's apt uses. The
-# system gets a clone with the tracked files in their current state. It is removed afterwards; its output
-# stays in build/releases/RELEASE.log.
+# debootstrap creates each system in a temporary folder, from the mirror that this system's apt uses. The new
+# system gets a clone with the tracked files in their current state. The folder is removed afterwards; the
+# output stays in build/releases/RELEASE.log.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

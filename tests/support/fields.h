@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-/// Makes an aggregate comparable and printable: "{error, stage} = (5, 14104)". Belongs in its namespace.
-/// Names all fields of the type, in their order.
+/// Makes an aggregate comparable and printable, as "{error, stage} = (5, 14104)". Use it in the namespace of
+/// the aggregate, and list all fields in the order of their declaration.
 #define ZELSYS_FIELDS(Type, ...)                                                                             \
     inline auto fieldsOf(const Type& object) {                                                               \
         const auto& [__VA_ARGS__] = object;                                                                  \

@@ -55,7 +55,7 @@ void release(void* block) noexcept {
     const auto* const bytes = static_cast<const unsigned char*>(block);
     bool isSound = blockOf(header) == bytes; // false: not the start of a block
     for (std::size_t i = header->size; isSound && i < roundedUp(header->size, kAlignment); ++i)
-        isSound = bytes[i] == kUntouched; // false: written after the block, before the end of the page
+        isSound = bytes[i] == kUntouched; // false: a write past the end of the block
     if (!isSound || !VirtualFree(header, header->pages * kPage, MEM_DECOMMIT))
         std::abort();
     // The system reserves at most some ten thousand ranges, so the oldest one is released.

@@ -8,9 +8,8 @@
 
 namespace testing_support {
 
-/// \brief Replaces one function that the product imports, for the whole test program.
-///
-/// Calls reach the real function until a test sets `fake`. `restore` resets `fake` and the number of calls.
+/// Replaces one function that the product imports, for the whole test program. Calls reach the real function
+/// until a test sets `fake`. `restore` resets `fake` and the number of calls.
 template <class Name, class Function>
 class Seam;
 
@@ -31,7 +30,7 @@ public:
         return fake ? fake(arguments...) : real(arguments...);
     }
 
-    /// Lets every call return zero and set this error.
+    /// Lets every call return 0 and set the last error. Resets the number of calls.
     static void failWith(DWORD error) {
         calls = 0;
         fake = [error](Arguments...) {
@@ -58,8 +57,8 @@ inline void restoreSeams() {
 
 } // namespace testing_support
 
-/// Replaces a function of a DLL. Callers reach it by its slot `__imp_NAME` if its header declares it as
-/// imported, or as NAME otherwise: import libraries define both in one object, so both are defined here.
+/// Replaces a function of a DLL. Callers refer to its slot `__imp_NAME` if its header declares it dllimport,
+/// otherwise to NAME. Both are defined here, because an import library defines them in one object.
 #define ZELSYS_SEAM(dll, function)                                                                           \
     struct function##Name {                                                                                  \
         static constexpr const wchar_t* kDll = dll;                                                          \

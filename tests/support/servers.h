@@ -11,7 +11,7 @@ inline std::uint16_t port(const std::string& server) {
     return static_cast<std::uint16_t>(std::atoi(std::getenv(("PORT_" + server).c_str())));
 }
 
-/// \brief A request as a server received it, which is the body of its reply to "/echo".
+/// \brief A request as a server received it. `text` is the body of the server's reply to "/echo".
 struct Received {
     std::string method = "GET", host = "127.0.0.1:" + std::to_string(port("PLAIN")), path = "/echo";
     std::string contentType = "None", body{}; ///< "None" if the request has no such header.

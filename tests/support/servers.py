@@ -42,7 +42,7 @@ servers = {}
 
 
 def write_slowly(handler, pieces):
-    """Sends the pieces until the client closes the connection, then closes it."""
+    """Sends the pieces, half a second apart, then closes the connection. Stops if the client closes it."""
     handler.close_connection = True
     try:
         for number, piece in enumerate(pieces):
@@ -75,7 +75,7 @@ def answer(request, handler):
         return Reply(body=request.headers["User-Agent"].encode())
     if what == "late":
         time.sleep(1)
-    if what == "tries":  # the schemes of all sign-ins to the guarded proxy since the last query
+    if what == "tries":  # the schemes of all proxy credentials received since the last query
         given = servers["GUARDED"].authorizations
         tries = " ".join(authorization.split()[0] for authorization in given)
         given.clear()

@@ -1,4 +1,4 @@
-// Compares the parser with a regular expression, and checks the first and last draw of each variant.
+// Compares the parser with a regular expression, and checks the first and last pick of each variant.
 #include "ui/common/stat/adv_type.h"
 #include "fuzz.h"
 

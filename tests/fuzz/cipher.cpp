@@ -1,4 +1,4 @@
-// Compares each mode, with any phrase, with passes byte by byte. Deciphering must restore the data.
+// Compares each mode, for any phrase, with a bytewise reference. Deciphering must restore the data.
 #include "fs/cipher.h"
 #include "fuzz.h"
 

@@ -1,4 +1,4 @@
-// Compares parser and search with a regular expression. A written file must parse to the same values.
+// Compares parser and search with a regular expression. A written file must parse to the nonempty values.
 #include "fs/config_format.h"
 #include "fuzz.h"
 
@@ -17,7 +17,7 @@ void check(FuzzedDataProvider& input) {
     fs::parseConfig(contents, values);
     require(values == expected);
 
-    // A part of the file is a further key to search for, mostly an absent one.
+    // Also searches for a part of the file's text as a key. Mostly there is no such key.
     std::map<std::string, std::optional<std::string>> keys(values.begin(), values.end());
     keys.try_emplace(contents.substr(std::min(begin, contents.size()), length));
     for (const auto& [key, value] : keys) {

@@ -1,4 +1,4 @@
-// Compares the escapes with an escape of one character at a time, which the standard library decodes.
+// Compares the escapes with a reference that decodes each character by the standard library.
 #include "text/escape.h"
 #include "fuzz.h"
 
@@ -19,7 +19,7 @@ void check(FuzzedDataProvider& input) {
         for (length = 1; length <= 4 && !decoded(value.substr(at, length));)
             ++length;
         std::string character = value.substr(at, length), jsonForm;
-        if (length > 4) { // no character starts here
+        if (length > 4) { // no valid character starts here
             length = 1;
             character = "\xEF\xBF\xBD";
         }

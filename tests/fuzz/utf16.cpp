@@ -1,4 +1,4 @@
-// Reads the same bytes as UTF-8 and as UTF-16, and compares with the standard library's conversions.
+// Converts the bytes as UTF-8 and as UTF-16, and compares the results with those of the standard library.
 #include "text/utf16.h"
 #include "fuzz.h"
 
@@ -13,7 +13,7 @@ void check(FuzzedDataProvider& input) {
     for (std::size_t i = 0; i < units.size(); ++i) {
         const int kind = units[i] & 0xFC00;
         const bool isPair = kind == 0xD800 && i + 1 < units.size() && (units[i + 1] & 0xFC00) == 0xDC00;
-        if (kind == 0xDC00) // unpaired: the standard library does not encode it
+        if (kind == 0xDC00) // an unpaired low surrogate, which the standard library does not encode
             for (const int byte : {0xED, 0x80 | (units[i] >> 6 & 0x3F), 0x80 | (units[i] & 0x3F)})
                 expected += static_cast<char>(byte);
         else if (isPair || kind != 0xD800)

@@ -17,7 +17,7 @@ inline bool loadLibrary() {
     return static_cast<bool>(*library);
 }
 
-/// Returns a value that shows whether it is complete. Its length differs from that of its neighbours.
+/// Returns a value that readers can check for completeness. The next number's value has another length.
 inline std::wstring valueOf(unsigned number) {
     return std::to_wstring(number) + L"." + std::wstring(number * 7 % 90, 'x') + L"." +
            std::to_wstring(number);
@@ -132,7 +132,7 @@ inline Row rows[] = {
      EXPECTING(r == (w.last == 0 ? ZELSYSHELPER_NO_FILE : w.last)), kIsUnread},
     {"isValueFromPropertyFileNotEmpty", 20, CALL(isValueFromPropertyFileNotEmpty, OWN("own.cfg"), "k"),
      EXPECTING(r == (w.last != 0)), kIsNothing},
-    // A failure must not look like a success: these have a negative result.
+    // The right result of these calls is 0. An injected failure must not turn it into a success.
     {"setValueInPropertyFile", 5, CALL(setValueInPropertyFile, OWN("no\\folder.cfg"), "k", L"v"), kIsNothing,
      kIsNothing},
     {"isValueFromPropertyFileNotEmpty", 5, CALL(isValueFromPropertyFileNotEmpty, OWN("own.cfg"), "absent"),

@@ -65,7 +65,7 @@ def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
 
 def succeed(*arguments):
     result = prefix.host(*arguments)
-    promise(result.returncode == 0, f"the next start: {result}")
+    promise(result.returncode == 0, f"the next start failed: {result}")
 
 
 def killed(longest, *arguments, **options):
@@ -124,7 +124,7 @@ def pairs(contents):
     return [line.partition(b"=")[::2] for line in contents.rstrip(b"\0").split(b"\n") if line]
 
 
-OTHERS = {b"other%02d" % i: b"v" * (60 + i) for i in range(25)}  # with the keys of the test, less than a page
+OTHERS = {b"other%02d" % i: b"v" * (60 + i) for i in range(25)}  # less than a page, even with KEYS
 
 
 def contents_of(keys):
@@ -132,7 +132,7 @@ def contents_of(keys):
 
 
 def is_sound(contents, own):
-    """Returns true if every other key is present once, unchanged, and no value of an own key is torn."""
+    """Returns true if each key of OTHERS is present once, unchanged, and no value of an own key is torn."""
     others = [(key, value) for key, value in pairs(contents) if key not in own]
     numbers = [(value, value.split(b".")[0]) for key, value in pairs(contents) if key in own]
     return others == sorted(OTHERS.items()) and all(
@@ -177,7 +177,7 @@ def eight_processes(folder, _pem):
     row("8 processes: inspections of the file from outside; broken states", figures)
 
 
-# Replies of the statistics host to a post, in percent, and the outcome that the library must log.
+# Replies of the statistics host to a post: the share in percent, and the outcome that the library must log.
 CHAOS = {
     "200": (67.5, "ok"),
     "500": (15, "rejected"),
@@ -249,7 +249,7 @@ def chaotic_events(_folder, pem):
         is_due = len(kinds) <= 2 and kinds[:-1] in ([], ["500"])
         promise(is_due, f"event {event} was sent again: {kinds}; {outcome}")
         expected = CHAOS[kinds[-1]][1] if kinds else "curl"
-        # The log also reports why a second attempt did not arrive.
+        # A second attempt that does not arrive is logged with its transport code.
         is_lost = kinds == ["500"] and outcome.startswith("curl")
         promise(outcome.startswith(expected) or is_lost, f"event {event}: {kinds}, {outcome}")
         arrived[len(kinds)] += 1

@@ -1,6 +1,5 @@
-// Lets each call of Windows and of the heap fail once, for each export. Loads the library afresh, lets its
-// first call fail, then repeats this with the second call, until no call is left. Hooks on the import table
-// find the calls at run time.
+// Lets each call of an export to Windows and to the heap fail once. Each run loads the library afresh and
+// lets the next call fail, until none is left. Hooks on the import table find the calls.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -83,7 +82,7 @@ std::string line(unsigned number) {
     return "k=" + std::filesystem::path(valueOf(number)).string() + "\n";
 }
 
-/// Checks that a property file is old or new, and that a download without an error is complete.
+/// Checks that a property file has its old or new contents, and that a download without an error is complete.
 void expectTruth(const std::string& name, bool isRight, bool hasFailed, const Worker& worker) {
     if (name == "setValueInPropertyFile") {
         std::string file = testing_support::readBytes(worker.folder + L"\\own.cfg");

@@ -1,5 +1,6 @@
 #include "zelsyshelper.h"
 
+#include "support/fields.h"
 #include "support/files.h"
 
 #include <sstream>
@@ -20,24 +21,28 @@ protected:
     const wchar_t* const file = path.c_str();
 };
 
+struct Read {
+    std::uint64_t status = 0;
+    std::wstring text{};
+};
+ZELSYS_FIELDS(Read, status, text)
+
 TEST_F(PropertyExports, BufferNeedsOneSpareCharacter) {
     writeBytes(path, "four=1234\nfive=12345\nempty=\nbad=\xFF\nword=\xC3\xA9\xF0\x9F\x98\x80\n");
     const std::wstring untouched(16, L'#');
     const auto read = [&](const char* key, std::uint32_t capacity) {
         std::wstring buffer = untouched;
-        const auto status = getValueFromPropertyFile(file, key, buffer.data(), capacity);
-        return std::to_wstring(status) + L" " + buffer.c_str();
+        return Read{getValueFromPropertyFile(file, key, buffer.data(), capacity), buffer.c_str()};
     };
-    EXPECT_EQ(read("four", 6), L"0 1234");
-    EXPECT_EQ(read("five", 6), L"0 " + untouched);
-    EXPECT_EQ(read("four", 0), L"0 " + untouched);
-    EXPECT_EQ(read("bad", 16), L"0 ");
-    EXPECT_EQ(read("word", 16), L"0 \u00E9\U0001F600");
-    EXPECT_EQ(read("absent", 16), L"100000 " + untouched);
-    EXPECT_EQ(read("empty", 1), L"0 " + untouched);
-    EXPECT_EQ(read("empty", 2), L"0 ");
-    wchar_t buffer[2];
-    EXPECT_EQ(getValueFromPropertyFile((path + L"x").c_str(), "a", buffer, 2), 100002u);
+    EXPECT_EQ(read("four", 6), Read{.text = L"1234"});
+    EXPECT_EQ(read("five", 6), Read{.text = untouched});
+    EXPECT_EQ(read("four", 0), Read{.text = untouched});
+    EXPECT_EQ(read("bad", 16), Read{});
+    EXPECT_EQ(read("word", 16), Read{.text = L"\u00E9\U0001F600"});
+    EXPECT_EQ(read("absent", 16), (Read{.status = 100000, .text = untouched}));
+    EXPECT_EQ(read("empty", 1), Read{.text = untouched});
+    EXPECT_EQ(read("empty", 2), Read{});
+    EXPECT_EQ(getValueFromPropertyFile((path + L"x").c_str(), "a", nullptr, 2), 100002u);
 }
 
 TEST_F(PropertyExports, Integers) {
@@ -188,13 +193,11 @@ TEST(Events, FourThreads) {
 }
 
 TEST(Events, AtProcessEnd) {
-    sendAppEvent("before", "", "", "", "", "", "", "", "", ""); // starts WinHTTP's threads, which exit ends
+    sendAppEvent("before", "", "", "", "", "", "", "", "", ""); // starts WinHTTP threads, which exit ends
     EXPECT_NE(LoadLibraryW(testing_support::besideThisProgram(L"sends_at_end.dll").c_str()), nullptr);
 }
 
-// shell_test.py runs this test. Its drive "Y:" contains only the source, so that a copy that is not refused
-// destroys nothing of value.
-
+// shell_test.py runs this test. Its drive "Y:" has only the source: an accepted copy destroys nothing else.
 TEST(OnADrive, CopyRefusesToDeleteTheSourceOrADrive) {
     ASSERT_TRUE(SetCurrentDirectoryW(L"Y:\\source"));
     const std::wstring source = std::filesystem::path(_wgetenv(L"SOURCE")).wstring();

@@ -1,5 +1,6 @@
 #include "service/service_control.h"
 
+#include "support/fields.h"
 #include "support/seam.h"
 
 #include <vector>
@@ -25,7 +26,13 @@ struct Status {
     DWORD state, checkPoint = 0, waitHint = 0;
 };
 
-/// Replaces the service manager, and a clock that advances only by Sleep.
+/// The result of a call, the milliseconds that it waited, and the number of handles that it left open.
+struct Outcome {
+    int result = 0, waited = 0, openHandles = 0;
+};
+ZELSYS_FIELDS(Outcome, result, waited, openHandles)
+
+/// Replaces the service manager and the clock, which only Sleep advances.
 class FakeManager : public testing::Test {
 protected:
     FakeManager() {
@@ -35,7 +42,7 @@ protected:
         ChangeServiceConfig2WSeam::fake = [](auto, DWORD level, void* text) {
             EXPECT_EQ(level, 1u);
             EXPECT_STREQ(static_cast<SERVICE_DESCRIPTIONW*>(text)->lpDescription, L"Corvane Update Service");
-            return FALSE; // must not matter
+            return FALSE; // a failure must be ignored
         };
         DeleteServiceSeam::fake = [](auto...) { return TRUE; };
         StartServiceWSeam::fake = [](auto...) { return TRUE; };
@@ -74,16 +81,14 @@ protected:
         return fails ? nullptr : reinterpret_cast<SC_HANDLE>(1);
     }
 
-    /// Returns the next status, and repeats the last one. With the state 0 the query fails.
+    /// Returns the next status, or the last one again. The state 0 makes the query fail.
     Status nextStatus() { return statuses.at(std::min(queried++, statuses.size() - 1)); }
 
-    /// Returns "result milliseconds handles": the time that passed, and the handles that are left open.
     template <class Work>
-    std::string run(Work work, std::vector<Status> answers = {{SERVICE_STOPPED}}, int failing = 0) {
+    Outcome run(Work work, std::vector<Status> answers = {{SERVICE_STOPPED}}, int failing = 0) {
         statuses = std::move(answers);
         queried = 0, opens = 0, openHandles = 0, now = 1000, opened.clear(), failingOpen = failing;
-        const auto result = work();
-        return std::to_string(result) + " " + std::to_string(now - 1000) + " " + std::to_string(openHandles);
+        return {work(), static_cast<int>(now - 1000), openHandles};
     }
 
     DWORD refusal = 0, refusedIn = SERVICE_STOP_PENDING; ///< Error and state from ControlService.
@@ -96,74 +101,72 @@ protected:
 
 constexpr Status kStopped{SERVICE_STOPPED}, kRunning{SERVICE_RUNNING}, kFailing{0};
 constexpr DWORD kStopping = SERVICE_STOP_PENDING, kStarting = SERVICE_START_PENDING;
-
-std::int32_t stopByName() {
-    return service::stop(L"any");
-}
+constexpr Outcome kWait{.waited = 1000};
+constexpr auto stopByName = [] { return service::stop(L"any"); };
 
 TEST_F(FakeManager, AccessRightsAndFailedOpens) {
     const struct {
         std::int32_t (*work)();
-        std::wstring opened;
-        std::string results; ///< With no failure, then with the first open failing, the second...
+        std::wstring opened; ///< Managers (m) and services (s) with the access rights in hex; c0: created.
+        std::vector<Outcome> results; ///< Without a failure, then with each open failing in turn.
     } cases[] = {
-        {service::update, L"mf003f s3 ", "0 0 0, -1 0 0, -2 0 0"},
-        {service::start, L"mf003f sf01ff ", "0 0 0, -1 0 0, -2 0 0"},
+        {service::update, L"mf003f s3 ", {{}, {.result = -1}, {.result = -2}}},
+        {service::start, L"mf003f sf01ff ", {{}, {.result = -1}, {.result = -2}}},
         // A missing service counts as stopped.
-        {stopByName, L"m5 s1 mf003f s10024 ", "0 1000 0, 0 0 0, 0 0 0, -1 0 0, -2 0 0"},
-        {service::uninstall, L"m5 s1 mf003f s10024 ", "0 1000 0, 0 1000 0, 0 1000 0, -1 0 0, -2 0 0"},
-        {[] { return service::install(L"p"); }, L"m5 s1 m3 c0 ", "0 0 0, 0 0 0, 0 0 0, -3 0 0, 5 0 0"},
+        {stopByName, L"m5 s1 mf003f s10024 ", {kWait, {}, {}, {.result = -1}, {.result = -2}}},
+        {service::uninstall, L"m5 s1 mf003f s10024 ", {kWait, kWait, kWait, {.result = -1}, {.result = -2}}},
+        {[] { return service::install(L"p"); }, L"m5 s1 m3 c0 ", {{}, {}, {}, {.result = -3}, {.result = 5}}},
     };
     for (const auto& c : cases) {
-        std::string results = run(c.work);
+        std::vector results{run(c.work)};
         EXPECT_EQ(opened, c.opened);
         for (int failing = 1, all = opens; failing <= all; ++failing)
-            results += ", " + run(c.work, {kStopped}, failing);
+            results.push_back(run(c.work, {kStopped}, failing));
         EXPECT_EQ(results, c.results);
     }
 }
 
 TEST_F(FakeManager, Stop) {
-    EXPECT_EQ(run(stopByName, {{kStopping}, {kStopping}, kStopped}), "0 3000 0");
-    EXPECT_EQ(run(stopByName, {{kStopping}}), "0 16000 0") << "gives up";
-    EXPECT_EQ(run(stopByName, {{kStopping}, kFailing}), "-3 2000 0");
-    EXPECT_EQ(run(service::uninstall, {kFailing}), "0 1000 0") << "deletes the service anyway";
+    EXPECT_EQ(run(stopByName, {{kStopping}, {kStopping}, kStopped}), Outcome{.waited = 3000});
+    EXPECT_EQ(run(stopByName, {{kStopping}}), Outcome{.waited = 16'000}) << "gives up";
+    EXPECT_EQ(run(stopByName, {{kStopping}, kFailing}), (Outcome{.result = -3, .waited = 2000}));
+    EXPECT_EQ(run(service::uninstall, {kFailing}), Outcome{.waited = 1000}) << "deletes the service anyway";
     refusal = ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
-    EXPECT_EQ(run(stopByName), "0 1000 0") << "the service is already stopping";
+    EXPECT_EQ(run(stopByName), Outcome{.waited = 1000}) << "the service is already stopping";
     refusedIn = SERVICE_START_PENDING;
-    EXPECT_EQ(run(stopByName), "-4 0 0");
+    EXPECT_EQ(run(stopByName), Outcome{.result = -4});
     refusal = ERROR_SERVICE_NOT_ACTIVE, refusedIn = SERVICE_STOP_PENDING;
-    EXPECT_EQ(run(stopByName), "-4 0 0");
-    EXPECT_EQ(run(service::uninstall), "0 0 0");
+    EXPECT_EQ(run(stopByName), Outcome{.result = -4});
+    EXPECT_EQ(run(service::uninstall), Outcome{});
     DeleteServiceSeam::failWith(ERROR_ACCESS_DENIED);
-    EXPECT_EQ(run(service::uninstall), "-3 0 0");
+    EXPECT_EQ(run(service::uninstall), Outcome{.result = -3});
 }
 
 TEST_F(FakeManager, Start) {
     for (const DWORD state : {DWORD{SERVICE_RUNNING}, DWORD{SERVICE_START_PENDING}, DWORD{SERVICE_PAUSED}})
-        EXPECT_EQ(run(service::start, {{state}}), "0 0 0");
+        EXPECT_EQ(run(service::start, {{state}}), Outcome{});
     EXPECT_EQ(StartServiceWSeam::calls, 0);
     constexpr Status kStep1{kStarting, 1, 2500}, kStep2{kStarting, 2, 2500};
     const struct {
         std::vector<Status> answers;
-        const char* result;
+        Outcome outcome;
     } cases[] = {
-        {{kFailing}, "-3 0 0"},
-        {{kStopped, kFailing}, "-8 0 0"},
-        {{{kStopping, 1, 500'000}, kFailing}, "-5 10000 0"}, // at most ten seconds per query
-        {{{kStopping, 1, 0}}, "-6 1000 0"},
-        {{{kStopping, 1, 900}, {kStopping, 2, 900}, {kStopping, 2, 900}}, "-6 2000 0"},
+        {{kFailing}, {.result = -3}},
+        {{kStopped, kFailing}, {.result = -8}},
+        {{{kStopping, 1, 500'000}, kFailing}, {.result = -5, .waited = 10'000}}, // pauses at most ten seconds
+        {{{kStopping, 1, 0}}, {.result = -6, .waited = 1000}},
+        {{{kStopping, 1, 900}, {kStopping, 2, 900}, {kStopping, 2, 900}}, {.result = -6, .waited = 2000}},
         // Each pass measures progress from its own start.
-        {{{kStopping, 1, 30'000}, {kStopping, 1, 30'000}, kStopped, kRunning}, "0 6000 0"},
-        {{{kStopping, 1, 0}, kStopped, kRunning}, "0 1000 0"}, // stopped in time, despite a wait hint of 0
-        {{kStopped, kStep1, kStep1, kStep1, kStep2, kStep2, kRunning}, "0 5000 0"},
-        {{kStopped, kStep1}, "0 3000 0"}, // the check point does not advance
-        {{kStopped, {kStarting, 1, 50'000}, kFailing}, "0 5000 0"},
+        {{{kStopping, 1, 30'000}, {kStopping, 1, 30'000}, kStopped, kRunning}, {.waited = 6000}},
+        {{{kStopping, 1, 0}, kStopped, kRunning}, {.waited = 1000}}, // stops in time despite a wait hint of 0
+        {{kStopped, kStep1, kStep1, kStep1, kStep2, kStep2, kRunning}, {.waited = 5000}},
+        {{kStopped, kStep1}, {.waited = 3000}}, // the check point does not advance
+        {{kStopped, {kStarting, 1, 50'000}, kFailing}, {.waited = 5000}},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(run(service::start, c.answers), c.result);
+        EXPECT_EQ(run(service::start, c.answers), c.outcome);
     StartServiceWSeam::failWith(ERROR_SERVICE_ALREADY_RUNNING);
-    EXPECT_EQ(run(service::start), "1056 0 0");
+    EXPECT_EQ(run(service::start), Outcome{.result = 1056});
 }
 
 TEST_F(FakeManager, InstallRetriesThreeErrorsOnly) {
@@ -181,17 +184,17 @@ TEST_F(FakeManager, InstallRetriesThreeErrorsOnly) {
         SetLastError(error);
         return failures-- > 0 ? nullptr : open(L"c", access);
     };
-    const auto install = [&](int failing, DWORD with) {
-        failures = failing, error = with;
+    const auto install = [&](int failing, int with) {
+        failures = failing, error = static_cast<DWORD>(with);
         return run([] { return service::install(std::wstring(2047, L'p')); });
     };
-    for (const DWORD retried : {996ul, 997ul, 1072ul}) {
-        EXPECT_EQ(install(14, retried), "0 2100 0");
-        EXPECT_EQ(install(15, retried), std::to_string(retried) + " 2100 0");
+    for (const int retried : {996, 997, 1072}) {
+        EXPECT_EQ(install(14, retried), Outcome{.waited = 2100});
+        EXPECT_EQ(install(15, retried), (Outcome{.result = retried, .waited = 2100}));
     }
-    EXPECT_EQ(install(1, ERROR_ACCESS_DENIED), "5 0 0");
-    EXPECT_EQ(run([] { return service::install(std::wstring(2048, L'p')); }), "-2 0 0");
-    EXPECT_EQ(run([] { return service::install(L""); }), "-2 0 0");
+    EXPECT_EQ(install(1, ERROR_ACCESS_DENIED), Outcome{.result = 5});
+    EXPECT_EQ(run([] { return service::install(std::wstring(2048, L'p')); }), Outcome{.result = -2});
+    EXPECT_EQ(run([] { return service::install(L""); }), Outcome{.result = -2});
 }
 
 } // namespace

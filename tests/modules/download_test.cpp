@@ -106,7 +106,7 @@ TEST_F(Download, SuccessiveDownloadsWithoutAStop) {
 
     EXPECT_EQ(run(L"/file/7/default.bin", L" "), Errors{.httpStatus = 200});
     const std::wstring path = std::wstring(_wgetenv(L"APPDATA")) + L"\\Quenlith\\default.bin";
-    EXPECT_EQ(testing_support::readBytes(path).size(), 7u) << "an empty folder means the settings folder";
+    EXPECT_EQ(testing_support::readBytes(path).size(), 7u) << "a blank path selects the settings folder";
     DeleteFileW(path.c_str());
 }
 
@@ -160,8 +160,7 @@ TEST_F(Download, QueriesWhileAnotherThreadStartsAndStops) {
     isOver = true;
 }
 
-/// At process exit, the system ends the worker. No destructor may wait for it, whether or not a static
-/// destructor of another DLL stops the download.
+/// Process exit ends the worker. No static destructor may wait for it, even one that calls stopDownloadFile.
 TEST_F(Download, ProcessExitDoesNotWaitForTheWorker) {
     constexpr wchar_t kVariable[] = L"ZELSYS_TEST_EXIT";
     if (const wchar_t* exit = _wgetenv(kVariable)) { // in the second process

@@ -25,7 +25,7 @@ void* mallocWhileMemoryIsLeft(std::size_t size) {
 
 } // namespace
 
-// This program links the library's parts of the C++ runtime. Their constructors call these functions.
+// This program links the library's parts of the C++ runtime. They call FlsAlloc before main runs.
 extern "C" {
 decltype(&FlsAlloc) __imp_FlsAlloc = &noFiberSlot;
 void* (*__imp_malloc)(std::size_t) = &mallocWhileMemoryIsLeft;
@@ -67,7 +67,7 @@ TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFlsSlots) {
         isOver = true;
         for (std::thread& thread : threads)
             thread.join();
-        EXPECT_EQ(exceptions.size(), std::size_t{kThreads}) << "each has its own memory";
+        EXPECT_EQ(exceptions.size(), std::size_t{kThreads}) << "each exception has its own memory";
     }
     EXPECT_TRUE(DllMain(nullptr, DLL_PROCESS_ATTACH, nullptr));
 }

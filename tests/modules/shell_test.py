@@ -33,13 +33,13 @@ class Shell(unittest.TestCase):
         return sorted(str(path.relative_to(root)) for path in root.rglob("*"))
 
     def copy(self, source=None, destination=None):
-        """Copies and returns the printed lines. Checks the exit code and the count in the last line."""
+        """Copies a tree and returns the printed lines. Checks exit code and the count in the last line."""
         result = prefix.host("copy-dir", source or self.source, destination or self.destination)
         *lines, count = result.stdout.splitlines()
         self.assertEqual((int(count.split()[0]), result.returncode), (len(lines), int(bool(lines))), result)
         return lines
 
-    def test_root_files_need_a_subfolder_before_them(self):
+    def test_root_files_before_the_first_subfolder_are_not_copied(self):
         self.make(self.source, "0.txt", "a/b/c.txt", "a/empty/", "z.txt")
         self.assertEqual(self.copy(), ["error RemoveDirectory: 2", "error copy: 3"])
         copied = ["a", "a/b", "a/b/c.txt", "a/empty", "z.txt"]
@@ -121,7 +121,7 @@ class Shell(unittest.TestCase):
         room = 508 - len(prefix.windows_path(self.folder / "t"))
         folders, rest = divmod(room - 2, 100)
         deep = self.folder / "t" / "/".join(["d" * 99] * folders) / ("e" * (rest + 1))
-        # Truncated, these names lead to a link with the shorter name, to the folder itself, to its parent.
+        # If truncated, these paths lead to the link "abc", to the folder itself and to its parent.
         longer = deep.with_name(deep.name + "g")
         for root, name in (deep, "abcdef/y/file"), (deep / "ef", "x/file"), (longer, "..x/file"):
             with self.subTest(name):

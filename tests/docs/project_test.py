@@ -16,7 +16,7 @@ def llvm(tool, *arguments):
 
 
 def functions():
-    """The names that the public header declares."""
+    """Returns the names that the public header declares."""
     header = (ROOT / "include/zelsyshelper.h").read_text()
     return set(re.findall(r"^ZELSYSHELPER_API \w+ (\w+)\(", header, re.M))
 
@@ -65,8 +65,7 @@ class Project(unittest.TestCase):
         self.assertLess(DLL.stat().st_size, 350_000)
 
     def test_pdbs_match_and_slots_of_delayed_imports_are_writable(self):
-        """Newer linkers make .idata read-only. The first call of a delayed import writes its slot, and would
-        crash."""
+        """Newer linkers make .idata read-only: a delayed import's first call would crash writing its slot."""
         for binary, name, source in (
             (DLL, "getOsVersion", "modules/zelsyshelper/src/system_helper.cpp"),
             (DLL.with_name("zelsyshelper-host.exe"), "wmain", "tools/host/main.cpp"),
@@ -103,13 +102,13 @@ class Project(unittest.TestCase):
         )
 
     def test_last_callback_of_a_request_does_not_return(self):
-        """The library may be unloaded as soon as the callback has released its lock."""
+        """The library may be unloaded once the callback releases its lock. A jump must end the callback."""
         code = llvm("objdump", "-d", ROOT / "build/CMakeFiles/xferlib.dir/xferlib/async_request.cpp.obj")
         for name in "AsyncRequest8onStatus", "Signal3setEv":
             body = re.search(rf"<\w*{name}\w*>:\n(.*?)(?:\n\n|\Z)", code, re.S)[1]
             self.assertRegex(body.splitlines()[-1], r"\tjmpq?\s", name)
 
-    def test_lists_of_functions_are_those_of_the_header(self):
+    def test_lists_of_functions_match_the_header(self):
         command = [sys.executable, ROOT / "tools/docs/exports.py", "--check"]
         check = subprocess.run(command, capture_output=True, text=True)
         self.assertEqual(check.stderr, "")

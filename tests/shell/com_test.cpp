@@ -78,7 +78,7 @@ HRESULT called(std::string_view call, const Words&... words) {
     return call == world.broken ? world.failure : S_OK;
 }
 
-/// Returns the first byte of the key's format and its property.
+/// Returns "format/property": the first byte of `fmtid`, and `pid`.
 std::string text(const PROPERTYKEY& key) {
     return key.fmtid.Data1 == 0 ? "none"
                                 : std::to_string(key.fmtid.Data1 >> 24) + "/" + std::to_string(key.pid);
@@ -201,7 +201,7 @@ protected:
             SHGetPathFromIDListW(opened, path);
             EXPECT_TRUE(size == 1 && children[0] == nullptr);
             called("open", text(path));
-            return E_FAIL; // must not matter
+            return E_FAIL; // must be ignored
         };
     }
     ~Com() override {

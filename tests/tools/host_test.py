@@ -32,7 +32,7 @@ class Host(unittest.TestCase):
         self.assertEqual(read.stdout, "--json\n")
         self.assertEqual(self.json("property", "check", file, "none")["there"], False)
         self.assertEqual(self.json("property", "get", file, "none")["errorName"], "NO_KEY")
-        self.assertIn("Failures", self.json("copy-dir", ".", "")["error"])  # and no lines of the library
+        self.assertIn("Failures", self.json("copy-dir", ".", "")["error"])  # no lines of the library
         self.assertEqual(self.json("link", "create", "x", "C:\\no\\folder\\x.lnk")["failedStep"], 25)
         self.assertEqual(self.json("os-version", "--dll", "none.dll")["exitCode"], 3)
         for arguments in (["download", "-h"], ["/?", "download", "--frob"], ["help", "download"]):

@@ -161,7 +161,7 @@ TEST_F(Xferlib, ThreadsOpenOneSessionAtATime) {
     };
     {
         std::vector<std::jthread> threads;
-        for (int i = 1; i <= 4; ++i) // other proxies, so that each thread replaces the session
+        for (int i = 1; i <= 4; ++i) // different proxies: each thread replaces the session
             threads.emplace_back([i] { fetch({.url = "", .proxyHost = "x", .proxyPort = i}); });
     }
     EXPECT_EQ(WinHttpOpenSeam::calls, 4);
@@ -190,8 +190,8 @@ TEST_F(Xferlib, SendsCredentialsOncePerScheme) {
     request.proxyUser = "user";
     request.proxyPassword = "wrong" + std::to_string(++run);
     EXPECT_EQ(fetch(request), refused);
-    EXPECT_EQ(fetch(request), refused);
-    EXPECT_EQ(get("/tries"), (Response{.status = 200, .body = "Basic"})) << "a domain counts wrong passwords";
+    EXPECT_EQ(fetch(request), refused); // sends no password: a domain counts wrong ones
+    EXPECT_EQ(get("/tries"), (Response{.status = 200, .body = "Basic"})) << "refused schemes are not retried";
     request.proxyPassword = "pass:word";
     int pages = 0;
     WinHttpReadDataSeam::calls = 0;
@@ -224,7 +224,7 @@ TEST_F(Xferlib, SecureConnections) {
     EXPECT_EQ(fetch(throughProxy("https://secure.example/to/302/http%3A%2F%2Fsome.example%2Fecho")),
               (Response{.code = 1, .status = 302}))
         << "no redirect from https to http";
-    // Wine reports a rejected certificate as a failed handshake, Windows as the certificate's fault (60).
+    // Wine reports a rejected certificate as a failed handshake (35), Windows as a certificate error (60).
     const Response rejected{.code = 35};
     EXPECT_EQ(fetch(throughProxy("https://other.example/echo")), rejected) << "another host's certificate";
     for (const char* server : {"UNTRUSTED", "SELFSIGNED", "EXPIRED"})

@@ -64,7 +64,7 @@ TEST(AppDataPath, WithoutTheShellReturnsTheCurrentDirectoryAndLogsOneLine) {
     SetCurrentDirectoryW((folder / L"").c_str());
     CoreLog::setSettingsName("PathTest");
     CoreLog::LoggerSlot logger;
-    ASSERT_EQ(CoreLog::createLogger(logger), 0); // caches the log's folder before SHGetKnownFolderPath fails
+    ASSERT_EQ(CoreLog::createLogger(logger), 0); // caches the log's folder while shell32.dll can be loaded
     const std::wstring log = win32::logsFolder({}) + L"\\PathTest.log";
     const auto problem = [&](HMODULE shell, DWORD error) {
         DeleteFileW(log.c_str());

@@ -17,7 +17,7 @@ TEST(LogLine, LongTextIsTruncated) {
     const std::string longest(CoreLog::kLongestText, 'x');
     EXPECT_EQ(CoreLog::formatLine(parts(longest)).find("[cut]"), std::string::npos);
     const std::string line = CoreLog::formatLine(parts(longest.substr(1) + "\xC3\xA9z"));
-    EXPECT_TRUE(line.ends_with("x [cut]\n")) << "truncated before the whole character";
+    EXPECT_TRUE(line.ends_with("x [cut]\n")) << "truncation splits no character";
     EXPECT_LT(line.size(), longest.size() + 100);
 }
 

@@ -54,7 +54,7 @@ protected:
 
 TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
     logAllLevels();
-    EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "without settings or folder";
+    EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "without a settings file";
     const std::map<std::string, int> linesByLevel = {
         {"Level=7\n", 3}, {"Level=6\n", 2}, {"Level=2\n", 0}, {"level=7\n", 1}, {"Level=nonsense\n", 1}};
     for (const auto& [settings, lines] : linesByLevel) {
@@ -88,7 +88,7 @@ void writeLines(const std::wstring& path, const std::string& writer) {
         file.append(lineOf(writer, i) + "\n");
 }
 
-/// The writer in the second process, which the next test starts. Does nothing otherwise.
+/// Writes lines in the second process, which the next test starts. Does nothing in the first.
 TEST(LogWriter, RunsInASecondProcess) {
     if (const wchar_t* path = _wgetenv(kWriterVariable))
         writeLines(path, "process");

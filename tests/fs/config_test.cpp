@@ -119,7 +119,7 @@ TEST_F(Config, RetriesWhileAnotherProcessHoldsTheFile) {
     EXPECT_EQ(config.save(), 0);
     EXPECT_EQ(readBytes(path), "a=1\nb=2\n");
 
-    // After other errors of GetFileAttributesW than "not found", CreateFileW decides whether the file exists.
+    // After any other error of GetFileAttributesW, CreateFileW decides whether the file exists.
     for (const long error : {ERROR_NETWORK_BUSY, ERROR_FILE_NOT_FOUND}) {
         GetFileAttributesWSeam::restore();
         GetFileAttributesWSeam::fake = [=](LPCWSTR) {
@@ -162,7 +162,7 @@ TEST_F(Config, ReadersSeeTheOldOrTheNewContents) {
         EXPECT_EQ(config.save(), 0);
         EXPECT_EQ(readBytes(path), (value.empty() ? "" : "a=longer\n") + std::string("z=1\n"));
     }
-    EXPECT_EQ(WriteFileSeam::count(), 3) << "one per text, and one to reserve space for the longer text";
+    EXPECT_EQ(WriteFileSeam::count(), 3) << "one per save, and one to reserve space for the longer text";
 }
 
 TEST_F(Config, FullDiskLeavesTheOldContents) {
@@ -266,7 +266,7 @@ TEST_F(Config, FileThatGrowsDuringTheReadIsReadAgain) {
     EXPECT_EQ(contents.size(), 9000u);
 }
 
-/// Every method waits for one that holds the lock: a save that the test stops in its first WriteFile.
+/// Checks that each method waits for a save, which holds the store's lock while its WriteFile blocks.
 template <class Store>
 void expectOneAtATime(const std::wstring& path, std::initializer_list<std::function<void(Store&)>> methods) {
     for (const auto& method : methods) {
@@ -310,7 +310,7 @@ TEST_F(Config, MethodsOfOneStoreRunOneAtATime) {
                                     }});
 }
 
-/// A load locks twice: for the path, and for the values once it has read the file.
+/// A load locks the store twice: to copy the path and, once it has read the file, to change the values.
 template <class Store>
 void expectLoadWaitsForSave(const std::wstring& path) {
     writeBytes(path, "a=1\n");

@@ -67,10 +67,10 @@ TEST_F(Job, StopClosesNoHandleThatTheWorkerUses) {
     EXPECT_EQ(start(L"/file/30000000/f"), 0u);
     while (job->progress() == 0)
         Sleep(5);
-    GetTickCountSeam::fake = [] { return 1000ul; }; // the time after which stop closes handles never comes
+    GetTickCountSeam::fake = [] { return 1000ul; }; // stop closes handles after 100 ms, which never pass
     EXPECT_TRUE(job->stop());
     EXPECT_LT(testing_support::readBytes(folder / L"f").size(), 30'000'000u);
-    EXPECT_EQ(closed, 0) << "a WinHTTP call may be using it";
+    EXPECT_EQ(closed, 0) << "a WinHTTP call may be using the handle";
 }
 
 TEST_F(Job, StopBetweenProbeAndTransferCreatesNoFile) {

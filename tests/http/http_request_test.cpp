@@ -227,7 +227,7 @@ TEST_F(HttpRequest, CancelReturnsAfterTheExchangeHasEnded) {
     EXPECT_EQ(execute(L"/trickle", 20), Outcome{.recordedStage = 14120});
     canceller.join();
 
-    WinHttpSetTimeoutsSeam::fake = [&](auto... arguments) { // before the reply
+    WinHttpSetTimeoutsSeam::fake = [&](auto... arguments) { // cancels before the reply
         canceller = std::thread([this] { EXPECT_EQ(request.Cancel(), 0u); });
         return WinHttpSetTimeoutsSeam::real(arguments...);
     };

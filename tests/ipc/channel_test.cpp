@@ -286,7 +286,7 @@ TEST(BringToFront, AsksTheRunningInstance) {
     EXPECT_FALSE(ipc::bringRunningToFront(name));
     EXPECT_FALSE(ipc::bringRunningToFront(name)) << "the first call leaves no mutex";
     CreateMutexWSeam::failWith(ERROR_ACCESS_DENIED);
-    EXPECT_FALSE(CInterprocessCommunicationWin(kMutex, kPipe).isFirstInstance()) << "that of another user";
+    EXPECT_FALSE(CInterprocessCommunicationWin(kMutex, kPipe).isFirstInstance()) << "another user's mutex";
     CreateMutexWSeam::restore();
 
     HWND window = reinterpret_cast<HWND>(0x12345);
@@ -302,7 +302,7 @@ TEST(BringToFront, AsksTheRunningInstance) {
     handler.onRequest(0, ipc::kGetWindowRequest);
     handler.onRequest(0, "/unknown");
     EXPECT_EQ(handler.reply, "");
-    // Two processes raise the instance at the same moment.
+    // Two clients raise the instance at the same time.
     std::thread other([name] { EXPECT_TRUE(ipc::bringRunningToFront(name)); });
     EXPECT_TRUE(ipc::bringRunningToFront(name));
     other.join();

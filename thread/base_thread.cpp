@@ -46,7 +46,7 @@ std::uint32_t BaseThread::Start() {
 }
 
 bool BaseThread::wait(std::uint32_t time) const {
-    return !thread_ || isOwnThread() || WaitForSingleObject(thread_.get(), time) == WAIT_OBJECT_0;
+    return isOwnThread() || !thread_ || WaitForSingleObject(thread_.get(), time) == WAIT_OBJECT_0;
 }
 
 bool BaseThread::isRunning() const {
@@ -66,7 +66,7 @@ void BaseThread::waitFinished() const {
 }
 
 bool BaseThread::isOwnThread() const {
-    return thread_ && GetThreadId(thread_.get()) == GetCurrentThreadId();
+    return runningId_ == GetCurrentThreadId();
 }
 
 unsigned __stdcall BaseThread::entry(void* launcher) {
@@ -79,9 +79,11 @@ unsigned __stdcall BaseThread::entry(void* launcher) {
                            &module);
 
     auto& self = *static_cast<BaseThread*>(launcher);
+    self.runningId_ = GetCurrentThreadId();
     SetEvent(self.started_.get());
     if (self.function_ != nullptr)
         self.function_->Run(self.id_);
+    self.runningId_ = 0;
     SetEvent(self.finished_.get());
 
     if (module != nullptr)

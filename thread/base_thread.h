@@ -2,6 +2,7 @@
 
 #include "win32/owner.h"
 
+#include <atomic>
 #include <cstdint>
 
 namespace thread {
@@ -52,7 +53,7 @@ public:
     /// immediately if there was no run.
     void waitFinished() const;
 
-    /// \brief Returns true on the thread of the last `Start`.
+    /// \brief Returns true if the current run calls it.
     bool isOwnThread() const;
 
 private:
@@ -61,6 +62,8 @@ private:
     const std::uint32_t id_;
     CThreadFunction* function_ = nullptr;
     win32::KernelHandle thread_;
+    /// 0 without a run. Set by the new thread itself, which may run before Start has stored `thread_`.
+    std::atomic<std::uint32_t> runningId_ = 0;
     win32::KernelHandle started_;
     win32::KernelHandle finished_;
 };

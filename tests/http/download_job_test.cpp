@@ -126,15 +126,17 @@ TEST_F(Job, FailedResetRefusesTheStart) {
 }
 
 TEST(BaseThread, RefusesAStartDuringARun) {
-    struct : win32::CThreadFunction {
+    win32::CBaseThread<100> launcher;
+    struct Work : win32::CThreadFunction {
+        explicit Work(const thread::BaseThread& own) : own(own) {}
         void Run(std::uint32_t id) noexcept override {
-            sum += id;
+            sum += own.isOwnThread() ? id : 0;
             WaitForSingleObject(letGo.get(), 30'000);
         }
+        const thread::BaseThread& own;
         const win32::KernelHandle letGo{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
         std::atomic<std::uint32_t> sum = 0;
-    } work;
-    win32::CBaseThread<100> launcher;
+    } work(launcher);
     std::atomic<int> sets = 0, begun = 0, ended = 0;
     SetEventSeam::fake = [&, starter = GetCurrentThreadId()](HANDLE event) {
         const bool isWorker = GetCurrentThreadId() != starter, isBegin = isWorker && sets++ % 2 == 0;
@@ -150,16 +152,21 @@ TEST(BaseThread, RefusesAStartDuringARun) {
         return result;
     };
     EXPECT_EQ(launcher.Start(), 87u) << "nothing to run";
+    EXPECT_TRUE(launcher.wait(0)) << "no thread";
     launcher.setFunction(&work);
     _beginthreadexSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(launcher.Start(), 10u) << "no thread, whatever the cause";
-    _beginthreadexSeam::restore();
+    _beginthreadexSeam::fake = [](auto... arguments) {
+        const auto thread = _beginthreadexSeam::real(arguments...);
+        Sleep(60); // the work begins before _beginthreadex returns
+        return thread;
+    };
     for (std::uint32_t run = 1; run <= 2; ++run) {
         EXPECT_EQ(launcher.Start(), 0u);
         EXPECT_EQ(begun, static_cast<int>(run)) << "waits until the thread runs";
         EXPECT_EQ(ended, static_cast<int>(run) - 1) << "waits until the previous thread has ended";
         EXPECT_EQ(launcher.Start(), 170u);
-        EXPECT_FALSE(launcher.isFinished() || launcher.wait(10));
+        EXPECT_FALSE(launcher.isFinished() || launcher.isOwnThread() || launcher.wait(10));
         SetEvent(work.letGo.get());
         launcher.waitFinished();
         EXPECT_TRUE(launcher.isFinished());

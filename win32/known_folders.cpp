@@ -3,6 +3,7 @@
 #include "win32/function.h"
 #include "win32/owner.h"
 #include "win32/path.h"
+#include "win32/system_library.h"
 
 #include <memory>
 
@@ -18,10 +19,10 @@ using TaskMemFree = void(WINAPI*)(void*);
 template <class Function>
 class LoadedFunction {
 public:
-    LoadedFunction(const char* dll, const char* name, const ProblemReport& report)
-        : library_(LoadLibraryExA(dll, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {
+    LoadedFunction(const std::wstring& dll, const char* name, const ProblemReport& report)
+        : library_(loadSystemLibrary(dll.c_str())) {
         if (!library_) {
-            tell(report, std::string("Couldn't load dll") + dll + " | err =");
+            tell(report, std::string("Couldn't load dll") + std::string(dll.begin(), dll.end()) + " | err =");
             return;
         }
         function_ = findFunction<Function>(library_.get(), name);
@@ -47,10 +48,10 @@ private:
 std::wstring knownFolder(KnownFolder folder, const ProblemReport& report) {
     // Keeps both DLLs loaded: loading them again in every call would cost milliseconds.
     [[maybe_unused]] static const HMODULE kept[] = {
-        LoadLibraryExA("shell32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32),
-        LoadLibraryExA("ole32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32),
+        loadSystemLibrary(L"shell32.dll"),
+        loadSystemLibrary(L"ole32.dll"),
     };
-    const LoadedFunction<GetKnownFolderPath> getPath("shell32.dll", "SHGetKnownFolderPath", report);
+    const LoadedFunction<GetKnownFolderPath> getPath(L"shell32.dll", "SHGetKnownFolderPath", report);
     if (getPath.get() == nullptr)
         return {};
     const auto& id = folder == KnownFolder::roamingAppData ? FOLDERID_RoamingAppData : FOLDERID_LocalAppData;
@@ -58,7 +59,7 @@ std::wstring knownFolder(KnownFolder folder, const ProblemReport& report) {
     if (FAILED(getPath.get()(id, 0, nullptr, &found)) || found == nullptr)
         return {};
 
-    const LoadedFunction<TaskMemFree> taskMemFree("ole32.dll", "CoTaskMemFree", report);
+    const LoadedFunction<TaskMemFree> taskMemFree(L"ole32.dll", "CoTaskMemFree", report);
     const auto release = [&](wchar_t* text) {
         if (taskMemFree.get() != nullptr)
             taskMemFree.get()(text);

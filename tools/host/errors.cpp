@@ -2,6 +2,7 @@
 
 #include "console.h"
 #include "win32/owner.h"
+#include "win32/system_library.h"
 
 #include <algorithm>
 #include <iterator>
@@ -56,8 +57,7 @@ constexpr ErrorText kErrors[] = {
 /// The messages of WinHTTP are in its own DLL.
 std::wstring systemText(std::uint32_t number) {
     const bool isHttp = number >= WINHTTP_ERROR_BASE && number <= WINHTTP_ERROR_LAST;
-    const win32::Library http(isHttp ? LoadLibraryExW(L"winhttp.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)
-                                     : nullptr);
+    const win32::Library http(isHttp ? win32::loadSystemLibrary(L"winhttp.dll") : nullptr);
     wchar_t text[512];
     DWORD length = FormatMessageW((isHttp ? FORMAT_MESSAGE_FROM_HMODULE : FORMAT_MESSAGE_FROM_SYSTEM) |
                                       FORMAT_MESSAGE_IGNORE_INSERTS,

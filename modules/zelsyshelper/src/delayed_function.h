@@ -1,7 +1,8 @@
 #pragma once
 
+#include "win32/system_library.h"
+
 #include <atomic>
-#include <string>
 
 #include <windows.h>
 
@@ -22,7 +23,7 @@ public:
         // Load once for all functions. A second load could fail, and CloseServiceHandle, for example, would
         // then be missing for a handle that OpenServiceW has returned.
         if (module_ == nullptr)
-            module_ = load();
+            module_ = win32::loadSystemLibrary(name_);
         const HMODULE module = module_;
         const FARPROC found = module != nullptr ? GetProcAddress(module, function) : nullptr;
         if (found == nullptr)
@@ -31,16 +32,6 @@ public:
     }
 
 private:
-    HMODULE load() const {
-        // A full path instead of LOAD_LIBRARY_SEARCH_SYSTEM32, which Windows 7 without updates refuses.
-        wchar_t folder[MAX_PATH];
-        const UINT length = GetSystemDirectoryW(folder, MAX_PATH);
-        if (length == 0 || length >= MAX_PATH)
-            return nullptr;
-        const std::wstring path = std::wstring(folder, length) + L'\\' + name_;
-        return LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-    }
-
     const wchar_t* name_;
     std::atomic<HMODULE> module_ = nullptr;
 };

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-ZELSYS_SEAM(L"kernel32.dll", LoadLibraryExA)
+ZELSYS_SEAM(L"kernel32.dll", LoadLibraryExW)
 
 namespace {
 
@@ -24,14 +24,17 @@ TEST(AppIdentity, FixedRows) {
         {6, "_3"}, {13, "_8"}, {stats::kWholeSuite, "po"}, {4, "unkn"}, {69, "unkn"}};
     for (const auto& [id, code] : codes)
         EXPECT_EQ(stats::shortCode(id), code);
-    for (const stats::ApplicationId none : {4u, 69u, stats::kWholeSuite})
-        EXPECT_TRUE(stats::folderKey(none).empty() && stats::displayName(none, false).empty()) << none;
+    EXPECT_EQ(stats::folderKey(stats::kWholeSuite), "");
+    EXPECT_EQ(stats::displayName(4, false), "");
     EXPECT_NE(stats::displayName(0, false), stats::displayName(0, true)) << "the edition has its own name";
 }
 
 TEST(AppIdentity, EveryRowIsUnique) {
     std::set<std::string_view> folders, names, codes;
-    for (stats::ApplicationId id = 0; id <= 68; ++id) {
+    std::set<stats::ApplicationId> known;
+    for (stats::ApplicationId id = 0; id <= 99; ++id) {
+        if (!stats::folderKey(id).empty())
+            known.insert(id);
         folders.insert(stats::folderKey(id));
         names.insert(stats::displayName(id, true));
         codes.insert(stats::shortCode(id));
@@ -39,6 +42,9 @@ TEST(AppIdentity, EveryRowIsUnique) {
         std::erase(joined, ' ');
         EXPECT_TRUE(joined.empty() || joined == stats::folderKey(id)) << id;
     }
+    const std::set<stats::ApplicationId> fixed = {0,  1,  2,  3,  5,  6,  7,  8,  10, 12, 13, 14, 17, 19, 21,
+                                                  22, 25, 28, 30, 33, 36, 39, 42, 45, 48, 50, 53, 57, 61, 68};
+    EXPECT_EQ(known, fixed) << "applications pass these numbers";
     EXPECT_EQ(folders.size(), 30u + 1) << "including that of unknown applications";
     EXPECT_EQ(names.size(), 29u + 1);
     EXPECT_EQ(codes.size(), 28u + 1);
@@ -68,9 +74,9 @@ TEST(AppDataPath, WithoutTheShellReturnsTheCurrentDirectoryAndLogsOneLine) {
     const std::wstring log = win32::logsFolder({}) + L"\\PathTest.log";
     const auto problem = [&](HMODULE shell, DWORD error) {
         DeleteFileW(log.c_str());
-        LoadLibraryExASeam::fake = [=](LPCSTR name, HANDLE file, DWORD flags) {
-            if (std::string(name) != "shell32.dll")
-                return LoadLibraryExASeam::real(name, file, flags);
+        LoadLibraryExWSeam::fake = [=](LPCWSTR name, HANDLE file, DWORD flags) {
+            if (!std::wstring(name).ends_with(L"\\shell32.dll"))
+                return LoadLibraryExWSeam::real(name, file, flags);
             SetLastError(error);
             return shell;
         };
@@ -82,7 +88,7 @@ TEST(AppDataPath, WithoutTheShellReturnsTheCurrentDirectoryAndLogsOneLine) {
     EXPECT_TRUE(problem(nullptr, 126).ends_with(" Couldn't load dllshell32.dll | err =126\n"));
     EXPECT_TRUE(
         problem(LoadLibraryW(L"version.dll"), 0).ends_with(" GetProcAddress return null | err =127\n"));
-    LoadLibraryExASeam::restore();
+    LoadLibraryExWSeam::restore();
     SetCurrentDirectoryW(L"C:\\");
 }
 

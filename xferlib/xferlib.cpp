@@ -47,8 +47,9 @@ std::wstring proxyAddress(const Request& request) {
         return {};
     const auto colon = host.find(L':');
     const bool isBareIpv6 = colon != host.npos && host.front() != L'[';
-    if (isBareIpv6 && colon == host.rfind(L':'))
-        return {}; // "host:port" instead of a host: the port is a separate setting
+    const bool hasPort = isBareIpv6 ? colon == host.rfind(L':') : host.front() == L'[' && host.back() != L']';
+    if (hasPort)
+        return {}; // the port is a separate setting
     return (isBareIpv6 ? L"[" + host + L"]" : host) + L":" + text::decimal(request.proxyPort);
 }
 

@@ -62,6 +62,8 @@ TEST_F(Xferlib, Outcomes) {
         {"/status/404", {.status = 404, .body = "body of 404"}},
         {"/chunked", {.status = 200, .body = "abcde"}},
         {"/short", {.code = 18, .status = 200, .body = "short"}},
+        {"/nobody/204", {.status = 204}},
+        {"/nobody/304", {.status = 304}},
         {"/close", {.code = 52}},
         {"/garbage", {.code = 52}},
         {"/negative", {.code = 18, .status = 200, .body = "short"}},
@@ -100,7 +102,7 @@ TEST_F(Xferlib, Addresses) {
     for (const char* host : {"127.0.0.1", "http://127.0.0.1", "HTTP://127.0.0.1/"})
         EXPECT_EQ(through(host), success({.host = "some.example:81"})) << host;
     WinHttpSendRequestSeam::restore();
-    for (const char* host : {"127.0.0.1\xFF", "http://", "socks://127.0.0.1", "127.0.0.1:8080"})
+    for (const char* host : {"127.0.0.1\xFF", "http://", "socks://127.0.0.1", "127.0.0.1:8080", "[::1]:80"})
         EXPECT_EQ(through(host), Response{.code = 5}) << std::string(host).size();
     EXPECT_EQ(WinHttpSendRequestSeam::calls, 0) << "no direct connection instead";
 }

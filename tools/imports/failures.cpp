@@ -61,7 +61,6 @@ const std::map<std::string, std::uint64_t> kFailures = {{"CoCreateInstance", 0x8
                                                         {"CreateToolhelp32Snapshot", UINT64_MAX},
                                                         {"FindFirstFileW", UINT64_MAX},
                                                         {"GetFileAttributesW", UINT32_MAX},
-                                                        {"GetFinalPathNameByHandleW", 0},
                                                         {"RtlGetVersion", 0xC0000001},
                                                         {"SHCreateDirectory", 8},
                                                         {"SHGetFolderPathW", 0x8007000E},

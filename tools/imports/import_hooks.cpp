@@ -114,6 +114,7 @@ void Hooks::replace(const std::string& library, const std::string& function, voi
 }
 
 void* Hooks::add(const std::string& library, const std::string& function, void* target) {
+    const std::lock_guard guard(adding_); // two threads may look up functions at once
     for (const Entry& entry : entries_)
         if (entry.thunk->target == target)
             return entry.thunk; // looked up before

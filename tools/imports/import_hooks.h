@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,6 +77,7 @@ private:
     Rule rule_;
     std::vector<Substitute> substitutes_;
     Thunk* thunks_;
+    std::mutex adding_;
     std::vector<Entry> entries_;
 };
 

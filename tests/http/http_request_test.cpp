@@ -255,6 +255,7 @@ TEST(OutputFile, AppendsAndReportsFailures) {
     WriteFileSeam::failWith(ERROR_DISK_FULL);
     EXPECT_EQ(file.Write("x", 1), 0u);
     EXPECT_EQ(file.GetLastError(), 112u);
+    EXPECT_EQ(file.Write(nullptr, 1) + file.GetLastError(), 0u) << "the error is that of the last write";
     WriteFileSeam::calls = 0;
     WriteFileSeam::fake = [](HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
         *written = 0;

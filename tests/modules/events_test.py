@@ -93,14 +93,14 @@ class Events(unittest.TestCase):
         self.assertEqual(self.log(), [begin, (7, "AppEventStat", "stats::sendEvent: ok"), end])
 
     def test_only_error_statuses_are_retried(self):
-        rejected = (3, "AppEventStat", "stats::sendEvent rejected: http 503 | the\\nreply")
+        rejected = (3, "AppEventStat", "stats::sendEvent rejected: http 400 | the\\nreply")
         ok = (7, "AppEventStat", "stats::sendEvent: ok")
-        for statuses, posts, line in (([500, 503], 2, rejected), ([400, 200], 2, ok), ([399], 1, ok)):
+        for statuses, posts, line in (([500, 400], 2, rejected), ([400, 200], 2, ok), ([399], 1, ok)):
             with self.subTest(statuses):
                 self.setUp()
                 self.statuses = list(statuses)
                 no_test_host = os.environ | {"SET_TEST_STAT_HOST": "1 "}
-                problem = "HTTP status 503: the" if line == rejected else ""
+                problem = "HTTP status 400: the" if line == rejected else ""
                 self.send("--name", "n", problem=problem, env=no_test_host)
                 records = self.records()
                 self.assertEqual(len(records), posts)

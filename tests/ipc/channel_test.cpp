@@ -115,6 +115,8 @@ TEST_F(Channel, SuccessiveClients) {
     }
     EXPECT_EQ(client.sendRequest(longest + "x"), 111u);
     EXPECT_EQ(client.lastReply(), "") << "not the reply to an earlier request";
+    client.stop();
+    EXPECT_EQ(client.sendRequest("x"), 10u) << "no longer connected";
     EXPECT_EQ(pauses, 0) << "a reconnection needs no pause";
     EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance sends nothing";
     EXPECT_EQ(server.startServer() + server.connectToServer(), 170u + 170u) << "it is serving";

@@ -44,6 +44,7 @@ PROGRAMS = {
 FUZZERS = {
     "text/utf16": ["utf16"],
     "text/escape": ["escape"],
+    "text/utf8": ["utf16", "escape"],
     "text/expand": ["expand"],
     "text/format": ["expand"],
     "fs/config": ["config"],

@@ -19,7 +19,6 @@ void parseEnciphered(std::string contents, ConfigValues& values) {
 
 void FxConfig::setFilePath(const std::wstring& path) {
     CConfig::setFilePath(path);
-    const std::lock_guard guard(lock);
     isUnread = false;
 }
 
@@ -44,15 +43,31 @@ int FxConfig::save() {
 }
 
 int FxConfig::load() {
+    return loadAndAdd(false);
+}
+
+void FxConfig::loadWithDefaults() {
+    if (!defaultsPending)
+        loadAndAdd(true); // a file that is missing or cannot be read holds no switch
+}
+
+int FxConfig::loadAndAdd(bool addsDefaults) {
     std::string contents;
     const int status = readFile(pathCopy(), FileForm::enciphered, contents);
     const std::lock_guard guard(lock);
     isUnread = status != 0 && status != kStatusNoFile;
-    if (status != 0)
+    if (status == 0) {
+        parseEnciphered(std::move(contents), values);
+        modified = false;
+    }
+    if (!addsDefaults)
         return status;
-    parseEnciphered(std::move(contents), values);
-    modified = false;
-    return 0;
+    for (const auto& [name, isOn] : defaults)
+        if (values.try_emplace(name, isOn ? "1" : "0").second) {
+            changedKeys.insert(name);
+            modified = true;
+        }
+    return status;
 }
 
 void FxConfig::setDefaults(Defaults switches) {
@@ -64,19 +79,6 @@ void FxConfig::setDefaults(Defaults switches) {
     changedKeys.clear();
     modified = true;
     defaultsPending = false;
-}
-
-void FxConfig::loadWithDefaults() {
-    if (defaultsPending)
-        return;
-    load(); // a file that is missing or cannot be read holds no switch
-    const std::lock_guard guard(lock);
-    for (const auto& [name, isOn] : defaults) {
-        if (!values.try_emplace(name, isOn ? "1" : "0").second)
-            continue;
-        changedKeys.insert(name);
-        modified = true;
-    }
 }
 
 } // namespace fs

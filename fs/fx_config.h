@@ -2,6 +2,7 @@
 
 #include "fs/config.h"
 
+#include <atomic>
 #include <map>
 #include <string>
 
@@ -47,8 +48,11 @@ public:
     bool defaultsPending = false;
 
 private:
+    int loadAndAdd(bool addsDefaults);
+
     Defaults defaults;
-    bool isUnread = false; ///< The last `load` found a file and could not read it.
+    /// The last `load` found a file and could not read it. `setFilePath` resets it without the lock.
+    std::atomic<bool> isUnread = false;
 };
 
 } // namespace fs

@@ -177,8 +177,19 @@ TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
     EXPECT_TRUE(readBytes(path + L".1") == end);
 
     std::filesystem::resize_file(path, (4ull << 30) + 10);
+    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED); // the line is appended to whatever the file contains
     CoreLog::LogFile(path).append("after four gigabytes\n");
+    LockFileExSeam::restore();
     EXPECT_EQ(std::filesystem::file_size(path), 21u);
+
+    DeleteFileW((path + L".1").c_str());
+    CreateDirectoryW((path + L".1").c_str(), nullptr); // no copy succeeds
+    std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog);
+    CoreLog::LogFile(path).append("x");
+    EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 1) << "not lost";
+    std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog + 262'144); // the next attempt
+    CoreLog::LogFile(path).append("x");
+    EXPECT_EQ(std::filesystem::file_size(path), 1u) << "the disk must not fill up";
 }
 
 TEST(LogFile, IsHandedOverAtTheLimitAndCanBeRenamed) {

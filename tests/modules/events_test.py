@@ -151,6 +151,7 @@ class Events(unittest.TestCase):
         self.country = Reply(body=b"DE", headers={"Content-Length": "9"}, close_after=True)
         self.send("--name", "n")
         self.assertEqual([r["country_id"] for r in self.records()], [""], "the lookup has failed")
+        self.assertEqual(len(self.server.requests), 2, "once")
         prefix.set_proxy(self.server.port, Location="AT")
         self.server.requests.clear()
         self.send("--name", "n")

@@ -56,22 +56,18 @@ TEST(OsVersion, ComesFromRtlGetVersionAndTheRegistry) {
 }
 
 TEST(VersionClass, Boundaries) {
-    const auto version = [](std::uint32_t major, std::uint32_t minor, std::uint32_t build,
-                            std::uint32_t revision = 0) {
-        return win32::versionClass({major, minor, revision, build});
+    const struct {
+        std::uint32_t major, minor, build, revision;
+        std::int32_t versionClass;
+    } cases[] = {
+        {5, 0, 0, 0, 50},       {5, 1, 0, 0, 51},           {5, 2, 3789, 0, 52},    {5, 2, 3790, 0, 60},
+        {5, 3, 9999, 0, 0},     {6, 0, 6001, 0, 70},        {6, 0, 6002, 0, 80},    {6, 1, 7600, 0, 90},
+        {6, 1, 7601, 0, 81},    {6, 2, 0, 0, 100},          {6, 3, 0, 0, 101},      {10, 0, 10240, 0, 120},
+        {10, 0, 0, 10000, 120}, {10, 0, 21999, 10000, 120}, {10, 0, 0, 10001, 130}, {10, 0, 21999, ~0u, 130},
+        {10, 0, 22000, 0, 140}, {10, 1, ~0u, ~0u, 140},     {11, 0, 30000, 0, 0},
     };
-    EXPECT_EQ(version(5, 2, 3789), 52);
-    EXPECT_EQ(version(5, 2, 3790), 60);
-    EXPECT_EQ(version(5, 3, 9999), 0);
-    EXPECT_EQ(version(6, 1, 7600), 90);
-    EXPECT_EQ(version(6, 1, 7601), 81);
-    EXPECT_EQ(version(10, 0, 10240), 120);
-    EXPECT_EQ(version(10, 0, 21999, 10000), 120);
-    EXPECT_EQ(version(10, 0, 10240, 10001), 130);
-    EXPECT_EQ(version(10, 0, 21999, ~0u), 130);
-    EXPECT_EQ(version(10, 0, 22000), 140);
-    EXPECT_EQ(version(10, 1, ~0u, ~0u), 140);
-    EXPECT_EQ(version(11, 0, 30000), 0);
+    for (const auto& [major, minor, build, revision, expected] : cases)
+        EXPECT_EQ(win32::versionClass({major, minor, revision, build}), expected) << major << minor << build;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "ipc/channel_names.h"
 #include "ipc/message_format.h"
 #include "ipc/window_request_handler.h"
+#include "support/fields.h"
 #include "support/files.h"
 #include "support/seam.h"
 
@@ -71,6 +72,12 @@ win32::KernelHandle rawClient(const std::wstring& name = kPipe) {
     return pipe;
 }
 
+struct Answer {
+    std::uint32_t error = 0;
+    std::string reply{};
+};
+ZELSYS_FIELDS(Answer, error, reply)
+
 class Channel : public testing::Test {
 protected:
     Channel() {
@@ -84,12 +91,12 @@ protected:
         testing_support::restoreSeams();
     }
 
-    static std::string ask(const std::string& payload) {
+    static Answer ask(const std::string& payload) {
         CInterprocessCommunicationWin client(kMutex, kPipe);
         EXPECT_FALSE(client.isFirstInstance());
         EXPECT_EQ(client.connectToServer(5000), 0u); // waits while the listener handles another client
         const std::uint32_t error = client.sendRequest(payload);
-        return std::to_string(error) + " " + client.lastReply();
+        return {.error = error, .reply = client.lastReply()};
     }
 
     Echo echo;
@@ -97,13 +104,13 @@ protected:
 };
 
 TEST_F(Channel, SuccessiveClients) {
-    EXPECT_EQ(ask("first"), "0 first");
+    EXPECT_EQ(ask("first"), Answer{.reply = "first"});
     char message[64];
     ipc::writeMessage(GetCurrentProcessId(), "", message);
     EXPECT_EQ(echo.lastSender, ipc::senderOf({message, ipc::kHeaderSize}));
     const std::string longest(65526, 'x');
-    EXPECT_EQ(ask(longest), "0 " + longest);
-    EXPECT_EQ(ask(longest + "x"), "111 ");
+    EXPECT_EQ(ask(longest), Answer{.reply = longest});
+    EXPECT_EQ(ask(longest + "x"), Answer{.error = 111});
     EXPECT_EQ(echo.requests, 2);
 
     CInterprocessCommunicationWin client(kMutex, kPipe);
@@ -120,7 +127,7 @@ TEST_F(Channel, SuccessiveClients) {
     EXPECT_EQ(pauses, 0) << "a reconnection needs no pause";
     EXPECT_EQ(server.sendRequest("x"), 0u) << "the first instance sends nothing";
     EXPECT_EQ(server.startServer() + server.connectToServer(), 170u + 170u) << "it is serving";
-    EXPECT_EQ(ask("still there"), "0 still there");
+    EXPECT_EQ(ask("still there"), Answer{.reply = "still there"});
 
     const auto slow = rawClient(); // writes, then reads after a pause
     DWORD count = 0;
@@ -132,16 +139,16 @@ TEST_F(Channel, SuccessiveClients) {
 
 TEST_F(Channel, WithoutAReplyTheRequestFailsAfterSevenAttempts) {
     echo.onEach = [this] { echo.reply.assign(65527, 'x'); }; // too long to be sent
-    EXPECT_EQ(ask("x").substr(0, 4), "233 ");
+    EXPECT_EQ(ask("x").error, 233u);
     EXPECT_EQ(echo.requests, 7);
     EXPECT_EQ(pauses, 7);
     echo.onEach = nullptr;
-    EXPECT_EQ(ask(""), "233 ") << "an empty reply is not sent";
+    EXPECT_EQ(ask(""), Answer{.error = 233}) << "an empty reply is not sent";
     EXPECT_EQ(echo.requests, 14) << "a message without payload reaches the handler";
     server.stop();
     server.setRequestHandler(nullptr);
     EXPECT_EQ(server.startServer(), 0u);
-    EXPECT_EQ(ask("x"), "233 ");
+    EXPECT_EQ(ask("x"), Answer{.error = 233});
     EXPECT_EQ(echo.requests, 14);
 }
 
@@ -158,7 +165,7 @@ TEST_F(Channel, ClientsThatConnectBeforeConnectNamedPipe) {
             return ConnectNamedPipeSeam::real(pipe, overlapped);
         };
         EXPECT_EQ(server.startServer(), 0u);
-        EXPECT_EQ(ask("x"), "0 x");
+        EXPECT_EQ(ask("x"), Answer{.reply = "x"});
     }
     server.stop();
     const auto isPipeGone = [] {
@@ -181,7 +188,7 @@ TEST_F(Channel, SilentPeers) {
     speed = 50;
     CInterprocessCommunicationWin idle(kMutex, kPipe);
     EXPECT_EQ(idle.connectToServer(5000), 0u);
-    EXPECT_EQ(ask("x"), "0 x") << "the server disconnects a silent client";
+    EXPECT_EQ(ask("x"), Answer{.reply = "x"}) << "the server disconnects a silent client";
     EXPECT_EQ(idle.sendRequest("y"), 0u) << "the silent client reconnects";
     EXPECT_EQ(pauses, 0);
     server.stop();
@@ -211,7 +218,7 @@ TEST_F(Channel, OpensTheComputersPathThenTheLocalPath) {
                    ? INVALID_HANDLE_VALUE
                    : CreateFileWSeam::real(isByName ? (local + kPipe).c_str() : path, rest...);
     };
-    EXPECT_EQ(ask("x"), "0 x");
+    EXPECT_EQ(ask("x"), Answer{.reply = "x"});
     EXPECT_EQ(opened, std::vector{byName + kPipe});
     CInterprocessCommunicationWin client(kMutex, kPipe);
     failure = ERROR_PIPE_BUSY;
@@ -234,19 +241,19 @@ TEST_F(Channel, SurvivesHostileClients) {
         if (connects % 3 != 0)
             WriteFile(client.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
     }
-    EXPECT_EQ(ask("honest"), "0 honest");
+    EXPECT_EQ(ask("honest"), Answer{.reply = "honest"});
     {
         echo.largest = 0;
         const auto client = rawClient();
         DWORD written = 0;
         WriteFile(client.get(), std::string(70'000, 'x').data(), 70'000, &written, nullptr);
-        EXPECT_EQ(ask("honest"), "0 honest");
+        EXPECT_EQ(ask("honest"), Answer{.reply = "honest"});
         EXPECT_EQ(echo.largest, 65526u) << "a message larger than the buffer is truncated";
     }
     echo.onEach = [] { throw std::bad_alloc(); };
-    EXPECT_EQ(ask("x").substr(0, 4), "233 ");
+    EXPECT_EQ(ask("x").error, 233u);
     echo.onEach = nullptr;
-    EXPECT_EQ(ask("honest"), "0 honest");
+    EXPECT_EQ(ask("honest"), Answer{.reply = "honest"});
 }
 
 TEST_F(Channel, StopsInEveryStateAndRestarts) {
@@ -275,7 +282,7 @@ TEST_F(Channel, StopsInEveryStateAndRestarts) {
     client.join();
     echo.onEach = nullptr;
     EXPECT_EQ(server.startServer(), 0u);
-    EXPECT_EQ(ask("again"), "0 again");
+    EXPECT_EQ(ask("again"), Answer{.reply = "again"});
 }
 
 TEST(BringToFront, AsksTheRunningInstance) {

@@ -122,7 +122,9 @@ TEST(SwitchExports, SetAndClear) {
     enableFx(name.c_str(), "a", 7);
     enableFx((name + L"2").c_str(), "b", 1);
     enableFx(name.c_str(), "c", 0);
-    EXPECT_EQ(value("a") + value("b") + value("c"), L"10") << "each name has its own file";
+    EXPECT_EQ(value("a"), L"1");
+    EXPECT_EQ(value("b"), L"") << "each name has its own file";
+    EXPECT_EQ(value("c"), L"0");
     const auto setAll = [](const std::wstring& file, const std::string& key) {
         for (int i = 0; i < 40; ++i)
             enableFx(file.c_str(), (key + std::to_string(i)).c_str(), 1);

@@ -110,16 +110,18 @@ TEST(EventRecord, AmpersandsTruncateNothingAndNoOldValueIsLeft) {
 
 TEST(ProxySettings, KeysAndDefaults) {
     fs::CConfig section;
-    const auto with = [&section](const char* key, const char* value) {
-        section.setValue(key, value);
-        const auto p = stats::proxySettings(section);
-        return p.host + ":" + std::to_string(p.port) + ":" + p.user + ":" + p.password;
+    const auto expect = [&section](const stats::TProxySettings& expected) {
+        const auto found = stats::proxySettings(section);
+        EXPECT_EQ(std::tie(found.host, found.port, found.user, found.password),
+                  std::tie(expected.host, expected.port, expected.user, expected.password));
     };
-    with("ProxyAddress", "host");
-    with("ProxyUser", "user");
-    EXPECT_EQ(with("ProxyPw", "password"), ":80::") << "type 0 means no proxy, whatever the other keys";
-    EXPECT_EQ(with("ProxyType", "2"), "host:80:user:password");
-    EXPECT_EQ(with("ProxyPort", "8080"), "host:8080:user:password");
+    for (const char* key : {"ProxyAddress", "ProxyUser", "ProxyPw"})
+        section.setValue(key, key);
+    expect({.host = "", .port = 80, .user = "", .password = ""}); // type 0 means no proxy
+    section.setValue("ProxyType", "2");
+    expect({.host = "ProxyAddress", .port = 80, .user = "ProxyUser", .password = "ProxyPw"});
+    section.setValue("ProxyPort", "8080");
+    expect({.host = "ProxyAddress", .port = 8080, .user = "ProxyUser", .password = "ProxyPw"});
 }
 
 } // namespace

@@ -194,6 +194,8 @@ TEST_F(HttpRequest, CapturesHeaders) {
     EXPECT_EQ(response.length, 4) << "the sum of the announced and the received length";
     EXPECT_GT(request.rawHeaders().size(), 70'000u);
     EXPECT_TRUE(request.rawHeaders().starts_with(L"HTTP/1.1 302 Found\r\n"));
+    execute(L"nonsense");
+    EXPECT_EQ(request.response().location + request.rawHeaders(), L"") << "those of the last exchange";
 }
 
 TEST_F(HttpRequest, ShortBodyIsReportedInTheErrorRecordOnly) {

@@ -146,7 +146,7 @@ TEST_F(FakeManager, Start) {
     for (const DWORD state : {DWORD{SERVICE_RUNNING}, DWORD{SERVICE_START_PENDING}, DWORD{SERVICE_PAUSED}})
         EXPECT_EQ(run(service::start, {{state}}), Outcome{});
     EXPECT_EQ(StartServiceWSeam::calls, 0);
-    constexpr Status kStep1{kStarting, 1, 2500}, kStep2{kStarting, 2, 2500};
+    constexpr Status kStep1{kStarting, 1, 3000}, kStep2{kStarting, 2, 3000};
     const struct {
         std::vector<Status> answers;
         Outcome outcome;
@@ -157,10 +157,10 @@ TEST_F(FakeManager, Start) {
         {{{kStopping, 1, 0}}, {.result = -6, .waited = 1000}},
         {{{kStopping, 1, 900}, {kStopping, 2, 900}, {kStopping, 2, 900}}, {.result = -6, .waited = 2000}},
         // Each pass measures progress from its own start.
-        {{{kStopping, 1, 30'000}, {kStopping, 1, 30'000}, kStopped, kRunning}, {.waited = 6000}},
+        {{{kStopping, 1, 1000}, {kStopping, 1, 1000}, kStopped, kRunning}, {.waited = 2000}},
         {{{kStopping, 1, 0}, kStopped, kRunning}, {.waited = 1000}}, // stops in time despite a wait hint of 0
         {{kStopped, kStep1, kStep1, kStep1, kStep2, kStep2, kRunning}, {.waited = 5000}},
-        {{kStopped, kStep1}, {.waited = 3000}}, // the check point does not advance
+        {{kStopped, kStep1}, {.waited = 4000}}, // the check point does not advance
         {{kStopped, {kStarting, 1, 50'000}, kFailing}, {.waited = 5000}},
     };
     for (const auto& c : cases)

@@ -25,9 +25,9 @@ public:
     /// \return True if the event was set in time.
     bool wait(ULONGLONG time) {
         const std::lock_guard guard(mutex_);
-        const ULONGLONG end = GetTickCount64() + time;
-        for (ULONGLONG now = end - time; !isSet_ && now < end; now = GetTickCount64())
-            mutex_.sleep(changed_, static_cast<DWORD>(end - now));
+        const ULONGLONG begin = GetTickCount64();
+        for (ULONGLONG waited = 0; !isSet_ && waited < time; waited = GetTickCount64() - begin)
+            mutex_.sleep(changed_, static_cast<DWORD>(time - waited));
         const bool was = isSet_;
         isSet_ = false;
         return was;

@@ -153,7 +153,12 @@ TEST(BaseThread, RefusesAStartDuringARun) {
     };
     EXPECT_EQ(launcher.Start(), 87u) << "nothing to run";
     EXPECT_TRUE(launcher.wait(0)) << "no thread";
+    CreateEventWSeam::fake = [](auto... arguments) {
+        return CreateEventWSeam::calls == 2 ? nullptr : CreateEventWSeam::real(arguments...);
+    };
+    CreateEventWSeam::calls = 0;
     launcher.setFunction(&work);
+    EXPECT_EQ(launcher.Start(), 10u) << "the second event is missing";
     _beginthreadexSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(launcher.Start(), 10u) << "no thread, whatever the cause";
     _beginthreadexSeam::fake = [](auto... arguments) {

@@ -1,5 +1,6 @@
 #include "xferlib/exchange.h"
 
+#include "text/trim.h"
 #include "win32/winhttp_headers.h"
 #include "xferlib/async_request.h"
 #include "xferlib/transfer_code.h"
@@ -135,9 +136,7 @@ TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& res
 bool isChunked(HINTERNET request) {
     std::wstring coding = win32::textHeader(request, WINHTTP_QUERY_TRANSFER_ENCODING).value_or(L"");
     coding.erase(0, coding.find_last_of(L',') + 1); // the last coding frames the message; npos + 1 is 0
-    coding.erase(0, coding.find_first_not_of(L" \t"));
-    coding.resize(coding.find_last_not_of(L" \t") + 1);
-    return _wcsicmp(coding.c_str(), L"chunked") == 0;
+    return _wcsicmp(text::trimmed(coding).c_str(), L"chunked") == 0;
 }
 
 TransferCode readBody(AsyncRequest& request, Response& response) {

@@ -9,7 +9,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).parents[2]
 HEADER = ROOT / "include/zelsyshelper.h"
-DECLARATION = re.compile(r"^ZELSYSHELPER_API (\w+) (\w+)\((.*?)\);", re.S | re.M)
+DECLARATION = re.compile(r"^ZELSYSHELPER_API (\w[\w *]*?) ?(\w+)\(([^()]*)\);", re.S | re.M)
 COLUMNS = 110
 
 # A doc comment before a declaration or macro, or one after a macro on the same line.

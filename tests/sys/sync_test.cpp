@@ -11,6 +11,7 @@ namespace {
 
 TEST(Signal, WakesOneWaitAndIsResetByIt) {
     sys::Signal signal;
+    EXPECT_FALSE(signal.wait(0));
     signal.set();
     EXPECT_TRUE(signal.wait(0));
     EXPECT_FALSE(signal.wait(1));

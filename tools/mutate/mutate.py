@@ -156,11 +156,14 @@ def tracked():
 
 
 def prepare():
-    """Copies the tracked files that differ, and builds them without faults. Warnings are no errors there."""
+    """Copies the tracked files that differ, and builds them without faults. In the copy, warnings are no
+    errors, and a test that hangs fails after 120 seconds."""
     for file in tracked():
         content = (ROOT / file).read_bytes()
         if file == "cmake/compiler.cmake":
             content = content.replace(b" -Werror", b"")
+        if file == "tests/CMakeLists.txt":
+            content = re.sub(rb"TIMEOUT \d+", b"TIMEOUT 120", content)
         target = COPY / file
         target.parent.mkdir(parents=True, exist_ok=True)
         if not target.exists() or target.read_bytes() != content:
@@ -181,9 +184,7 @@ def prepare():
 
 
 def first_failure(pattern):
-    output, good = run(
-        ["ctest", "--preset", "windows", "--stop-on-failure", "--timeout", "90", *pattern], 900
-    )
+    output, good = run(["ctest", "--preset", "windows", "--stop-on-failure", *pattern], 900)
     failed = re.findall(r"^\s*\d+ - (\w+)", output, re.M)
     return "" if good else (failed or ["ctest"])[0]
 

@@ -38,7 +38,7 @@ PROGRAMS = {
     "text": "fs_test|exports_test|stat_test",
     "thread": f"ipc_test|{DOWNLOADS}",
     "ui": EVENTS,
-    "win32": "win32_test|fs_test|exports_test|corelog_test",
+    "win32": "win32_test|fs_test|exports_test|corelog_test|stat_test",
     "xferlib": f"xferlib_test|{EVENTS}",
 }
 FUZZERS = {

@@ -4,6 +4,7 @@
 #include "fs/fx_config.h"
 #include "support/files.h"
 #include "support/seam.h"
+#include "win32/file_access.h"
 #include "win32/file_lock.h"
 #include "win32/owner.h"
 
@@ -263,6 +264,14 @@ TEST_F(Config, FileThatGrowsDuringTheReadIsReadAgain) {
     std::string contents;
     EXPECT_EQ(fs::readFile(path, fs::FileForm::plain, contents), 0);
     EXPECT_EQ(contents.size(), 9000u);
+
+    ReadFileSeam::fake = [](HANDLE, LPVOID, DWORD size, LPDWORD count, LPOVERLAPPED) {
+        return *count = size, TRUE;
+    };
+    char begin = 0;
+    std::size_t got = 0;
+    EXPECT_TRUE(win32::readAt(hold(path).get(), 0, &begin, 3ull << 30, got));
+    EXPECT_EQ(got, 3ull << 30) << "in parts";
 }
 
 /// Checks that each method waits for a save, which holds the store's lock while its WriteFile blocks.

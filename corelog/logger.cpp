@@ -16,8 +16,9 @@ namespace {
 constexpr std::int32_t kDefaultLevel = 3;
 
 struct Settings {
-    sys::Mutex mutex;
+    sys::Mutex mutex; ///< Guards the other members.
     std::string name;
+    std::wstring folder; ///< Empty until it is found.
 };
 
 Settings& settings() {
@@ -25,19 +26,19 @@ Settings& settings() {
     return instance;
 }
 
-std::wstring settingsName() {
-    const std::lock_guard guard(settings().mutex);
-    return text::utf8ToUtf16(settings().name);
-}
+/// The folder of the logs, empty if it cannot be found, and the name in it.
+struct Place {
+    std::wstring folder, name;
+};
 
-/// Returns the folder of the logs. Caches it: SHGetKnownFolderPath takes longer than writing a line.
-std::wstring folderOfLogs() {
-    static sys::Mutex mutex;
-    static std::wstring found;
-    const std::lock_guard guard(mutex);
-    if (found.empty())
-        found = win32::logsFolder({}); // no report: the log to receive it does not exist yet
-    return found;
+Place place() {
+    Settings& known = settings();
+    const std::lock_guard guard(known.mutex);
+    // Cached: SHGetKnownFolderPath takes longer than writing a line. No report: the log to receive it does
+    // not exist yet.
+    if (known.folder.empty())
+        known.folder = win32::logsFolder({});
+    return {known.folder, text::utf8ToUtf16(known.name)};
 }
 
 std::int32_t readThreshold(const std::wstring& path) {
@@ -73,12 +74,12 @@ void setSettingsName(std::string_view name) {
 int createLogger(LoggerSlot& slot) noexcept {
     slot.reset();
     try {
-        std::wstring folder = folderOfLogs();
+        auto [folder, name] = place();
         if (folder.empty())
             folder = L".";
         else if (!CreateDirectoryW(folder.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
             return static_cast<int>(GetLastError());
-        slot.reset(new CLogger(win32::joinPath(folder, settingsName())));
+        slot.reset(new CLogger(win32::joinPath(folder, name)));
         return 0;
     } catch (...) {
         return ERROR_OUTOFMEMORY;

@@ -8,6 +8,7 @@
 #include <process.h>
 
 #include <algorithm>
+#include <atomic>
 #include <map>
 #include <sstream>
 #include <thread>
@@ -63,6 +64,32 @@ TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
         logAllLevels();
         EXPECT_EQ(std::ranges::count(readBytes(base + L".log"), '\n'), lines) << settings;
     }
+}
+
+TEST_F(Logger, NameMayChangeWhileLoggersAreCreated) {
+    const std::string names[] = {std::string(200, 'a'), std::string(200, 'b')};
+    const auto settingsOf = [&](const std::string& name) {
+        return win32::logsFolder({}) + L"\\" + std::wstring(name.begin(), name.end()) + L".cfg";
+    };
+    for (const std::string& name : names)
+        writeBytes(settingsOf(name), "Level=7\n");
+    CoreLog::setSettingsName(names[0]);
+    std::atomic<bool> isOver = false;
+    std::jthread other([&] {
+        for (std::size_t i = 0; !isOver; ++i)
+            CoreLog::setSettingsName(names[i % 2]);
+    });
+    int mixtures = 0;
+    for (int i = 0; i < 1000; ++i) {
+        CoreLog::LoggerSlot logger;
+        CoreLog::createLogger(logger);
+        mixtures += logger->threshold() != 7;
+    }
+    isOver = true;
+    other.join();
+    EXPECT_EQ(mixtures, 0);
+    for (const std::string& name : names)
+        DeleteFileW(settingsOf(name).c_str());
 }
 
 TEST_F(Logger, MissingFolderIsAnErrorAndAnUnusableFileIsNot) {

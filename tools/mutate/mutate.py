@@ -74,7 +74,7 @@ OPERATORS = {
         (r" - ", " + "),
     ],
     "dropped lock": [
-        (r"^(\s*)(?:const )?(?:std::(?:lock_guard|unique_lock|scoped_lock)|(?:sys::)?CsGuard)\b.*;$", r"\1;")
+        (r"^(?!.*= delete)(\s*)(?:const )?(?:std::\w+_(?:guard|lock)|(?:sys::)?CsGuard)\b.*;$", r"\1;")
     ],
     "dropped statement": [
         (

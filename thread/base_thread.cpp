@@ -50,6 +50,8 @@ bool BaseThread::wait(std::uint32_t time) const {
 }
 
 bool BaseThread::isRunning() const {
+    if (runningId_ != 0)
+        return true;
     DWORD exitCode = 0;
     return thread_ && GetExitCodeThread(thread_.get(), &exitCode) && exitCode == STILL_ACTIVE &&
            !isFinished();

@@ -21,7 +21,8 @@ public:
 ///
 /// The destructor closes the handles. It neither waits for the thread nor terminates it: the caller must
 /// ensure that the run is over first. The module of the thread's code stays loaded while the thread runs. One
-/// thread at a time may use the launcher; the launched thread itself may call `isOwnThread`.
+/// thread at a time may use the launcher; the launched thread itself may call `isOwnThread` and
+/// `isRunning`.
 class BaseThread {
 public:
     explicit BaseThread(std::uint32_t id);
@@ -53,7 +54,7 @@ public:
     /// immediately if there was no run.
     void waitFinished() const;
 
-    /// \brief Returns true if the current run calls it.
+    /// \brief Returns true on the thread of the current run.
     bool isOwnThread() const;
 
 private:

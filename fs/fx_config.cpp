@@ -55,9 +55,10 @@ int FxConfig::loadAndAdd(bool addsDefaults) {
     std::string contents;
     const int status = readFile(pathCopy(), FileForm::enciphered, contents);
     const std::lock_guard guard(lock);
-    isUnread = status != 0 && status != kStatusNoFile;
+    isUnread = status != kStatusNoFile; // also if parsing throws: a save must not lose the file's switches
     if (status == 0) {
         parseEnciphered(std::move(contents), values);
+        isUnread = false;
         modified = false;
     }
     if (!addsDefaults)

@@ -51,7 +51,8 @@ private:
     int loadAndAdd(bool addsDefaults);
 
     Defaults defaults;
-    /// The last `load` found a file and could not read it. `setFilePath` resets it without the lock.
+    /// The last `load` found a file and could not read it. Atomic: `setFilePath`
+    /// resets it after it has released the lock.
     std::atomic<bool> isUnread = false;
 };
 

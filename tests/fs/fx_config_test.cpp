@@ -47,6 +47,12 @@ TEST(FxConfig, SwitchesAreWrittenWholeAndEnciphered) {
     other.setSwitch("d", true);
     EXPECT_EQ(other.save(), 0);
     EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "keys that could not be read are not lost";
+    testing_support::writeBytes(path, "from elsewhere");
+    EXPECT_EQ(other.save(), 0);
+    EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "only the first save reads the file";
+    other.setFilePath(path);
+    EXPECT_EQ(other.save(), 0);
+    EXPECT_EQ(readBytes(path), "") << "no switch of the file is left in memory";
 
     store.defaultsPending = true;
     store.loadWithDefaults();

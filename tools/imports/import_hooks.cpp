@@ -114,7 +114,7 @@ void Hooks::replace(const std::string& library, const std::string& function, voi
 }
 
 void* Hooks::add(const std::string& library, const std::string& function, void* target) {
-    const std::lock_guard guard(adding_); // two threads may look up functions at once
+    const std::lock_guard guard(mutex_);
     for (const Entry& entry : entries_)
         if (entry.thunk->target == target)
             return entry.thunk; // looked up before
@@ -143,11 +143,13 @@ FARPROC WINAPI Hooks::lookUp(HMODULE module, const char* name) {
 }
 
 void Hooks::clear() {
+    const std::lock_guard guard(mutex_);
     for (const Entry& entry : entries_)
         entry.thunk->count = 0;
 }
 
 std::vector<Hooks::Calls> Hooks::calls() const {
+    const std::lock_guard guard(mutex_);
     std::vector<Calls> calls;
     for (const Entry& entry : entries_)
         if (entry.thunk->count != 0)

@@ -77,7 +77,7 @@ private:
     Rule rule_;
     std::vector<Substitute> substitutes_;
     Thunk* thunks_;
-    std::mutex adding_;
+    mutable std::mutex mutex_; ///< Guards the list: the DLL looks functions up on several threads.
     std::vector<Entry> entries_;
 };
 

@@ -6,6 +6,7 @@ place of the requested host, with its own certificate. It keeps a list of the re
 
 import socket
 import ssl
+import sys
 import threading
 from dataclasses import dataclass, field
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
@@ -136,7 +137,8 @@ class Server(ThreadingHTTPServer):
         return self.server_address[1]
 
     def handle_error(self, request, client_address):
-        pass  # a client that disconnects is not a failure
+        if not isinstance(sys.exc_info()[1], OSError):  # a client that disconnects is not a failure
+            super().handle_error(request, client_address)
 
     def close(self):
         self.shutdown()

@@ -623,11 +623,11 @@ ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* link
  * subfolders.
  *
  * Continues after a failure: counts it and writes a line to standard output. A folder that cannot be listed
- * counts as empty, which is no failure. If the source is missing, is a file, or is not readable for the
- * caller, the destination is deleted and nothing is copied: check the source before the call. Read-only files
- * are not deleted. Paths are truncated to 512 characters. Pass the destination as a full path with
- * backslashes, and keep the paths of its subfolders to at most 247 characters: other subfolders are not
- * created.
+ * counts as empty, which is no failure. If memory runs out, prints "error Exception" and ends, without
+ * counting a failure. If the source is missing, is a file, or is not readable for the caller, the destination
+ * is deleted and nothing is copied: check the source before the call. Read-only files are not deleted. Paths
+ * are truncated to 512 characters. Pass the destination as a full path with backslashes, and keep the paths
+ * of its subfolders to at most 247 characters: other subfolders are not created.
  *
  * Changes nothing and counts one failure if a path is blank, or if the destination is the root of a drive or
  * share, is the source or contains the source. Removes links to folders in the destination and does not

@@ -50,8 +50,8 @@
     X(bringRuningAppToTop)
 /* clang-format on */
 
-/** Loads the library and holds its functions. The destructor frees the library: call stopDownloadFile()
- * first. */
+/** Loads the library and holds its functions. The destructor frees the library: first call
+ * stopDownloadFile(). */
 struct zelsyshelper_load {
 #define ZELSYSHELPER_MEMBER(name)                                                                            \
     PFN_##name name = nullptr;                                                                               \

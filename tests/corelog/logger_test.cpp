@@ -204,7 +204,7 @@ TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
     EXPECT_TRUE(readBytes(path + L".1") == end);
 
     std::filesystem::resize_file(path, (4ull << 30) + 10);
-    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED); // the line is appended to whatever the file contains
+    LockFileExSeam::failWith(ERROR_NOT_SUPPORTED); // then append writes to the end of the file
     CoreLog::LogFile(path).append("after four gigabytes\n");
     LockFileExSeam::restore();
     EXPECT_EQ(std::filesystem::file_size(path), 21u);

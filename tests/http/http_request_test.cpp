@@ -195,7 +195,8 @@ TEST_F(HttpRequest, CapturesHeaders) {
     EXPECT_GT(request.rawHeaders().size(), 70'000u);
     EXPECT_TRUE(request.rawHeaders().starts_with(L"HTTP/1.1 302 Found\r\n"));
     execute(L"nonsense");
-    EXPECT_EQ(request.response().location + request.rawHeaders(), L"") << "those of the last exchange";
+    EXPECT_EQ(request.response().location + request.rawHeaders(), L"")
+        << "no headers of the previous exchange";
 }
 
 TEST_F(HttpRequest, ShortBodyIsReportedInTheErrorRecordOnly) {

@@ -61,7 +61,7 @@ class Events(unittest.TestCase):
         records = []
         for request in self.server.requests:
             if request.host.startswith("country."):
-                self.assertEqual((request.path, request.body), ("/?instType=country", b""))
+                self.assertEqual((request.method, request.path), ("POST", "/?instType=country"))
                 continue
             self.assertEqual((request.method, request.path), ("POST", "/AddEventJSONString.php"))
             self.assertEqual(request.headers["Content-Type"], "application/x-www-form-urlencoded")
@@ -151,7 +151,7 @@ class Events(unittest.TestCase):
         self.country = Reply(body=b"DE", headers={"Content-Length": "9"}, close_after=True)
         self.send("--name", "n")
         self.assertEqual([r["country_id"] for r in self.records()], [""], "the lookup has failed")
-        self.assertEqual(len(self.server.requests), 2, "once")
+        self.assertEqual(len(self.server.requests), 2, "one lookup, one post")
         prefix.set_proxy(self.server.port, Location="AT")
         self.server.requests.clear()
         self.send("--name", "n")

@@ -67,7 +67,8 @@ TEST(VersionClass, Boundaries) {
         {10, 0, 22000, 0, 140}, {10, 1, ~0u, ~0u, 140},     {11, 0, 30000, 0, 0},
     };
     for (const auto& [major, minor, build, revision, expected] : cases)
-        EXPECT_EQ(win32::versionClass({major, minor, revision, build}), expected) << major << minor << build;
+        EXPECT_EQ(win32::versionClass({major, minor, revision, build}), expected)
+            << major << '.' << minor << '.' << build << '.' << revision;
 }
 
 } // namespace

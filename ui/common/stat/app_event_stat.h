@@ -29,7 +29,8 @@ public:
     ///
     /// Stores them and builds the event atomically: no event carries another call's fields. Posts on this
     /// thread and blocks until the exchange is over.
-    /// \param logger Logs the outcome. May be null. A parameter, because creating a logger reads a file.
+    /// \param logger Logs the outcome. May be null. Passed in: creating another logger would read the log's
+    /// settings again.
     void sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
                    const TEvent& event, CoreLog::ILogger* logger);
 

@@ -69,7 +69,7 @@ def answer(request, handler):
         return Reply(int(status), headers={"Location": unquote(target)})
     if what == "file":  # /file/LENGTH/NAME
         return Reply(body=pattern(int(argument.split("/")[0])))
-    if what == "nobody":  # announces a body that this status does not have
+    if what == "bodyless":  # announces a body that this status does not have
         status_line = b"HTTP/1.1 %d Empty\r\n" % int(argument)
         return write_slowly(handler, [status_line + b"Connection: close\r\nContent-Length: 9\r\n\r\n"])
     if what in RAW:

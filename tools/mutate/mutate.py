@@ -73,9 +73,7 @@ OPERATORS = {
         (r" \+ ", " - "),
         (r" - ", " + "),
     ],
-    "dropped lock": [
-        (r"^(?!.*= delete)(\s*)(?:const )?(?:std::\w+_(?:guard|lock)|(?:sys::)?CsGuard)\b.*;$", r"\1;")
-    ],
+    "dropped lock": [(r"^(\s*)(?:const )?(?:std::\w+_(?:guard|lock)|(?:sys::)?CsGuard)\b.*;$", r"\1;")],
     "dropped statement": [
         (
             r"^(\s*)(?!return\b|using\b|throw\b|delete\b|static_assert\b|break\b|continue\b)"
@@ -104,7 +102,7 @@ class Fault:
 
 def code_of(line):
     """The line without its comment; nothing for lines that hold no statement."""
-    if re.match(r"\s*(//|/?\*|#|asm\b|\"|$)", line):
+    if re.match(r"\s*(//|/?\*|#|asm\b|\"|$)", line) or re.search(r"= (default|delete);", line):
         return ""
     return line.split(" //")[0]
 

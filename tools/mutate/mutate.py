@@ -36,7 +36,7 @@ PROGRAMS = {
     "shell": "com_test|shell_test",
     "sys": f"ipc_test|{DOWNLOADS}",
     "text": "fs_test|exports_test|stat_test",
-    "thread": f"ipc_test|{DOWNLOADS}",
+    "thread": f"thread_test|ipc_test|{DOWNLOADS}",
     "ui": EVENTS,
     "win32": "win32_test|fs_test|exports_test|corelog_test|stat_test",
     "xferlib": f"xferlib_test|{EVENTS}",

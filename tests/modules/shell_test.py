@@ -1,10 +1,12 @@
 """Runs shell functions and system queries of the built library on real files, through the console host."""
 
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
 import unittest
+from functools import partial
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parents[2] / "tools/loopback"))
@@ -149,6 +151,9 @@ class Shell(unittest.TestCase):
 
     def test_extension(self):
         preferences = prefix.ROAMING.parent / "Local/Google/Chrome/User Data/Default/Preferences"
+        clear = partial(shutil.rmtree, preferences.parent, ignore_errors=True)
+        clear()  # an interrupted run leaves the file
+        self.addCleanup(clear)
         state = lambda: prefix.host("extension").stdout.strip()  # noqa: E731
         self.assertEqual(state(), "not listed")
         preferences.mkdir(parents=True)
@@ -163,7 +168,6 @@ class Shell(unittest.TestCase):
         ):
             preferences.write_text(text)
             self.assertEqual(state(), expected)
-        preferences.unlink()
 
     def test_os_version(self):
         key = "HKCU\\Software\\Wine\\AppDefaults\\zelsyshelper-host.exe"

@@ -18,6 +18,21 @@ if(WIN32)
 \"${PROJECT_SOURCE_DIR}\" ${relative_source} \"${PROJECT_BINARY_DIR}\"")
         endforeach()
     endif()
+    if(gcc) # set by clang-mingw.cmake
+        # LLD needs symbols that are stripped from the installed library, see section_symbols.py. The copy
+        # precedes the library's own name on the command line.
+        set(original ${gcc}/libstdc++.a)
+        set(copy ${PROJECT_BINARY_DIR}/runtime/libstdc++.a)
+        if(${original} IS_NEWER_THAN ${copy})
+            file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/runtime)
+            foreach(command "python3;${CMAKE_CURRENT_LIST_DIR}/section_symbols.py;${original};${copy}.new"
+                            "${CMAKE_RANLIB};${copy}.new")
+                execute_process(COMMAND ${command} COMMAND_ERROR_IS_FATAL ANY)
+            endforeach()
+            file(RENAME ${copy}.new ${copy})
+        endif()
+        string(PREPEND CMAKE_CXX_STANDARD_LIBRARIES "\"${copy}\" ")
+    endif()
     target_link_options(zelsys_options INTERFACE
         -Wl,--gc-sections
         -s

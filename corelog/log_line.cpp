@@ -13,9 +13,8 @@ std::string formatLine(const LineParts& parts) {
                          parts.threadId, parts.level);
     const auto fileName = parts.file.substr(parts.file.find_last_of("/\\") + 1);
 
-    std::string line;
-    line.reserve(2 * sizeof stamp + parts.tag.size() + fileName.size()); // one allocation up to the text
-    line.append(stamp).append(text::lineEscape(parts.tag));
+    std::string line = stamp;
+    line += text::lineEscape(parts.tag);
     line.append(1, ' ').append(fileName).append(1, ':').append(std::to_string(parts.line)).append(1, ' ');
     if (parts.text.size() <= kLongestText) {
         line += text::lineEscape(parts.text);

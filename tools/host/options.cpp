@@ -47,7 +47,7 @@ CommandLine parseCommandLine(const Arguments& arguments, const OptionsOf& option
         const Option* const program = isLiteral ? nullptr : find(kProgramOptions, argument);
         const Option* own = isLiteral ? nullptr : find(ownOptions, argument);
         if (program != nullptr && (i + 1 == arguments.size() || find(kProgramOptions, arguments[i + 1])))
-            own = nullptr; // "event --version --json"
+            own = nullptr; // "event --version --json": no value follows
         const Option* const option = own != nullptr ? own : program;
         if (option != nullptr) {
             if (option->takesValue && i + 1 == arguments.size())

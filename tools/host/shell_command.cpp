@@ -105,7 +105,7 @@ int getView(const Library& library, const std::wstring& folder) {
 }
 
 /// Looks up the value of an option among the names.
-/// \return Empty unless the value is an unknown name, otherwise the problem.
+/// \return The problem if the value is an unknown name, otherwise empty.
 /// \param[out] code Unchanged without the option; 0 for an unknown name.
 template <std::size_t size>
 std::wstring readName(const Parameters& parameters, std::wstring_view option, const Name (&names)[size],

@@ -33,7 +33,7 @@ def answer(request, handler):
 
 def run(node, *arguments):
     """Runs Node.js and returns its exit code and its output. The output goes to a file: under Wine, libuv
-    cannot open the pipes of the host (EBADF)."""
+    cannot open Unix pipes (EBADF)."""
     with tempfile.TemporaryFile("w+", encoding="utf-8") as output:
         code = subprocess.run(
             [prefix.WINE, str(node), *arguments],

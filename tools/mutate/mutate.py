@@ -1,7 +1,8 @@
 """Puts random single-line faults into a copy of the product and runs the tests; see scripts/mutate.sh.
 
 A fault counts as noticed if a program of its folder fails, or else a fuzzer, another program or the soak.
-Faults that do not compile are drawn again. Those in equivalent.txt change no behaviour and are set apart.
+A fault that does not compile does not count: another is drawn. Faults in equivalent.txt change no
+behaviour and are set apart.
 """
 
 import argparse
@@ -22,9 +23,9 @@ ROOT = Path(__file__).parents[2]
 COPY = ROOT / "build/mutate"
 EQUIVALENT = Path(__file__).with_name("equivalent.txt")
 BUILD = ["cmake", "--build", "--preset", "windows", "--target"]
-SCRIPTS = {"events_test": [], "shell_test": [], "host_test": ["update_service"]}  # and what they start
+SCRIPTS = {"events_test": [], "shell_test": [], "host_test": ["update_service"]}  # with what they start
 EVENTS, DOWNLOADS = "stat_test|events_test", "http_test|job_test|download_test"
-# The programs of each folder; the exports of the DLL stand for the folders that have few of their own.
+# The test programs of each folder. Folders with few of their own also run those of the DLL's exports.
 PROGRAMS = {
     "corelog": "corelog_test|pure_test",
     "fs": "fs_test|exports_test|stat_test",
@@ -101,7 +102,7 @@ class Fault:
 
 
 def code_of(line):
-    """The line without its comment; nothing for lines that hold no statement."""
+    """Returns the line without its comment; empty for a line without a statement."""
     if re.match(r"\s*(//|/?\*|#|asm\b|\"|$)", line) or re.search(r"= (default|delete);", line):
         return ""
     return line.split(" //")[0]
@@ -154,7 +155,7 @@ def tracked():
 
 
 def prepare():
-    """Copies the tracked files that differ, and builds them without faults. In the copy, warnings are no
+    """Copies the tracked files that differ, and builds them without faults. In the copy, warnings are not
     errors, and a test that hangs fails after 120 seconds."""
     for stale in (COPY / "tests/fuzz/corpus").glob("*/*"):
         if not (ROOT / stale.relative_to(COPY)).exists():
@@ -221,14 +222,14 @@ def noticed_by(fault, quick):
 
 
 def check_without_fault():
-    """Exits if a program fails without a fault, which would seem to notice each fault."""
+    """Exits if a program fails without a fault: it would seem to notice each fault."""
     name = first_failure(["-E", "^(project|package|demo)_test$"])
     if name or not fuzz(sorted({name for names in FUZZERS.values() for name in names})) or not soak():
         raise SystemExit(f"mutate: {name or 'a fuzzer or the soak'} fails without a fault")
 
 
 def try_fault(fault, quick):
-    """Puts the fault in, and takes it out again. Returns what `noticed_by` does."""
+    """Returns the result of `noticed_by` with the fault in the copy. Removes the fault afterwards."""
     path = COPY / fault.path
     lines = path.read_text(encoding="utf-8").split("\n")
     original = lines[fault.number - 1]
@@ -252,7 +253,7 @@ def main():
     if unknown := set(folders) - set(PROGRAMS):
         parser.error(f"no folder of the product: {' '.join(sorted(unknown))}")
 
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # so that the fault is taken out
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # so that the fault is removed
     prepare()
     check_without_fault()
     equivalent = {

@@ -10,7 +10,7 @@ import sys
 
 AR_MAGIC = b"!<arch>\n"
 AMD64, COMDAT, STATIC, SELECT_ANY = 0x8664, 0x1000, 3, 2
-SYMBOL, DEFINITION = struct.Struct("<8sIhHBB"), struct.Struct("<IHHIHB3x")  # a symbol, its section's data
+SYMBOL, DEFINITION = struct.Struct("<8sIhHBB"), struct.Struct("<IHHIHB3x")  # a symbol, its section definition
 
 
 def with_symbols(coff):

@@ -65,7 +65,7 @@ class Project(unittest.TestCase):
         self.assertLess(DLL.stat().st_size, 350_000)
 
     def test_exceptions_can_pass_through_each_function(self):
-        """Without unwind information, the registers of the caller are wrong. Leaf functions need none."""
+        """Without unwind information, an exception restores wrong registers. Leaf functions need none."""
         for binary in DLL, DLL.with_name("zelsyshelper-host.exe"):
             code = llvm("objdump", "-d", "--no-show-raw-insn", binary)
             calls = {int(address, 16) for address in re.findall(r"^ *(\w+): +\tcall", code, re.M)}

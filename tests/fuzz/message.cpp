@@ -21,7 +21,7 @@ void check(FuzzedDataProvider& input) {
     const std::string_view message(buffer.data(), length);
     require(ipc::payloadOf(message) == payload);
     std::uint32_t seen = ipc::senderOf(message);
-    for (const int bit : {8, 16, 24}) // each byte of 0x80 or more has subtracted 1 from the next higher byte
+    for (const int bit : {8, 16, 24}) // sign extension: a byte above 0x7F subtracts 1 from the next higher
         seen += (sender >> (bit - 1) & 1) << bit;
     require(seen == sender);
 }

@@ -11,7 +11,7 @@ ZELSYS_SEAM(L"advapi32.dll", RegQueryValueExW)
 static win32::TOsVersion told;
 static LONG versionResult;
 
-/// The library finds this function, because the test returns this program's handle for "ntdll.dll".
+/// The library finds this function: the fake GetModuleHandleW returns this program's handle as ntdll.dll.
 extern "C" __declspec(dllexport) LONG WINAPI RtlGetVersion(RTL_OSVERSIONINFOW* info) {
     EXPECT_EQ(info->dwOSVersionInfoSize, 276u);
     info->dwMajorVersion = told.major;

@@ -151,6 +151,9 @@ TEST_F(HttpRequest, UploadsInChunks) {
     EXPECT_TRUE(output.bytes == sent.text() + input.bytes) << output.bytes.substr(0, 100);
     EXPECT_EQ(request.progress().uploaded, 200'000);
     EXPECT_EQ(request.progress().inputSize, 200'000);
+    Input byte("1");
+    EXPECT_EQ(execute(L"/echo", 0, &byte), kSuccess);
+    EXPECT_TRUE(output.bytes.ends_with(byte.bytes)) << output.bytes;
 }
 
 TEST_F(HttpRequest, FollowsRedirectsAndSignsInToTheProxy) {

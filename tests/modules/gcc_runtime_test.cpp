@@ -72,4 +72,22 @@ TEST(GccRuntime, ThreadsThrowWithoutMemoryAndWithoutFlsSlots) {
     EXPECT_TRUE(DllMain(nullptr, DLL_PROCESS_ATTACH, nullptr));
 }
 
+TEST(GccRuntime, FailedInitialisationIsRepeated) {
+    std::atomic<int> calls = 0, failures = 0;
+    const auto use = [&] {
+        try {
+            static const int value = (Sleep(50), ++calls == 1 ? throw 1 : 2);
+            EXPECT_EQ(value, 2);
+        } catch (int) {
+            ++failures;
+        }
+    };
+    {
+        const std::jthread first(use), second(use); // the second one waits for the first
+    }
+    use();
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(failures, 1);
+}
+
 } // namespace

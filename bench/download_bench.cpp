@@ -214,8 +214,8 @@ void benchDownload() {
         lanes.erase(lanes.begin() + static_cast<std::ptrdiff_t>(i));
     }
     for (int round = 0; round < kRounds; ++round)
-        for (Lane& lane : lanes)
-            bench::require(runOnce(lane), lane.name + " failed");
+        for (const std::size_t i : bench::randomOrder(lanes.size()))
+            bench::require(runOnce(lanes[i]), lanes[i].name + " failed");
     stopDownloadFile();
     report(lanes);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 #include <random>
 
 #include <windows.h>
@@ -92,17 +93,20 @@ std::vector<Lane> lanesOf(const Path& path) {
     return lanes;
 }
 
-/// Runs the contenders in random order: each leaves work to the system, which slows the next one.
 void runRound(const Path& path, std::vector<Lane>& lanes) {
-    static std::mt19937 random;
-    std::vector<Lane*> order(lanes.size());
-    std::ranges::transform(lanes, order.begin(), [](Lane& lane) { return &lane; });
-    std::ranges::shuffle(order, random);
-    for (Lane* lane : order)
-        require(lane->runBatch(), path.name + ": " + lane->contender->name + " failed");
+    for (const std::size_t i : randomOrder(lanes.size()))
+        require(lanes[i].runBatch(), path.name + ": " + lanes[i].contender->name + " failed");
 }
 
 } // namespace
+
+std::vector<std::size_t> randomOrder(std::size_t count) {
+    static std::mt19937 random;
+    std::vector<std::size_t> order(count);
+    std::iota(order.begin(), order.end(), 0);
+    std::ranges::shuffle(order, random);
+    return order;
+}
 
 void measure(const Path& path) {
     std::vector<Lane> lanes = lanesOf(path);

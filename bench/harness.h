@@ -63,6 +63,10 @@ void print(const Row& row);
 /// Prints one line of the list of all contenders.
 void printDetail(const std::string& path, const std::string& contender, const std::string& result);
 
+/// Returns the indexes of a round's contenders in random order: each leaves work to the system, which slows
+/// the next one.
+std::vector<std::size_t> randomOrder(std::size_t count);
+
 double now(); ///< Monotonic time in seconds.
 double median(std::vector<double> values);
 std::string format(const char* format, double value);

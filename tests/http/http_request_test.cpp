@@ -169,6 +169,8 @@ TEST_F(HttpRequest, FollowsRedirectsAndSignsInToTheProxy) {
     const std::string secure = Received{.host = "secure.example:443"}.text();
     const std::string plain = Received{.host = "some.example:80"}.text();
     EXPECT_EQ(output.bytes, secure + secure + plain + agent + plain);
+    request.setProxy({.host = "127.0.0.1"}); // used although it has no port
+    EXPECT_EQ(execute(L"http://127.0.0.1:" + std::to_wstring(port("PLAIN")) + L"/echo").error, 12029u);
 }
 
 TEST_F(HttpRequest, ReadsNoMoreThanItsBufferHolds) {

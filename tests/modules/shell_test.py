@@ -172,11 +172,8 @@ class Shell(unittest.TestCase):
     def test_os_version(self):
         key = "HKCU\\Software\\Wine\\AppDefaults\\zelsyshelper-host.exe"
         self.addCleanup(prefix.run, "reg.exe", "delete", key, "/f")
-        for version, code, text in ("win7", 1, "neither Windows 10 nor Windows 11\n"), (
-            "win10",
-            0,
-            "10.0.0\n",
-        ):
+        neither = "neither Windows 10 nor Windows 11\n"
+        for version, code, text in ("win7", 1, neither), ("win10", 0, "10.0.0\n"):
             prefix.run("reg.exe", "add", key, "/v", "Version", "/d", version, "/f", check=True)
             result = prefix.host("os-version")
             self.assertEqual((result.returncode, result.stdout), (code, text), version)

@@ -19,18 +19,25 @@ if(WIN32)
         endforeach()
     endif()
     if(gcc) # set by clang-mingw.cmake
-        # LLD needs symbols that are stripped from the installed library, see section_symbols.py. The copy
-        # precedes the library's own name on the command line.
+        # LLD needs symbols that are stripped from the installed library, see section_symbols.py. If the
+        # library or the script changes, the copy's path changes too, and everything is linked again.
+        set(script ${CMAKE_CURRENT_LIST_DIR}/section_symbols.py)
         set(original ${gcc}/libstdc++.a)
-        set(copy ${PROJECT_BINARY_DIR}/runtime/libstdc++.a)
-        if(${original} IS_NEWER_THAN ${copy})
-            file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/runtime)
-            foreach(command "python3;${CMAKE_CURRENT_LIST_DIR}/section_symbols.py;${original};${copy}.new"
-                            "${CMAKE_RANLIB};${copy}.new")
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${script} ${original})
+        file(SHA256 ${script} script_hash)
+        file(SHA256 ${original} original_hash)
+        string(SHA256 hash ${script_hash}${original_hash})
+        string(SUBSTRING ${hash} 0 12 hash)
+        set(copy ${PROJECT_BINARY_DIR}/runtime/${hash}/libstdc++.a)
+        if(NOT EXISTS ${copy})
+            file(REMOVE_RECURSE ${PROJECT_BINARY_DIR}/runtime)
+            file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/runtime/${hash})
+            foreach(command "python3;${script};${original};${copy}.new" "${CMAKE_RANLIB};${copy}.new")
                 execute_process(COMMAND ${command} COMMAND_ERROR_IS_FATAL ANY)
             endforeach()
             file(RENAME ${copy}.new ${copy})
         endif()
+        # Precedes -lstdc++, so that LLD takes all members from the copy.
         string(PREPEND CMAKE_CXX_STANDARD_LIBRARIES "\"${copy}\" ")
     endif()
     target_link_options(zelsys_options INTERFACE

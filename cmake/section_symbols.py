@@ -1,8 +1,9 @@
 """Copies a static library and gives each COMDAT section a symbol: section_symbols.py FROM TO
 
-Debian strips the C++ library's symbols of `.pdata$FUNCTION`, which no relocation needs. LLD discards a COMDAT
-section without a symbol. Windows cannot unwind a function without `.pdata`: an exception that passes through
-it restores wrong registers, and the caller's destructors release the wrong memory.
+Debian strips symbols that no relocation needs, among them those of the C++ library's `.pdata$FUNCTION`
+sections. LLD discards a COMDAT section without a symbol. Windows cannot unwind a function without `.pdata`:
+an exception that passes through it restores wrong registers, and the caller's destructors release the wrong
+memory.
 """
 
 import struct
@@ -15,7 +16,7 @@ SYMBOL, DEFINITION = struct.Struct("<8sIhHBB"), struct.Struct("<IHHIHB3x")  # a 
 
 def with_symbols(coff):
     machine, sections, _, table, count, optional, _ = struct.unpack_from("<HHIIIHH", coff)
-    if machine != AMD64:
+    if machine != AMD64 or table == 0:
         return coff
     named, index = set(), 0
     while index < count:

@@ -37,10 +37,18 @@ std::uint32_t BaseThread::Start() {
     ResetEvent(started_.get());
     ResetEvent(finished_.get());
 
+    // The thread holds a reference to the module: FreeLibrary must not unmap running code.
+    HMODULE module = nullptr;
+    if (!kRuntimeKeepsModule && !GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                                                    reinterpret_cast<const wchar_t*>(&entry), &module))
+        return ERROR_BAD_ENVIRONMENT;
+    module_.reset(module);
     unsigned threadId = 0;
     thread_.reset(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, entry, this, 0, &threadId)));
-    if (!thread_)
+    if (!thread_) {
+        module_.reset();
         return ERROR_BAD_ENVIRONMENT; // callers expect this error for any failure of _beginthreadex
+    }
     WaitForSingleObject(started_.get(), INFINITE);
     return 0;
 }
@@ -74,13 +82,8 @@ bool BaseThread::isOwnThread() const {
 unsigned __stdcall BaseThread::entry(void* launcher) {
     if (launcher == nullptr)
         return 0;
-    // Holds a reference to the module: FreeLibrary must not unmap running code.
-    HMODULE module = nullptr;
-    if constexpr (!kRuntimeKeepsModule)
-        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&entry),
-                           &module);
-
     auto& self = *static_cast<BaseThread*>(launcher);
+    const HMODULE module = self.module_.detach(); // self may be gone once finished_ is signalled
     self.runningId_ = GetCurrentThreadId();
     SetEvent(self.started_.get());
     if (self.function_ != nullptr)

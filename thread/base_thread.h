@@ -35,7 +35,8 @@ public:
 
     /// \brief Starts the thread and blocks until it is running.
     /// \return 0; `ERROR_INVALID_PARAMETER` (87) without a function; `ERROR_BUSY` (170) during a run;
-    /// `ERROR_BAD_ENVIRONMENT` (10) if an event or the thread cannot be created.
+    /// `ERROR_BAD_ENVIRONMENT` (10) if an event or the thread cannot be created, or its module cannot be kept
+    /// loaded.
     std::uint32_t Start();
 
     /// \brief Blocks until the thread of the last `Start` has ended. Returns immediately without a thread,
@@ -63,6 +64,7 @@ private:
     const std::uint32_t id_;
     CThreadFunction* function_ = nullptr;
     win32::KernelHandle thread_;
+    win32::Library module_; ///< Set only until the new thread takes it.
     /// 0 without a run. Set by the new thread itself, which may run before Start has stored `thread_`.
     std::atomic<std::uint32_t> runningId_ = 0;
     win32::KernelHandle started_;

@@ -173,8 +173,12 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
     hop.proxy->beginRequest();
     if (const auto code = sendAndReceive(request, hop, reply.response))
         return code;
-    if (isRedirect(reply.response.status))
-        reply.location = win32::textHeader(request.get(), WINHTTP_QUERY_LOCATION).value_or(L"");
+    if (isRedirect(reply.response.status)) {
+        auto location = win32::textHeader(request.get(), WINHTTP_QUERY_LOCATION);
+        if (!location && GetLastError() != ERROR_WINHTTP_HEADER_NOT_FOUND)
+            return kReceiveFailed; // with code 0, the redirect would count as the host's reply
+        reply.location = std::move(location).value_or(L"");
+    }
     // The body of a redirect is not used.
     return reply.location.empty() ? readBody(request, reply.response) : kOk;
 }

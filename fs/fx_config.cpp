@@ -18,8 +18,8 @@ void parseEnciphered(std::string contents, ConfigValues& values) {
 } // namespace
 
 void FxConfig::setFilePath(const std::wstring& path) {
+    isUnread = false; // before the new path is set: a load of the new file may already fail
     CConfig::setFilePath(path);
-    isUnread = false;
 }
 
 int FxConfig::save() {

@@ -22,7 +22,7 @@ public:
     void setFilePath(const std::wstring& path) override;
 
     /// \brief Enciphers the values and writes them, even if none changed. If the last `load` could not read
-    /// the file, reads it first and keeps its switches.
+    /// the file, reads it first and keeps its switches; if that fails too, they are lost.
     /// \return 0; `kStatusNoFile` (100002) without a path; `kStatusFileFailed` (100004) if the file cannot be
     /// written.
     int save() override;
@@ -51,8 +51,7 @@ private:
     int loadAndAdd(bool addsDefaults);
 
     Defaults defaults;
-    /// The last `load` found a file and could not read it. Atomic: `setFilePath`
-    /// resets it after it has released the lock.
+    /// The last `load` found a file and could not read it. Atomic: `setFilePath` resets it without the lock.
     std::atomic<bool> isUnread = false;
 };
 

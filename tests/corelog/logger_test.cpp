@@ -214,6 +214,10 @@ TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
     std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog);
     CoreLog::LogFile(path).append("x");
     EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 1) << "not lost";
+    RemoveDirectoryW((path + L".1").c_str());
+    CoreLog::LogFile(path).append("x");
+    EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 2) << "no attempt for each line";
+    CreateDirectoryW((path + L".1").c_str(), nullptr);
     std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog + 262'144); // the next attempt
     CoreLog::LogFile(path).append("x");
     EXPECT_EQ(std::filesystem::file_size(path), 1u) << "the disk must not fill up";

@@ -103,13 +103,13 @@ class Fault:
 
 def code_of(line):
     """Returns the line without its comment; empty for a line without a statement."""
-    if re.match(r"\s*(//|/?\*|#|asm\b|\"|$)", line) or re.search(r"= (default|delete);", line):
+    if re.match(r"\s*(//|/\*|\* |#|asm\b|\"|$)", line) or re.search(r"= (default|delete);", line):
         return ""
     return line.split(" //")[0]
 
 
 def faults_of(path):
-    lines = (ROOT / path).read_text(encoding="utf-8").split("\n")
+    lines = (COPY / path).read_text(encoding="utf-8").split("\n")
     occurrences = Counter()
     for number, line in enumerate(lines, 1):
         code = code_of(line)
@@ -192,6 +192,7 @@ def first_failure(pattern):
 
 
 def fuzz(names):
+    shutil.rmtree(COPY / "build/fuzz/corpus", ignore_errors=True)  # inputs found before give an advantage
     return run(["scripts/fuzz.sh", "10", *names], 600)[1]
 
 

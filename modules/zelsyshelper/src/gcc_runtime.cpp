@@ -133,7 +133,7 @@ void leaveGuard(long long* object, bool isMade) {
 
 extern "C" {
 
-// Room before each exception object for the header of the runtime, which is smaller.
+// Bytes before each exception object; the header that the runtime stores there is smaller.
 constexpr std::size_t kHeader = 256;
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {

@@ -83,7 +83,7 @@ TEST(GccRuntime, FailedInitialisationIsRepeated) {
         }
     };
     {
-        const std::jthread first(use), second(use); // the second one waits for the first
+        const std::jthread first(use), second(use), third(use); // two wait for the first
     }
     use();
     EXPECT_EQ(calls, 2);

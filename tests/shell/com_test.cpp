@@ -364,6 +364,8 @@ TEST_F(Com, FailuresOutsideCom) {
         return TRUE;
     };
     EXPECT_FALSE(shell::isSameFolder(L"C:\\", folder / L""));
+    for (const wchar_t* inner : {L"c:\\windows", L"c:\\windows\\system32"})
+        EXPECT_TRUE(shell::holds(L"C:\\windows", inner)) << "the names are enough";
     GetFileInformationByHandleSeam::restore();
     std::filesystem::create_directories(folder / L"from\\inner");
     SHCreateDirectorySeam::fake = [](HWND, PCWSTR) -> int { throw std::bad_alloc(); };

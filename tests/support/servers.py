@@ -102,17 +102,14 @@ def main(program):
         authority = Authority(Path(folder) / "trusted")
         prefix.trust(authority)
         secret = "Basic " + base64.b64encode("user:pass:word".encode()).decode()
+        other = Authority(Path(folder) / "other", "Another Authority")
         servers.update(
-            {
-                "PLAIN": Server(answer, authority.issue("secure.example")),
-                "GUARDED": Server(answer, proxy_authorization=secret),
-                "UNTRUSTED": Server(
-                    answer, Authority(Path(folder) / "other", "Another Authority").issue("secure.example")
-                ),
-                "EXPIRED": Server(answer, authority.issue("secure.example", days=0)),
-                "SELFSIGNED": Server(answer, Authority(Path(folder) / "self", "secure.example").pem()),
-                "CLOSED": Server(answer),
-            }
+            PLAIN=Server(answer, authority.issue("secure.example")),
+            GUARDED=Server(answer, proxy_authorization=secret),
+            UNTRUSTED=Server(answer, other.issue("secure.example")),
+            EXPIRED=Server(answer, authority.issue("secure.example", days=0)),
+            SELFSIGNED=Server(answer, Authority(Path(folder) / "self", "secure.example").pem()),
+            CLOSED=Server(answer),
         )
         servers["CLOSED"].close()
         ports = {f"PORT_{name}": str(server.port) for name, server in servers.items()}

@@ -136,7 +136,8 @@ TEST_F(Xferlib, SendsAgainOnResendRequest) {
     EXPECT_EQ(fetch(request), success({.contentType = "text/x"}));
     EXPECT_EQ(WinHttpAddRequestHeadersSeam::calls, 1);
     refusals = 1'000'000;
-    EXPECT_EQ(fetch(request), Response{.code = 56}) << "the repetitions are limited";
+    EXPECT_EQ(fetch(request), Response{.code = 56});
+    EXPECT_EQ(WinHttpSendRequestSeam::calls, 5 + 1 + 32) << "the repetitions are limited";
 }
 
 TEST_F(Xferlib, SessionIsReusedUntilIdleFor30Seconds) {

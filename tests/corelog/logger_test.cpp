@@ -19,6 +19,7 @@
 ZELSYS_SEAM(L"kernel32.dll", CreateDirectoryW)
 ZELSYS_SEAM(L"kernel32.dll", GetTickCount64)
 ZELSYS_SEAM(L"kernel32.dll", LockFileEx)
+ZELSYS_SEAM(L"kernel32.dll", ReadFile)
 ZELSYS_SEAM(L"kernel32.dll", WriteFile)
 
 namespace {
@@ -210,17 +211,21 @@ TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
     EXPECT_EQ(std::filesystem::file_size(path), 21u);
 
     DeleteFileW((path + L".1").c_str());
-    CreateDirectoryW((path + L".1").c_str(), nullptr); // no copy succeeds
-    std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog);
+    CreateDirectoryW((path + L".1").c_str(), nullptr); // no copy can be created
+    std::filesystem::resize_file(path, CoreLog::kLargestLog);
     CoreLog::LogFile(path).append("x");
-    EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 1) << "not lost";
+    EXPECT_EQ(std::filesystem::file_size(path), CoreLog::kLargestLog + 1) << "not lost";
     RemoveDirectoryW((path + L".1").c_str());
     CoreLog::LogFile(path).append("x");
-    EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 2) << "no attempt for each line";
-    CreateDirectoryW((path + L".1").c_str(), nullptr);
-    std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog + 262'144); // the next attempt
+    EXPECT_EQ(std::filesystem::file_size(path), CoreLog::kLargestLog + 2) << "no attempt for each line";
+    ReadFileSeam::failWith(ERROR_CRC);
+    std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog); // the next attempt
+    CoreLog::LogFile(path).append("x");
+    EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 1) << "a part of a copy is none";
+    std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog + 262'144);
     CoreLog::LogFile(path).append("x");
     EXPECT_EQ(std::filesystem::file_size(path), 1u) << "the disk must not fill up";
+    ReadFileSeam::restore();
 }
 
 TEST(LogFile, IsHandedOverAtTheLimitAndCanBeRenamed) {

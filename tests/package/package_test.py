@@ -104,9 +104,7 @@ class Package(unittest.TestCase):
         options = "-x509 -subj /CN=test -addext extendedKeyUsage=codeSigning -out certificate.pem".split()
         run("openssl", "req", *key, *options, cwd=self.folder)
         before = (ROOT / "build/bin/zelsyshelper.dll").read_bytes()
-        certificate, key, phrase = (
-            self.folder / name for name in ("certificate.pem", "key.pem", "passphrase")
-        )
+        certificate, key, phrase = map(self.folder.joinpath, ("certificate.pem", "key.pem", "passphrase"))
         root = self.unpacked(package(ROOT, "--sign", certificate, key, "--passphrase", phrase))
         for program in "zelsyshelper.dll", "zelsyshelper-host.exe":
             run("osslsigncode", "verify", "-CAfile", certificate, "-in", root / "bin" / program)

@@ -160,7 +160,7 @@ TEST_F(FakeManager, Start) {
         {{{kStopping, 1, 1000}, {kStopping, 1, 1000}, kStopped, kRunning}, {.waited = 2000}},
         {{{kStopping, 1, 0}, kStopped, kRunning}, {.waited = 1000}}, // stops in time despite a wait hint of 0
         {{kStopped, kStep1, kStep1, kStep1, kStep2, kStep2, kRunning}, {.waited = 5000}},
-        {{kStopped, kStep1}, {.waited = 4000}}, // the check point does not advance
+        {{kStopped, kStep1, kStep2}, {.waited = 5000}}, // the check point does not advance again
         {{kStopped, {kStarting, 1, 50'000}, kFailing}, {.waited = 5000}},
     };
     for (const auto& c : cases)
@@ -192,6 +192,7 @@ TEST_F(FakeManager, InstallRetriesThreeErrorsOnly) {
         EXPECT_EQ(install(14, retried), Outcome{.waited = 2100});
         EXPECT_EQ(install(15, retried), (Outcome{.result = retried, .waited = 2100}));
     }
+    EXPECT_EQ(ChangeServiceConfig2WSeam::calls, 3);
     EXPECT_EQ(install(1, ERROR_ACCESS_DENIED), Outcome{.result = 5});
     EXPECT_EQ(run([] { return service::install(std::wstring(2048, L'p')); }), Outcome{.result = -2});
     EXPECT_EQ(run([] { return service::install(L""); }), Outcome{.result = -2});

@@ -25,9 +25,8 @@ from server import Reply, Server  # noqa: E402
 SHORT = "--short" in sys.argv
 SEED = 20
 STORM_SECONDS, SETS, EVENTS, KILLS = (15, 60, 500, 10) if SHORT else (600, 500, 10_000, 100)
-PROGRAM, SWEEP, HOST = (
-    prefix.BIN / f"{name}.exe" for name in ("soak_storm", "soak_sweep", "zelsyshelper-host")
-)
+PROGRAM, SWEEP = prefix.BIN / "soak_storm.exe", prefix.BIN / "soak_sweep.exe"
+HOST = prefix.BIN / "zelsyshelper-host.exe"
 OLD_LOG = prefix.LOG.with_name(prefix.LOG.name + ".1")
 EXPORTS = {*(ROOT / "modules/zelsyshelper/src/zelsyshelper.def").read_text().split()[3:]}
 KEYS = {b"k%d" % i for i in range(8)}
@@ -135,9 +134,8 @@ def is_sound(contents, own):
     """Returns true if each key of OTHERS is present once, unchanged, and no value of an own key is torn."""
     others = [(key, value) for key, value in pairs(contents) if key not in own]
     numbers = [(value, value.split(b".")[0]) for key, value in pairs(contents) if key in own]
-    return others == sorted(OTHERS.items()) and all(
-        number.isdigit() and value == value_of(int(number)) for value, number in numbers
-    )
+    whole = (number.isdigit() and value == value_of(int(number)) for value, number in numbers)
+    return others == sorted(OTHERS.items()) and all(whole)
 
 
 def watch(path, is_over, seen, broken_states):

@@ -1,11 +1,16 @@
 #include "sys/safe_data_holder.h"
 #include "sys/signal.h"
 
+#include "support/seam.h"
+
 #include <atomic>
 #include <functional>
 #include <thread>
 
 #include <gtest/gtest.h>
+
+ZELSYS_SEAM(L"kernel32.dll", GetTickCount64)
+ZELSYS_SEAM(L"kernel32.dll", SleepConditionVariableSRW)
 
 namespace {
 
@@ -14,12 +19,21 @@ TEST(Signal, WakesOneWaitAndIsResetByIt) {
     EXPECT_FALSE(signal.wait(0));
     signal.set();
     EXPECT_TRUE(signal.wait(0));
-    EXPECT_FALSE(signal.wait(1));
+    ULONGLONG now = 1000;
+    GetTickCount64Seam::fake = [&] { return now; };
+    SleepConditionVariableSRWSeam::fake = [&](auto, auto, DWORD time, auto) {
+        EXPECT_EQ(now + time, 1100) << "the rest of the time-out, after a spurious wake-up too";
+        now += 40;
+        return TRUE;
+    };
+    EXPECT_FALSE(signal.wait(100));
+    EXPECT_EQ(now, 1120);
+    testing_support::restoreSeams();
     const std::jthread setter([&] {
         Sleep(20);
         signal.set();
     });
-    EXPECT_TRUE(signal.wait(60'000));
+    EXPECT_TRUE(signal.wait(INFINITE));
 }
 
 TEST(CsWrapper, OtherThreadsCannotEnterMeanwhile) {
@@ -45,14 +59,11 @@ TEST(SafeDataHolder, MethodsRunOneAtATime) {
     struct Pair {
         int first = 0, second = 0;
     };
+    const Pair pair{1, 2};
     sys::CSafeDataHolder<Pair> holder;
-    const std::function<void()> methods[] = {[&] { holder.get(); },
-                                             [&] {
-                                                 holder.set({1, 2});
-                                             },
-                                             [&] { holder.get(&Pair::first); },
-                                             [&] { holder.set(&Pair::second, 3); },
-                                             [&] { holder.access([](Pair&) {}); }};
+    const std::function<void()> methods[] = {
+        [&] { holder.get(); }, [&] { holder.set(pair); }, [&] { holder.get(&Pair::first); },
+        [&] { holder.set(&Pair::second, 3); }, [&] { holder.access([](Pair&) {}); }};
     for (const auto& method : methods) {
         std::atomic<bool> hasReturned = false;
         std::jthread other;

@@ -48,14 +48,13 @@ TEST(BaseThread, RefusesAStartDuringARun) {
     EXPECT_EQ(launcher.Start(), 10u) << "the second event is missing";
     _beginthreadexSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(launcher.Start(), 10u) << "no thread, whatever the cause";
-    _beginthreadexSeam::restore();
-    for (std::uint32_t run = 1; run <= 3; ++run) {
-        if (run == 3) // its work begins before _beginthreadex returns
-            _beginthreadexSeam::fake = [](auto... arguments) {
-                const auto thread = _beginthreadexSeam::real(arguments...);
-                Sleep(60);
-                return thread;
-            };
+    std::uint32_t run = 1;
+    _beginthreadexSeam::fake = [&run](auto... arguments) {
+        const auto thread = _beginthreadexSeam::real(arguments...);
+        Sleep(run == 3 ? 60 : 0); // the third run begins before _beginthreadex returns
+        return thread;
+    };
+    for (; run <= 3; ++run) {
         EXPECT_EQ(launcher.Start(), 0u);
         EXPECT_EQ(begun, static_cast<int>(run)) << "waits until the thread runs";
         EXPECT_EQ(ended, static_cast<int>(run) - 1) << "waits until the previous thread has ended";

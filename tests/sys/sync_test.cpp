@@ -26,8 +26,7 @@ TEST(Signal, WakesOneWaitAndIsResetByIt) {
         now += 40;
         return TRUE;
     };
-    EXPECT_FALSE(signal.wait(100));
-    EXPECT_EQ(now, 1120);
+    EXPECT_FALSE(signal.wait(100) || now != 1120);
     testing_support::restoreSeams();
     const std::jthread setter([&] {
         Sleep(20);

@@ -15,7 +15,7 @@ namespace {
 TEST(BaseThread, RefusesAStartDuringARun) {
     win32::CBaseThread<100> launcher;
     struct Work : win32::CThreadFunction {
-        explicit Work(const thread::BaseThread& own) : own(own) {}
+        explicit Work(const thread::BaseThread& launcher) : own(launcher) {}
         void Run(std::uint32_t id) noexcept override {
             sum += own.isOwnThread() ? id : 0;
             WaitForSingleObject(letGo.get(), 30'000);

@@ -7,6 +7,10 @@
 namespace fs {
 void CConfig::setFilePath(const std::wstring& path) {
     const std::lock_guard guard(lock);
+    selectFile(path);
+}
+
+void CConfig::selectFile(const std::wstring& path) {
     values.clear();
     changedKeys.clear();
     if (&path != &filePath)

@@ -66,6 +66,8 @@ public:
     bool isModified() const;
 
 protected:
+    /// Does the work of `setFilePath`. The caller holds `lock`.
+    void selectFile(const std::wstring& path);
     std::wstring pathCopy() const;
 
     ConfigValues values;

@@ -18,8 +18,9 @@ void parseEnciphered(std::string contents, ConfigValues& values) {
 } // namespace
 
 void FxConfig::setFilePath(const std::wstring& path) {
-    isUnread = false; // before the new path is set: a load of the new file may already fail
-    CConfig::setFilePath(path);
+    const std::lock_guard guard(lock);
+    selectFile(path);
+    isUnread = false;
 }
 
 int FxConfig::save() {

@@ -2,7 +2,6 @@
 
 #include "fs/config.h"
 
-#include <atomic>
 #include <map>
 #include <string>
 
@@ -51,8 +50,7 @@ private:
     int loadAndAdd(bool addsDefaults);
 
     Defaults defaults;
-    /// The last `load` found a file and could not read it. Atomic: `setFilePath` resets it without the lock.
-    std::atomic<bool> isUnread = false;
+    bool isUnread = false; ///< The last `load` found a file and could not read it.
 };
 
 } // namespace fs

@@ -14,31 +14,19 @@ namespace CoreLog {
 namespace {
 
 constexpr std::int32_t kDefaultLevel = 3;
+constexpr ULONGLONG kThresholdLifetime = 1000; // milliseconds
 
 struct Settings {
     sys::Mutex mutex; ///< Guards the other members.
     std::string name;
     std::wstring folder; ///< Empty until it is found.
+    std::int32_t threshold = kDefaultLevel;
+    ULONGLONG thresholdExpiry = 0; ///< GetTickCount64.
 };
 
 Settings& settings() {
     static Settings instance;
     return instance;
-}
-
-/// The folder of the logs, empty if it cannot be found, and the name in it.
-struct Place {
-    std::wstring folder, name;
-};
-
-Place place() {
-    Settings& known = settings();
-    const std::lock_guard guard(known.mutex);
-    // Cached: SHGetKnownFolderPath takes longer than writing a line. No report: the log to receive it does
-    // not exist yet.
-    if (known.folder.empty())
-        known.folder = win32::logsFolder({});
-    return {known.folder, text::utf8ToUtf16(known.name)};
 }
 
 std::int32_t readThreshold(const std::wstring& path) {
@@ -50,10 +38,34 @@ std::int32_t readThreshold(const std::wstring& path) {
     return end != level.c_str() ? number : kDefaultLevel;
 }
 
+/// Where the next logger writes, and what.
+struct Place {
+    std::wstring folder; ///< Empty if it cannot be found: the current directory.
+    std::wstring pathWithoutExtension;
+    std::int32_t threshold;
+};
+
+Place place() {
+    Settings& known = settings();
+    const std::lock_guard guard(known.mutex);
+    // Cached: SHGetKnownFolderPath takes longer than writing a line. No report: the log to receive it does
+    // not exist yet.
+    if (known.folder.empty())
+        known.folder = win32::logsFolder({});
+    const std::wstring path =
+        win32::joinPath(known.folder.empty() ? L"." : known.folder, text::utf8ToUtf16(known.name));
+    // Reading the settings for each logger would take a tenth of the time of an event.
+    if (GetTickCount64() >= known.thresholdExpiry) {
+        known.threshold = readThreshold(path + L".cfg");
+        known.thresholdExpiry = GetTickCount64() + kThresholdLifetime;
+    }
+    return {known.folder, path, known.threshold};
+}
+
 class CLogger final : public ILogger {
 public:
-    explicit CLogger(const std::wstring& pathWithoutExtension)
-        : file_(pathWithoutExtension + L".log"), threshold_(readThreshold(pathWithoutExtension + L".cfg")) {}
+    explicit CLogger(const Place& place)
+        : file_(place.pathWithoutExtension + L".log"), threshold_(place.threshold) {}
 
     void release() override { delete this; }
     std::int32_t threshold() const override { return threshold_; }
@@ -67,19 +79,20 @@ private:
 } // namespace
 
 void setSettingsName(std::string_view name) {
-    const std::lock_guard guard(settings().mutex);
-    settings().name = name;
+    Settings& known = settings();
+    const std::lock_guard guard(known.mutex);
+    known.name = name;
+    known.thresholdExpiry = 0;
 }
 
 int createLogger(LoggerSlot& slot) noexcept {
     slot.reset();
     try {
-        auto [folder, name] = place();
-        if (folder.empty())
-            folder = L".";
-        else if (!CreateDirectoryW(folder.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
+        const Place found = place();
+        if (!found.folder.empty() && !CreateDirectoryW(found.folder.c_str(), nullptr) &&
+            GetLastError() != ERROR_ALREADY_EXISTS)
             return static_cast<int>(GetLastError());
-        slot.reset(new CLogger(win32::joinPath(folder, name)));
+        slot.reset(new CLogger(found));
         return 0;
     } catch (...) {
         return ERROR_OUTOFMEMORY;

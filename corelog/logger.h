@@ -41,7 +41,7 @@ using LoggerSlot = std::unique_ptr<ILogger, LoggerRelease>;
 /// missing; the first line creates the file.
 ///
 /// Uses the current directory if the roaming folder cannot be found. The threshold is the value of the key
-/// "Level" in <settings name>.cfg in the same folder, by default 3.
+/// "Level" in <settings name>.cfg in the same folder, by default 3. A change takes effect within a second.
 /// \param[in,out] slot Its previous logger is destroyed first. Null if the call fails.
 /// \return 0; the error of CreateDirectoryW if the folder cannot be created; `ERROR_OUTOFMEMORY` (14).
 int createLogger(LoggerSlot& slot) noexcept;

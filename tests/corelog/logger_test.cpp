@@ -54,9 +54,10 @@ protected:
     const std::wstring base = win32::logsFolder({}) + L"\\LoggerTest";
 };
 
-TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
+TEST_F(Logger, ThresholdComesFromTheSettingsOfTheLastSecond) {
     logAllLevels();
     EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "without a settings file";
+    Sleep(1100);
     const std::map<std::string, int> linesByLevel = {
         {"Level=7\n", 3}, {"Level=6\n", 2}, {"Level=2\n", 0}, {"level=7\n", 1}, {"Level=nonsense\n", 1}};
     for (const auto& [settings, lines] : linesByLevel) {
@@ -64,6 +65,7 @@ TEST_F(Logger, ThresholdComesFromTheSettingsAtEachRequest) {
         writeBytes(base + L".cfg", settings);
         logAllLevels();
         EXPECT_EQ(std::ranges::count(readBytes(base + L".log"), '\n'), lines) << settings;
+        CoreLog::setSettingsName("LoggerTest"); // the next settings take effect at once
     }
 }
 

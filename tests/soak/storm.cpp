@@ -61,7 +61,7 @@ int storm(const std::wstring& root, double seconds, unsigned threads, unsigned s
     runAll(workers, std::min(seconds / 3, 30.0)); // warm-up
     runAll(workers, seconds);
     for (const Row& row : rows)
-        std::printf("call %s %u %u\n", row.name, row.calls.load(), row.wrong.load());
+        std::printf("call %s %u %u %d\n", row.name, row.calls.load(), row.wrong.load(), row.leavesStore);
     library.reset(); // before the hooks, which the library's calls use
     return 0;
 }

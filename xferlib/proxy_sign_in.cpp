@@ -1,9 +1,8 @@
 #include "xferlib/proxy_sign_in.h"
 
-#include "sys/mutex.h"
+#include "sys/safe_data_holder.h"
 
 #include <functional>
-#include <mutex>
 
 namespace xferlib {
 namespace {
@@ -17,14 +16,10 @@ using Account = ProxySignIn::Account;
 /// The schemes by which a proxy has recently refused an account. Remembers one account.
 class Refusals {
 public:
-    DWORD find(const Account& account) {
-        const std::lock_guard guard(mutex_);
-        return holds(account) ? schemes_ : 0;
-    }
+    DWORD find(const Account& account) const { return holds(account) ? schemes_ : 0; }
 
     /// Adds to the refusals that other threads have stored for the same account.
     void add(const Account& account, DWORD schemes) {
-        const std::lock_guard guard(mutex_);
         if (!holds(account)) {
             schemes_ = 0;
             account_ = account;
@@ -38,14 +33,13 @@ private:
         return account == account_ && GetTickCount64() - time_ < kRefusalLifetime;
     }
 
-    sys::Mutex mutex_;
     Account account_;
     DWORD schemes_ = 0;
     ULONGLONG time_ = 0;
 };
 
-Refusals& refusals() {
-    static Refusals instance;
+sys::CSafeDataHolder<Refusals>& refusals() {
+    static sys::CSafeDataHolder<Refusals> instance;
     return instance;
 }
 
@@ -53,13 +47,14 @@ Refusals& refusals() {
 
 ProxySignIn::ProxySignIn(std::wstring proxy, std::wstring user, std::wstring password)
     : account_{std::move(proxy), std::move(user), std::hash<std::wstring>()(password)},
-      password_(std::move(password)), refused_(refusals().find(account_)) {
+      password_(std::move(password)),
+      refused_(refusals().access([this](Refusals& known) { return known.find(account_); })) {
 }
 
 bool ProxySignIn::answerRefusal(HINTERNET request) {
     if (current_ != 0) {
         refused_ |= current_;
-        refusals().add(account_, current_);
+        refusals().access([this](Refusals& known) { known.add(account_, current_); });
         current_ = 0;
     }
     DWORD offered = 0, first = 0, target = 0;

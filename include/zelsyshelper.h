@@ -211,8 +211,8 @@ ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
  *
  * \param errorCode  Receives a Windows error number. Can be 0 even if a step failed.
  * \param errorStage Receives the step that failed; 0 for none.
- * \param httpStatus Receives the status of the reply; 0 after a failed exchange. Check it: the library
- *                   downloads an error page with a length like any file.
+ * \param httpStatus Receives the status of the reply; 0 after a failed exchange. Check it: an error page with
+ *                   a Content-Length is downloaded like any file.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage,
@@ -358,8 +358,8 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
 /** \name Switch files
  *
  * A switch file contains on/off switches of one application as "1" and "0". It is in the suite's settings
- * folder and has the caller's name followed by ".fx". The file is enciphered to keep users from editing it by
- * hand; the cipher protects no secrets.
+ * folder; its name is the parameter `file` followed by ".fx". It is enciphered to keep users from editing it
+ * by hand; the cipher protects no secrets.
  */
 /**@{*/
 

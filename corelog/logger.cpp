@@ -40,7 +40,7 @@ std::int32_t readThreshold(const std::wstring& path) {
 
 /// Where the next logger writes, and what.
 struct Place {
-    std::wstring folder; ///< Empty if it cannot be found: the current directory.
+    std::wstring folder; ///< Empty if it cannot be found: the log is then in the current directory.
     std::wstring pathWithoutExtension;
     std::int32_t threshold;
 };
@@ -48,8 +48,8 @@ struct Place {
 Place place() {
     Settings& known = settings();
     const std::lock_guard guard(known.mutex);
-    // Cached: SHGetKnownFolderPath takes longer than writing a line. No report: the log to receive it does
-    // not exist yet.
+    // Cached: SHGetKnownFolderPath takes longer than writing a line. Passes no report: a failure could only
+    // be reported to this log, which has no folder yet.
     if (known.folder.empty())
         known.folder = win32::logsFolder({});
     const std::wstring path =

@@ -16,8 +16,8 @@ bool bringRunningToFront(const std::string& application) {
     CInterprocessCommunicationWin channel(instanceMutexName(application), pipeBaseName(application));
     if (channel.isFirstInstance())
         return false;
-    // Wait while the running instance serves another client, which may be silent: it must not appear absent.
-    // Without a connection sendRequest fails.
+    // Wait while the running instance serves another client, even a silent one: a busy instance must not
+    // appear absent. Without a connection sendRequest fails.
     channel.connectToServer(kLongestConnect);
     channel.sendRequest(kGetWindowRequest);
     const std::string reply = channel.lastReply();

@@ -67,7 +67,7 @@ public:
 
 /// Defines the slot of a delayed import. The linker then ignores the import library for this function.
 /// \param library A \ref delayed::Library.
-/// \param failure Result of the function while it is missing. Its callers must treat it as a failure.
+/// \param failure Result of the function while it is missing. Callers must treat this result as a failure.
 #define ZELSYS_DELAYED(library, function, failure)                                                           \
     extern "C" std::atomic<decltype(&(function))> __imp_##function;                                          \
     namespace {                                                                                              \

@@ -13,8 +13,8 @@ namespace {
 /// Result of the queries without a download.
 constexpr std::uint32_t kNoJob = ERROR_INVALID_ENVIRONMENT;
 
-/// The only download job. Created by the first start; leaked when the process ends, since the system has
-/// ended its worker by then.
+/// The only download job. Null before the first start and after a stop. Leaked when the process ends, since
+/// the system has ended its worker by then.
 struct Job {
     std::unique_ptr<http::CHttpDownloadFile> job;
 

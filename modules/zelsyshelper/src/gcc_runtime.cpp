@@ -175,7 +175,7 @@ void __cxa_guard_abort(long long* object) {
 
 } // extern "C"
 
-/// Fails the load if no slot is free: the first exception would end the process.
+/// Fails the load if no FLS or TLS index is free: the first exception would end the process.
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     if (reason == DLL_THREAD_DETACH)
         perThread.onThreadEnd();

@@ -14,7 +14,9 @@ enum class DataPathKind {
 };
 
 /// \brief Returns the folder for one kind of data of an application, or of the suite with \ref kWholeSuite.
-/// \return "." if the folder is unknown. Logs a failed look-up of a known folder.
+///
+/// Logs that SHGetKnownFolderPath or CoTaskMemFree is missing, but no failure of SHGetKnownFolderPath itself.
+/// \return "." if the folder is unknown.
 std::wstring applicationDataPath(DataPathKind kind, ApplicationId application);
 
 } // namespace stats

@@ -29,8 +29,8 @@ public:
     ///
     /// Stores them and builds the event atomically: no event carries another call's fields. Posts on this
     /// thread and blocks until the exchange is over.
-    /// \param logger Logs the outcome. May be null. Passed in: creating another logger would read the log's
-    /// settings again.
+    /// \param logger Logs the outcome. May be null. Passed in: another logger would call CreateDirectoryW and
+    /// open the log file again.
     void sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
                    const TEvent& event, CoreLog::ILogger* logger);
 

@@ -10,7 +10,8 @@ inline constexpr wchar_t kBrandFolder[] = L"Quenlith";
 
 enum class KnownFolder { roamingAppData, localAppData };
 
-/// Receives one line of text for each failure. May be empty: failures are then not reported.
+/// Receives one line of text for each DLL or function that cannot be loaded. May be empty: nothing is then
+/// reported.
 using ProblemReport = std::function<void(const std::string& problem)>;
 
 /// \brief Finds a known folder of the user.

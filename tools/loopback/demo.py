@@ -73,7 +73,7 @@ def installer(folder):
         raise SystemExit("demo: the installer left something behind")
     wait_until(
         lambda: prefix.host("service", "status").returncode == 1
-    )  # Windows removes the service when its process has ended
+    )  # a deleted service exists until it has stopped and all handles to it are closed
     show("service", "status", expected=1)
     show("extension", expected=1)
 

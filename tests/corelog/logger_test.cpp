@@ -54,7 +54,7 @@ protected:
     const std::wstring base = win32::logsFolder({}) + L"\\LoggerTest";
 };
 
-TEST_F(Logger, ThresholdComesFromTheSettingsOfTheLastSecond) {
+TEST_F(Logger, ThresholdFollowsTheSettingsWithinASecond) {
     logAllLevels();
     EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "without a settings file";
     Sleep(1100);
@@ -219,11 +219,11 @@ TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
     EXPECT_EQ(std::filesystem::file_size(path), CoreLog::kLargestLog + 1) << "not lost";
     RemoveDirectoryW((path + L".1").c_str());
     CoreLog::LogFile(path).append("x");
-    EXPECT_EQ(std::filesystem::file_size(path), CoreLog::kLargestLog + 2) << "no attempt for each line";
+    EXPECT_EQ(std::filesystem::file_size(path), CoreLog::kLargestLog + 2) << "not retried for each line";
     ReadFileSeam::failWith(ERROR_CRC);
     std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog); // the next attempt
     CoreLog::LogFile(path).append("x");
-    EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 1) << "a part of a copy is none";
+    EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 1) << "kept after a partial copy";
     std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog + 262'144);
     CoreLog::LogFile(path).append("x");
     EXPECT_EQ(std::filesystem::file_size(path), 1u) << "the disk must not fill up";

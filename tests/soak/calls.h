@@ -169,7 +169,7 @@ inline Row rows[] = {
      EXPECTING(w.n + w.m == 0),
      EXPECTING(w.n == ERROR_NOT_ENOUGH_MEMORY || w.n == ERROR_OUTOFMEMORY || w.n == ERROR_PROC_NOT_FOUND)},
     {"copyDirEx", 3,
-     CALL(copyDirEx, OWN("from"), OWN("to")), // threads mix their counts; out of memory counts nothing
+     CALL(copyDirEx, OWN("from"), OWN("to")), // threads share the count; a lack of memory adds nothing
      EXPECTING(testing_support::readBytes(OWN("to\\a\\file")) == "content"), kIsAnything},
     {"zelChromeExtWasDeleted", 10, CALL(zelChromeExtWasDeleted),
      EXPECTING(r == ZELSYSHELPER_EXTENSION_ABSENT), EXPECTING(r >= ZELSYSHELPER_EXTENSION_NO_FOLDER)},

@@ -36,7 +36,7 @@ public:
 
     /// \brief Sends another event with the settings and values of the last call.
     /// \param synchronous True: posts on this thread and blocks until the exchange is over. False: posts on a
-    ///                    new thread.
+    ///                    new thread; if none can be started, as for true.
     /// \param eventNumber The event's number; 0: the next number of the counter.
     void sendEvent(const TEvent& event, bool synchronous, std::uint32_t eventNumber);
 

@@ -102,8 +102,9 @@ class Fault:
 
 
 def code_of(line):
-    """Returns the line without its comment; empty for a line without a statement."""
-    if re.match(r"\s*(//|/\*|\* |#|asm\b|\"|$)", line) or re.search(r"= (default|delete);", line):
+    """Returns the line without its comment; empty for a line without a statement, or that only reserves
+    memory."""
+    if re.match(r"\s*(//|/\*|\* |#|asm\b|\"|$)", line) or re.search(r"= (default|delete);|\.reserve\(", line):
         return ""
     return line.split(" //")[0]
 

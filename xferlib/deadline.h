@@ -15,7 +15,7 @@ public:
     /// \param time In milliseconds.
     explicit Deadline(int time) : end_(GetTickCount64() + static_cast<ULONGLONG>(time)) {}
 
-    /// Returns the remaining milliseconds, at least 1: WinHttpSetTimeouts waits indefinitely for 0.
+    /// Returns the remaining milliseconds, at least 1: WinHttpSetTimeouts treats 0 as infinite.
     int remaining() const {
         const auto left = static_cast<long long>(end_ - GetTickCount64());
         return static_cast<int>(std::clamp<long long>(left, 1, INT_MAX));

@@ -10,9 +10,9 @@ namespace xferlib {
 
 /// Signs one transfer in to its proxy, by the strongest scheme that the proxy offers and accepts.
 ///
-/// A domain counts each wrong password against the account. A transfer therefore sends its credentials once
-/// per scheme. A transfer of this process that starts within a minute after a refusal skips the refused
-/// scheme for the same proxy, user and password. Transfers that are already running may repeat it.
+/// A domain counts each wrong password against the account. A transfer therefore never repeats a refused
+/// scheme. A transfer of this process that starts within a minute after a refusal skips the refused scheme
+/// for the same proxy, user and password. Transfers that are already running may repeat it.
 class ProxySignIn {
 public:
     /// Identifies proxy, user and password. Outlives the transfer, so it holds a hash of the password.
@@ -33,7 +33,7 @@ public:
     /// \brief Sets the credentials of a request that the proxy has answered with 407, for its next send.
     ///
     /// Call it after the status has been queried: WinHttpQueryAuthSchemes needs the parsed headers.
-    /// \return False without a user, or if the proxy offers no untried scheme.
+    /// \return False without a user, or if the proxy has refused every scheme that it offers.
     bool answerRefusal(HINTERNET request);
 
 private:

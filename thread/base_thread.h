@@ -21,8 +21,8 @@ public:
 ///
 /// The destructor closes the handles. It neither waits for the thread nor terminates it: the caller must
 /// ensure that the run is over first. The module of the thread's code stays loaded while the thread runs. One
-/// thread at a time may use the launcher; the launched thread itself may call `isOwnThread` and
-/// `isRunning`.
+/// thread at a time may use the launcher; the launched thread itself may call `isOwnThread`, `isRunning` and
+/// `wait`.
 class BaseThread {
 public:
     explicit BaseThread(std::uint32_t id);

@@ -26,7 +26,7 @@ bool isPlain(const char* block) {
     return _mm_movemask_epi8(_mm_or_si128(bytes, _mm_cmpeq_epi8(bytes, _mm_setzero_si128()))) == 0;
 }
 
-/// Returns true if a block contains no non-ASCII character.
+/// Returns true if a block contains only ASCII characters.
 bool isPlain(const Utf16Unit* block) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 8));

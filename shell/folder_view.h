@@ -6,12 +6,12 @@
 namespace shell {
 
 struct TSortOption {
-    std::uint32_t code = 0; ///< A column code, see view_tables.h; 0 for none.
+    std::uint32_t code = 0; ///< A ZELSYSHELPER_COLUMN_ constant; 0: not set or unknown.
     bool isAscending = true;
 };
 
 struct TFolderViewOptions {
-    std::uint32_t viewCode = 0; ///< See view_tables.h; 0 for none.
+    std::uint32_t viewCode = 0; ///< A ZELSYSHELPER_VIEW_ constant; 0: not set or unknown.
     TSortOption sort{};
     TSortOption group{}; ///< Assigning ignores its direction and uses that of `sort`.
 };

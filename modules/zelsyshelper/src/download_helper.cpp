@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Result of the queries without a download.
+/// Result of a query while there is no download.
 constexpr std::uint32_t kNoJob = ERROR_INVALID_ENVIRONMENT;
 
 /// The only download job. Null before the first start and after a stop. Leaked when the process ends, since

@@ -19,7 +19,7 @@ inline bool fitsMessage(std::string_view payload) {
     return payload.size() + kHeaderSize <= kLargestMessage;
 }
 
-/// \brief Writes a message to `out`, which has room for \ref kLargestMessage bytes.
+/// \brief Writes a message to `out`, which must have room for the header and the payload.
 /// \param payload Must fit, see \ref fitsMessage.
 /// \return The length of the message.
 std::size_t writeMessage(std::uint32_t senderProcessId, std::string_view payload, char* out);

@@ -18,7 +18,7 @@ static_assert(std::endian::native == std::endian::little);
 
 constexpr std::size_t kWord = sizeof(Word);
 
-// Distances from a byte to the two earlier bytes that the mixing pass combines with it.
+// Distances from a byte to the two earlier bytes that the mixing pass swaps.
 constexpr std::size_t kFar = 7;
 constexpr std::size_t kNear = 2;
 constexpr std::size_t kFirstMixed = 8;

@@ -38,7 +38,7 @@ std::int32_t readThreshold(const std::wstring& path) {
     return end != level.c_str() ? number : kDefaultLevel;
 }
 
-/// Where the next logger writes, and what.
+/// Log file and threshold of the next logger.
 struct Place {
     std::wstring folder; ///< Empty if it cannot be found: the log is then in the current directory.
     std::wstring pathWithoutExtension;

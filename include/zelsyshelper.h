@@ -8,7 +8,8 @@
  * - Functions copy their texts: the caller may free them after the return. `const char*` texts are UTF-8.
  * - No function throws an exception.
  * - Functions work on the calling thread and block while they read or write files, usually for milliseconds.
- *   The comment of a function that can block longer says so.
+ *   The functions for property files block for up to 5 seconds while another process holds the file. The
+ *   comment of any other function that can block longer says so.
  * - Results fill a whole register: booleans are 0 or 1, unsigned 32-bit numbers are zero-extended, signed
  *   ones are sign-extended. A caller may declare the narrow or the wide type.
  */
@@ -249,7 +250,7 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
 #define ZELSYSHELPER_NO_KEY 100000u
 /** The path is empty, or the file does not exist. */
 #define ZELSYSHELPER_NO_FILE 100002u
-/** The file cannot be read. */
+/** The file cannot be read or written. */
 #define ZELSYSHELPER_FILE_FAILED 100004u
 /** Result of getIntFromPropertyFile() if the key is not in the file. */
 #define ZELSYSHELPER_NO_INT (-1000)
@@ -336,7 +337,7 @@ ZELSYSHELPER_API uint64_t readProperty(const wchar_t* file, const char* key, wch
  *
  * Writes a plain file like setValueInPropertyFile(). An enciphered file that can be opened but not read loses
  * its other keys. Of two concurrent calls for an enciphered file, one can undo the change of the other. A
- * process that ends while it removes a key from an enciphered file can leave an unreadable file.
+ * process that ends while it shortens an enciphered file can leave it unreadable.
  *
  * \return 0, ZELSYSHELPER_NO_FILE for an empty path, ZELSYSHELPER_FILE_FAILED if the file cannot be written
  *         (32-bit unsigned).

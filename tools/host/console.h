@@ -32,8 +32,8 @@ std::wstring fullPath(const std::wstring& path);
 /// \brief Sets the console to UTF-8 until `finish`.
 void openConsole();
 
-/// \brief Suppresses all text until `finish`, which prints one JSON object. Redirects what the DLL itself
-/// prints to standard error.
+/// \brief Suppresses all text until `finish`, which prints one JSON object. Redirects the DLL's own output to
+/// standard error.
 void useJson();
 
 /// \brief Prints text to standard output, as UTF-8; nothing in JSON mode.

@@ -24,7 +24,7 @@ std::wstring described(const Cause& cause);
 /// members "error", "errorNumber", "errorName", "errorText" and "advice", as far as these are known, in place
 /// of those of an earlier failure.
 /// \param what What failed, on which object.
-/// \param detail Follows \p what on standard error. In JSON mode the caller adds what it contains as members.
+/// \param detail Follows \p what on standard error. In JSON mode the caller adds its facts as members.
 /// \return \ref kFailed.
 int fail(const std::wstring& what, const Cause& cause = {}, const std::wstring& detail = {});
 

@@ -91,7 +91,7 @@ bool RaisedLogLevel::restore() {
         return false;
     isRaised_ = false;
     // A file that existed and was empty before `raise` is the user's and stays. A file that was not empty may
-    // come from another process that raises the level. The last process that restores the level deletes it.
+    // come from another process that raises the level. The last such process deletes the file.
     if (!existed_ || !wasEmpty_)
         deleteEmptyFile(path_);
     return true;

@@ -94,7 +94,7 @@ int integer(const Library& library, const Property& property) {
         library.getIntFromPropertyFile(property.file.c_str(), property.narrowKey.c_str()));
     field("value", number);
     print(std::to_wstring(number));
-    // A stored number can equal a failure value of the library; the status of the text is unambiguous.
+    // A stored number can equal a failure value. The status of getValueFromPropertyFile() is unambiguous.
     wchar_t unused = 0;
     return explain(
         library.getValueFromPropertyFile(property.file.c_str(), property.narrowKey.c_str(), &unused, 1),

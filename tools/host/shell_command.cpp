@@ -230,9 +230,9 @@ const Command kLinkCommand{
 const Command kCopyDirCommand{
     L"copy-dir",
     L"copy-dir SOURCE DESTINATION   Deletes the destination folder, then copies the tree of the source "
-    L"there,\n"
-    L"                              which must be an existing folder. A missing destination counts as a\n"
-    L"                              failure, and files of the source's root are copied only when a "
+    L"there.\n"
+    L"                              The source must be an existing folder. A missing destination counts\n"
+    L"                              as a failure, and files of the source's root are copied only when a "
     L"subfolder\n"
     L"                              is listed before them.",
     {},

@@ -48,8 +48,9 @@ public:
     Hooks& operator=(const Hooks&) = delete;
     ~Hooks();
 
-    void clear();                     ///< Resets all counts to 0.
-    std::vector<Calls> calls() const; ///< The functions that were called, in the order of the import table.
+    void clear(); ///< Resets all counts to 0.
+    /// Returns the functions that were called: first the imported ones, then those from GetProcAddress.
+    std::vector<Calls> calls() const;
 
     /// \brief Lets a future call fail.
     /// \param number Index of that call among those that can fail, over all functions and threads. The next

@@ -27,7 +27,7 @@ def run(program, *arguments, timeout=60, **options):
     """Runs a Windows program and returns the result of `subprocess.run`, with stdout and stderr as text.
     Fails if one of them, or a log, contains the proxy's password. Paths become Windows paths."""
     for _ in range(3):
-        # Files instead of pipes: a process that Wine starts meanwhile, such as its desktop, keeps one open.
+        # Files, not pipes: a process that Wine starts meanwhile, such as its desktop, keeps a pipe open.
         with TemporaryFile() as output, TemporaryFile() as errors:
             result = subprocess.run(
                 command_of(program, *arguments),

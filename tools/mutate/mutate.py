@@ -102,8 +102,7 @@ class Fault:
 
 
 def code_of(line):
-    """Returns the line without its comment; empty for a line without a statement, or that only reserves
-    memory."""
+    """Returns the line without its comment; empty for a line that has no statement or reserves memory."""
     if re.match(r"\s*(//|/\*|\* |#|asm\b|\"|$)", line) or re.search(r"= (default|delete);|\.reserve\(", line):
         return ""
     return line.split(" //")[0]

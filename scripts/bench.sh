@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the benchmarks, runs them under Wine and prints one table:
+# Builds the benchmarks, runs them under Wine and prints their results:
 #   scripts/bench.sh [NAME...]    default: all of them
-#   scripts/bench.sh --write      all of them; also writes results and picture into docs/benchmarks.md
+#   scripts/bench.sh --write      all of them; also writes docs/benchmarks.md and docs/benchmarks.svg
 #   scripts/bench.sh --growth     measures how cost grows, and draws charts for docs/benchmarks.md
 set -euo pipefail
 cd "$(dirname "$0")/.."

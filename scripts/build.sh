@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh
-# CMake ignores a changed toolchain file in an existing build tree: --fresh discards the tree.
+# CMake ignores a changed toolchain file in an existing build tree: --fresh discards its cache.
 toolchain=cmake/clang-mingw.cmake
 if [ $toolchain -nt build/build.ninja ] ||
     ! grep -qs "^CMAKE_TOOLCHAIN_FILE:.*/$toolchain$" build/CMakeCache.txt; then

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compiles everything with GCC, as a second compiler, and runs clang-tidy over the product. Takes minutes.
+# Compiles everything with GCC, as a second compiler; runs clang-tidy over all but the tests. Takes minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

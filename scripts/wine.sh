@@ -44,7 +44,7 @@ wine_start() {
     wine_started=yes
     mkdir -p "$WINEPREFIX"
     # The first program creates the prefix and starts Wine's services. Two programs at once would start two
-    # service managers. The one below keeps running, because starting Wine's server again takes seconds.
+    # service managers. The program below keeps running, because starting Wine's server again takes seconds.
     wine_log=$(mktemp)
     "$WINE" cmd.exe /c "echo ready & ping -n 100000 127.0.0.1" >"$wine_log" 2>&1 &
     wine_keeper=$!

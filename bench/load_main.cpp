@@ -1,5 +1,5 @@
-// Loading and freeing the library. A separate program, which has loaded none of the DLLs that the library
-// needs.
+// Loading and freeing the library. A separate program: the benchmarks in bench.exe load DLLs that the library
+// loads on demand.
 
 #include "bench/harness.h"
 

@@ -157,10 +157,10 @@ def write_results(results):
 def main():
     parser = argparse.ArgumentParser(prog="scripts/bench.sh")
     parser.add_argument(
-        "--write", action="store_true", help="run all families and put the results into the page"
+        "--write", action="store_true", help="run all families and write the results into docs/benchmarks.md"
     )
     parser.add_argument(
-        "--growth", action="store_true", help="measure how cost grows, and draw it for the page"
+        "--growth", action="store_true", help="measure how cost grows, and draw it for docs/benchmarks.md"
     )
     parser.add_argument("families", nargs="*", metavar="NAME", help=" ".join(FAMILIES))
     wanted = parser.parse_args()

@@ -46,7 +46,7 @@ function keepProperty() {
     console.log(`start ${starts} of "${readText(settings, 'Title')}"`);
 }
 
-// sendAppEvent blocks for seconds, so it runs on a worker thread of koffi. Its result is always 0; the log
+// sendAppEvent can block for seconds, so it runs on a worker thread of koffi. Its result is always 0; the log
 // shows whether the event arrived.
 function sendEvent() {
     return new Promise((resolve, reject) => {

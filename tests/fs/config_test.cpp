@@ -119,7 +119,7 @@ TEST_F(Config, RetriesWhileAnotherProcessHoldsTheFile) {
     EXPECT_EQ(config.save(), 0);
     EXPECT_EQ(readBytes(path), "a=1\nb=2\n");
 
-    // After any other error of GetFileAttributesW, CreateFileW decides whether the file exists.
+    // ERROR_FILE_NOT_FOUND shows that the file is absent. After ERROR_NETWORK_BUSY, CreateFileW decides.
     for (const long error : {ERROR_NETWORK_BUSY, ERROR_FILE_NOT_FOUND}) {
         GetFileAttributesWSeam::restore();
         GetFileAttributesWSeam::fake = [=](LPCWSTR) {

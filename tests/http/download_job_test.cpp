@@ -35,7 +35,7 @@ TEST_F(Job, StopCancelsARequestThatIsAboutToBegin) {
     CreateEventWSeam::failWith(ERROR_NOT_ENOUGH_MEMORY);
     job.emplace(); // its events are missing; Start creates them
     CreateEventWSeam::restore();
-    // A request resets its events when it begins, which discards an earlier cancel.
+    // A request that begins resets its idle event and then its cancel flag: an earlier cancel is lost.
     std::atomic<int> resets = 0;
     const DWORD starter = GetCurrentThreadId();
     ResetEventSeam::fake = [&](HANDLE event) {

@@ -132,7 +132,7 @@ inline Row rows[] = {
      EXPECTING(r == (w.last == 0 ? ZELSYSHELPER_NO_FILE : w.last)), kIsUnread},
     {"isValueFromPropertyFileNotEmpty", 20, CALL(isValueFromPropertyFileNotEmpty, OWN("own.cfg"), "k"),
      EXPECTING(r == (w.last != 0)), kIsNothing},
-    // The right result of these calls is 0. An injected failure must not turn it into a success.
+    // The right result of the next four calls is 0. An injected failure must not turn it into a success.
     {"setValueInPropertyFile", 5, CALL(setValueInPropertyFile, OWN("no\\folder.cfg"), "k", L"v"), kIsNothing,
      kIsNothing},
     {"isValueFromPropertyFileNotEmpty", 5, CALL(isValueFromPropertyFileNotEmpty, OWN("own.cfg"), "absent"),

@@ -1,4 +1,4 @@
-"""Soak, storm and kill tests of the built library. docs/reliability.md describes what they guarantee."""
+"""Soak, storm and kill tests of the built library. docs/reliability.md lists the guarantees."""
 
 import json
 import os

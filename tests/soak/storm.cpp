@@ -1,5 +1,5 @@
 // The program of soak.py. Mode "storm" calls every export at random on many threads. The other modes repeat
-// one call or serve, concurrently or until they are killed. Loads the library as an application does.
+// one call or serve; soak.py runs several at once or kills them. Loads the library as an application does.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"

@@ -18,7 +18,7 @@ namespace {
 using namespace soak;
 using imports::Hooks;
 
-constexpr ULONGLONG kLongestRun = 45'000; // milliseconds; unloading may wait for a download for 30 s
+constexpr ULONGLONG kLongestRun = 45'000; // milliseconds; stopDownloadFile() may block for 30 s
 
 struct Run {
     const char* row = "";

@@ -63,7 +63,7 @@ TEST_F(EventSender, CountsEventsFromOneForEachFirstEvent) {
         const std::lock_guard guard(mutex);
         EXPECT_EQ(bodies, (std::vector{posted("a", 1), posted("a", 2), posted("a", 70), posted("a", 3)}));
         bodies.clear();
-        CreateThreadSeam::failWith(ERROR_NOT_ENOUGH_MEMORY); // the second time it posts on this thread
+        CreateThreadSeam::failWith(ERROR_NOT_ENOUGH_MEMORY); // then sendEvent posts on this thread
     }
 }
 

@@ -36,8 +36,7 @@ class Events(unittest.TestCase):
     def setUp(self):
         self.statuses = []  # statuses of the statistics host's next replies, then 200
         self.country = Reply(body=b"DE")
-        self.server = Server(self.answer, self.pem)
-        self.addCleanup(self.server.close)
+        self.server = self.enterContext(Server(self.answer, self.pem))
         prefix.set_proxy(self.server.port)
         prefix.LOG.unlink(missing_ok=True)
         LOG_SETTINGS.write_bytes(USERS_SETTINGS)

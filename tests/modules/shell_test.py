@@ -18,9 +18,7 @@ OTHER_EXTENSION = "mhjfbmdgcfjbbpaeojofohoefgiehjai"  # listed in preferences.js
 
 class Shell(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.source, self.destination = self.folder / "source", self.folder / "destination"
 
     def make(self, root, *names):

@@ -81,9 +81,9 @@ def storm(folder, pem):
         arguments = "storm", folder / "storm", STORM_SECONDS, 16, SEED, files.port
         result = prefix.run(PROGRAM, *arguments, timeout=2 * STORM_SECONDS + 120)
     lines = [line.split() for line in result.stdout.splitlines()]
-    rows = [(line[1], int(line[2]), int(line[3]), line[4] == "1") for line in lines if line[:1] == ["call"]]
-    calls = {name: sum(count for other, count, *_ in rows if other == name) for name, *_ in rows}
-    wrong = {name: count for name, _, count, _ in rows if count != 0}
+    called = [(line[1], int(line[2]), int(line[3]), line[4] == "1") for line in lines if line[:1] == ["call"]]
+    calls = {name: sum(count for other, count, *_ in called if other == name) for name, *_ in called}
+    wrong = {name: count for name, _, count, _ in called if count != 0}
     usage = [list(map(int, line[1:])) for line in lines if line[:1] == ["usage"]]
     whole = result.returncode == 0 and len(usage) == 2 and calls.keys() == EXPORTS and min(calls.values()) > 0
     promise(whole, f"the storm exited with {result.returncode}: {result.stdout[-500:]}")
@@ -93,8 +93,8 @@ def storm(folder, pem):
     row("storm: threads, seconds, exports, seed", f"16, {STORM_SECONDS}, {len(calls)}, {SEED}")
     figures = f"{sum(calls.values())}; {min(calls.values())}, {max(calls.values())}"
     row("storm: calls; fewest, most of one export", figures)
-    # Each call of the marked rows keeps a store in memory, by contract: 384 bytes.
-    kept = sum(count for _, count, _, leaves_store in rows if leaves_store) * 3 // 8
+    # Each call of a marked row keeps a store in memory, by contract: 384 bytes.
+    kept = sum(count for _, count, _, leaves_store in called if leaves_store) * 3 // 8
     # Wine 10 leaks a third of a KiB in each connection with the service manager, whichever program opens it.
     system = sum(calls[name] for name in calls if "Service" in name) // 2
     allowed = {"handles": 32, "KiB of own blocks": 64 + kept, "KiB of memory": 8192 + kept + system}
@@ -306,8 +306,7 @@ def kill_download(folder, _pem):
         left = path.read_bytes() if path.exists() else None
         whole = "whole" if left == content else "a part" if left else "empty"
         states["no file" if left is None else whole] += 1
-        is_sound = left is None or content.startswith(left)
-        promise(is_sound, "the partial file has other bytes than the original")
+        promise(left is None or content.startswith(left), "the partial file differs from the original")
         if number % 5 == 0:
             succeed(*arguments)
             promise(path.read_bytes() == content, "the next start did not download the whole file")

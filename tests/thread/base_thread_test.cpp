@@ -49,8 +49,9 @@ TEST(BaseThread, RefusesAStartDuringARun) {
     _beginthreadexSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(launcher.Start(), 10u) << "no thread, whatever the cause";
     std::uint32_t run = 1;
-    _beginthreadexSeam::fake = [&run](auto... arguments) {
-        const auto thread = _beginthreadexSeam::real(arguments...);
+    _beginthreadexSeam::fake = [&run](auto a, auto b, auto c, auto d, unsigned flags, auto e) {
+        EXPECT_EQ(flags, 0u) << "CreateThread refuses unknown ones";
+        const auto thread = _beginthreadexSeam::real(a, b, c, d, flags, e);
         Sleep(run == 3 ? 60 : 0); // the third run begins before _beginthreadex returns
         return thread;
     };

@@ -90,8 +90,7 @@ class Host(unittest.TestCase):
             time.sleep({"/late": 3, "/silent": 15}.get(request.path, 0))
             return replies.get(request.path, Reply(body=b"file"))
 
-        server = Server(answer)
-        self.addCleanup(server.close)
+        server = self.enterContext(Server(answer))
         proxy = "--proxy", f"127.0.0.1:{server.port}"
         folder = "--folder", Path(self.enterContext(tempfile.TemporaryDirectory()))
         for path, words in (

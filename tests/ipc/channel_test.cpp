@@ -241,15 +241,12 @@ TEST_F(Channel, SurvivesHostileClients) {
         if (connects % 3 != 0)
             WriteFile(client.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
     }
+    const auto client = rawClient();
+    DWORD written = 0;
+    echo.largest = 0;
+    WriteFile(client.get(), std::string(70'000, 'x').data(), 70'000, &written, nullptr);
     EXPECT_EQ(ask("honest"), Answer{.reply = "honest"});
-    {
-        echo.largest = 0;
-        const auto client = rawClient();
-        DWORD written = 0;
-        WriteFile(client.get(), std::string(70'000, 'x').data(), 70'000, &written, nullptr);
-        EXPECT_EQ(ask("honest"), Answer{.reply = "honest"});
-        EXPECT_EQ(echo.largest, 65526u) << "a message larger than the buffer is truncated";
-    }
+    EXPECT_EQ(echo.largest, 65526u) << "a message larger than the buffer is truncated";
     echo.onEach = [] { throw std::bad_alloc(); };
     EXPECT_EQ(ask("x").error, 233u);
     echo.onEach = nullptr;

@@ -26,6 +26,11 @@ struct Status {
     DWORD state, checkPoint = 0, waitHint = 0;
 };
 
+enum Kind { kManager, kService, kCreated, kDescribed };
+
+/// A handle opened with these access rights, or a service described.
+using Call = std::pair<Kind, DWORD>;
+
 /// The result of a call, the milliseconds that it waited, and the number of handles that it left open.
 struct Outcome {
     int result = 0, waited = 0, openHandles = 0;
@@ -36,11 +41,11 @@ ZELSYS_FIELDS(Outcome, result, waited, openHandles)
 class FakeManager : public testing::Test {
 protected:
     FakeManager() {
-        OpenSCManagerWSeam::fake = [this](auto, auto, DWORD access) { return open(L"m", access); };
-        OpenServiceWSeam::fake = [this](auto, auto, DWORD access) { return open(L"s", access); };
-        CreateServiceWSeam::fake = [this](auto...) { return open(L"c", 0); };
+        OpenSCManagerWSeam::fake = [this](auto, auto, DWORD access) { return open(kManager, access); };
+        OpenServiceWSeam::fake = [this](auto, auto, DWORD access) { return open(kService, access); };
+        CreateServiceWSeam::fake = [this](auto...) { return open(kCreated); };
         ChangeServiceConfig2WSeam::fake = [this](auto, DWORD level, void* text) {
-            opened += level == 1 ? L"d " : L"? ";
+            made.emplace_back(kDescribed, level);
             EXPECT_STREQ(static_cast<SERVICE_DESCRIPTIONW*>(text)->lpDescription, L"Corvane Update Service");
             return FALSE; // a failure must be ignored
         };
@@ -71,10 +76,8 @@ protected:
 
     ~FakeManager() override { testing_support::restoreSeams(); }
 
-    SC_HANDLE open(const std::wstring& what, DWORD access) {
-        wchar_t text[16];
-        swprintf(text, 16, L"%lx ", access);
-        opened += what + text;
+    SC_HANDLE open(Kind kind, DWORD access = 0) {
+        made.emplace_back(kind, access);
         const bool fails = ++opens == failingOpen;
         openHandles += !fails;
         SetLastError(fails ? ERROR_ACCESS_DENIED : ERROR_SUCCESS);
@@ -87,7 +90,7 @@ protected:
     template <class Work>
     Outcome run(Work work, std::vector<Status> answers = {{SERVICE_STOPPED}}, int failing = 0) {
         statuses = std::move(answers);
-        queried = 0, opens = 0, openHandles = 0, now = 1000, opened.clear(), failingOpen = failing;
+        queried = 0, opens = 0, openHandles = 0, now = 1000, made.clear(), failingOpen = failing;
         return {work(), static_cast<int>(now - 1000), openHandles};
     }
 
@@ -96,7 +99,7 @@ protected:
     std::size_t queried = 0;
     int opens = 0, failingOpen = 0, openHandles = 0;
     DWORD now = 0;
-    std::wstring opened;
+    std::vector<Call> made;
 };
 
 constexpr Status kStopped{SERVICE_STOPPED}, kRunning{SERVICE_RUNNING}, kFailing{0};
@@ -107,21 +110,26 @@ constexpr auto stopByName = [] { return service::stop(L"any"); };
 TEST_F(FakeManager, AccessRightsAndFailedOpens) {
     const struct {
         std::int32_t (*work)();
-        std::wstring opened; ///< Managers (m), services (s): access rights in hex; c0: created, d: described.
+        std::vector<Call> made;
         std::vector<Outcome> results; ///< Without a failure, then with each open failing in turn.
     } cases[] = {
-        {service::update, L"mf003f s3 d ", {{}, {.result = -1}, {.result = -2}}},
-        {service::start, L"mf003f sf01ff ", {{}, {.result = -1}, {.result = -2}}},
-        // A missing service counts as stopped.
-        {stopByName, L"m5 s1 mf003f s10024 ", {kWait, {}, {}, {.result = -1}, {.result = -2}}},
-        {service::uninstall, L"m5 s1 mf003f s10024 ", {kWait, kWait, kWait, {.result = -1}, {.result = -2}}},
+        {service::update,
+         {{kManager, 0xF003F}, {kService, 3}, {kDescribed, 1}},
+         {{}, {.result = -1}, {.result = -2}}},
+        {service::start, {{kManager, 0xF003F}, {kService, 0xF01FF}}, {{}, {.result = -1}, {.result = -2}}},
+        {stopByName, // a missing service counts as stopped
+         {{kManager, 5}, {kService, 1}, {kManager, 0xF003F}, {kService, 0x10024}},
+         {kWait, {}, {}, {.result = -1}, {.result = -2}}},
+        {service::uninstall,
+         {{kManager, 5}, {kService, 1}, {kManager, 0xF003F}, {kService, 0x10024}},
+         {kWait, kWait, kWait, {.result = -1}, {.result = -2}}},
         {[] { return service::install(L"p"); },
-         L"m5 s1 m3 c0 d ",
+         {{kManager, 5}, {kService, 1}, {kManager, 3}, {kCreated, 0}, {kDescribed, 1}},
          {{}, {}, {}, {.result = -3}, {.result = 5}}},
     };
     for (const auto& c : cases) {
         std::vector results{run(c.work)};
-        EXPECT_EQ(opened, c.opened);
+        EXPECT_EQ(made, c.made);
         for (int failing = 1, all = opens; failing <= all; ++failing)
             results.push_back(run(c.work, {kStopped}, failing));
         EXPECT_EQ(results, c.results);
@@ -184,7 +192,7 @@ TEST_F(FakeManager, InstallRetriesThreeErrorsOnly) {
         EXPECT_EQ(command, L"\"" + std::wstring(2047, L'p') + L"\"");
         EXPECT_EQ(dependencies[0] + dependencies[1], 0);
         SetLastError(error);
-        return failures-- > 0 ? nullptr : open(L"c", access);
+        return failures-- > 0 ? nullptr : open(kCreated);
     };
     const auto install = [&](int failing, int with) {
         failures = failing, error = static_cast<DWORD>(with);

@@ -12,7 +12,7 @@ HEADER = ROOT / "include/zelsyshelper.h"
 DECLARATION = re.compile(r"^ZELSYSHELPER_API (\w[\w *]*?) ?(\w+)\(([^()]*)\);", re.S | re.M)
 COLUMNS = 110
 
-# A doc comment before a declaration or macro, or one after a macro on the same line.
+# A doc comment and the declaration or macro after it, if any; or a macro and its comment on the same line.
 TOKEN = re.compile(
     r"/\*\*(?P<doc>(?!<|@).*?)\*/\s*(?P<code>#define[^\n]*?(?=/\*\*<|\n)|ZELSYSHELPER_API[^;]*;|"
     r"typedef struct.*?\} \w+;)?"

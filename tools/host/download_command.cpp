@@ -23,7 +23,7 @@ constexpr std::uint32_t kLongestTimeout = 0xFFFFFFFF; // seconds
 struct StageText {
     std::uint32_t stage;
     const wchar_t* text;
-    const wchar_t* advice; ///< For failures without a Windows error number.
+    const wchar_t* advice; ///< Used unless the Windows error has its own advice.
 };
 
 constexpr StageText kStageTexts[] = {

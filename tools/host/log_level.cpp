@@ -14,8 +14,7 @@ namespace {
 constexpr std::string_view kKey = "Level=";
 const std::string kRaisedLine = std::string(kKey) + std::to_string(kOutcomeLevel) + "\n";
 
-/// Returns the line that sets the level, which is the first of its key, with its line feed; empty if there is
-/// none.
+/// Returns the first line with the key, which sets the level, with its line feed; empty if there is none.
 std::string_view levelLine(std::string_view contents) {
     while (!contents.empty()) {
         const std::string_view line =

@@ -1,4 +1,4 @@
-"""Runs the clients in other languages against servers on loopback and checks what arrives."""
+"""Runs the Node.js example against a server on loopback and checks the property, the events and the file."""
 
 import hashlib
 import json
@@ -19,7 +19,7 @@ CONTENT = os.urandom(6_000_000)
 
 
 def answer(request, handler):
-    """Serves the file slowly enough for several states of the bar."""
+    """Serves the file slowly enough for several steps of the progress bar."""
     if not request.path.endswith(".bin"):
         return Reply(body=b"DE" if request.host.startswith("country.") else b"ok")
     handler.send_response(200)

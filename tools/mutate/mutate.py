@@ -23,7 +23,7 @@ ROOT = Path(__file__).parents[2]
 COPY = ROOT / "build/mutate"
 EQUIVALENT = Path(__file__).with_name("equivalent.txt")
 BUILD = ["cmake", "--build", "--preset", "windows", "--target"]
-SCRIPTS = {"events_test": [], "shell_test": [], "host_test": ["update_service"]}  # with what they start
+SCRIPTS = {"events_test": [], "shell_test": [], "host_test": ["update_service"]}  # with the targets to build
 EVENTS, DOWNLOADS = "stat_test|events_test", "http_test|job_test|download_test"
 # The test programs of each folder. Folders with few of their own also run those of the DLL's exports.
 PROGRAMS = {
@@ -192,7 +192,8 @@ def first_failure(pattern):
 
 
 def fuzz(names):
-    shutil.rmtree(COPY / "build/fuzz/corpus", ignore_errors=True)  # inputs found before give an advantage
+    # Otherwise the inputs that an earlier fault has produced would help find this one.
+    shutil.rmtree(COPY / "build/fuzz/corpus", ignore_errors=True)
     return run(["scripts/fuzz.sh", "10", *names], 600)[1]
 
 

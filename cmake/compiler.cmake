@@ -19,8 +19,9 @@ if(WIN32)
         endforeach()
     endif()
     if(gcc) # set by clang-mingw.cmake
-        # LLD needs symbols that are stripped from the installed library, see section_symbols.py. If the
-        # library or the script changes, the copy's path changes too, and everything is linked again.
+        # LLD needs symbols that are stripped from the installed library: section_symbols.py adds them to a
+        # copy. If the library or the script changes, the copy's path changes too, and everything is linked
+        # again.
         set(script ${CMAKE_CURRENT_LIST_DIR}/section_symbols.py)
         set(original ${gcc}/libstdc++.a)
         set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${script} ${original})

@@ -19,7 +19,7 @@ int wmain(int count, wchar_t** arguments)
         return 2;
     }
 
-    /* For a missing key or file, the result is a number that this counter never reaches. */
+    /* If the key or file is missing or cannot be read, the result is a failure value: begin at 1. */
     before = getIntFromPropertyFile(arguments[1], "Starts");
     if (before < 0 || before == ZELSYSHELPER_NO_FILE || before == ZELSYSHELPER_FILE_FAILED)
         before = 0;

@@ -90,7 +90,7 @@ struct Row {
 
 inline constexpr auto kIsError = EXPECTING(r == ERROR_NOT_ENOUGH_MEMORY);
 inline constexpr auto kIsNothing = EXPECTING(r == 0);
-inline constexpr auto kIsAnything = EXPECTING(true); // no result, or one that not every failure changes
+inline constexpr auto kIsAnything = EXPECTING(true); // no result, or one that some failures leave unchanged
 inline constexpr auto kIsNever = EXPECTING(false);
 inline constexpr auto kIsUnread = EXPECTING(r == ZELSYSHELPER_NO_FILE || r == ZELSYSHELPER_FILE_FAILED);
 inline constexpr auto kIsNotOpened =

@@ -50,7 +50,7 @@ TEST(BaseThread, RefusesAStartDuringARun) {
     EXPECT_EQ(launcher.Start(), 10u) << "no thread, whatever the cause";
     std::uint32_t run = 1;
     _beginthreadexSeam::fake = [&run](auto a, auto b, auto c, auto d, unsigned flags, auto e) {
-        EXPECT_EQ(flags, 0u) << "CreateThread refuses unknown ones";
+        EXPECT_EQ(flags, 0u) << "CreateThread refuses unknown flags";
         const auto thread = _beginthreadexSeam::real(a, b, c, d, flags, e);
         Sleep(run == 3 ? 60 : 0); // the third run begins before _beginthreadex returns
         return thread;

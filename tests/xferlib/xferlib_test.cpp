@@ -127,7 +127,7 @@ TEST_F(Xferlib, SlowServersTimeOut) {
     GetModuleHandleExWSeam::calls = 0;
     WinHttpCloseHandleSeam::fake = [](auto) { return TRUE; };
     EXPECT_EQ(get("/status/404").status, 404);
-    EXPECT_EQ(GetModuleHandleExWSeam::calls, 1) << "stays loaded if a request does not close";
+    EXPECT_EQ(GetModuleHandleExWSeam::calls, 1) << "the module stays loaded if a request does not close";
 }
 
 TEST_F(Xferlib, SendsAgainOnResendRequest) {

@@ -39,7 +39,7 @@ public:
 private:
     Account account_;
     std::wstring password_;
-    DWORD refused_ = 0; ///< WINHTTP_AUTH_SCHEME_... bits.
+    DWORD refused_;     ///< WINHTTP_AUTH_SCHEME_... bits.
     DWORD current_ = 0; ///< The scheme of the last send; 0 when it carried no credentials.
 };
 

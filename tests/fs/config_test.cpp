@@ -269,6 +269,9 @@ TEST_F(Config, FileThatGrowsDuringTheReadIsReadAgain) {
         return *count = size, TRUE;
     };
     ReadFileSeam::calls = 0;
+    EXPECT_EQ(fs::readFile(path, fs::FileForm::plain, contents), 0);
+    EXPECT_EQ(ReadFileSeam::calls, 2 + 10) << "two attempts for a page, then ten for the whole file";
+    ReadFileSeam::calls = 0;
     char begin = 0;
     std::size_t got = 0;
     EXPECT_TRUE(win32::readAt(hold(path).get(), 0, &begin, 3ull << 30, got));

@@ -102,6 +102,7 @@ TEST_F(HttpRequest, EachFailedCallHasItsStage) {
         failing.failWith(5);
         EXPECT_EQ(execute(L"/echo", 0, &input), outcome);
         EXPECT_EQ(failing.calls, 1) << "stage " << outcome.stage;
+        EXPECT_EQ(output.bytes, "") << "the exchange ends at stage " << outcome.stage;
         failing.restore();
     };
     expect({.error = 5, .stage = 14104}, WinHttpOpenSeam());

@@ -40,7 +40,6 @@ TEST_F(PropertyExports, BufferNeedsOneSpareCharacter) {
     EXPECT_EQ(read("bad", 16), Read{});
     EXPECT_EQ(read("word", 16), Read{.text = L"\u00E9\U0001F600"});
     EXPECT_EQ(read("absent", 16), (Read{.status = 100000, .text = untouched}));
-    EXPECT_EQ(read("empty", 1), Read{.text = untouched});
     EXPECT_EQ(read("empty", 2), Read{});
     EXPECT_EQ(getValueFromPropertyFile((path + L"x").c_str(), "a", nullptr, 2), 100002u);
 }

@@ -60,7 +60,7 @@ TEST(AppDataPath, Forms) {
     EXPECT_EQ(applicationDataPath(DataPathKind::settings, 2), converter);
     EXPECT_EQ(GetFileAttributesW(converter.c_str()), FILE_ATTRIBUTE_DIRECTORY);
     EXPECT_EQ(applicationDataPath(DataPathKind::settings, 999), suite);
-    EXPECT_EQ(applicationDataPath(DataPathKind::local, 2), local + L"\\Zel Pixel Converter");
+    EXPECT_EQ(applicationDataPath(DataPathKind::local, 0), local + L"\\Zel Video Converter");
     EXPECT_EQ(applicationDataPath(DataPathKind::logs, stats::kWholeSuite), roaming + L"\\logs");
     EXPECT_EQ(applicationDataPath(static_cast<DataPathKind>(3), 2), L".");
 }

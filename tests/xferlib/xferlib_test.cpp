@@ -73,7 +73,7 @@ TEST_F(Xferlib, Outcomes) {
         {"/odd", {.status = 200, .body = "ok"}},
         {"/redirect/10", success({.path = "/redirect/0"})},
         {"/redirect/11", {.code = 47, .status = 302}},
-        {"/to/301//echo", success({})},
+        {"/to/301//echo" + std::string(100, 'x'), success({.path = "/echo" + std::string(100, 'x')})},
         {"/to/302/ftp%3A%2F%2Fx%2Fy", {.code = 1}},
     };
     for (const auto& [path, expected] : cases)

@@ -212,8 +212,8 @@ ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
  *
  * \param errorCode  Receives a Windows error number. Can be 0 even if a step failed.
  * \param errorStage Receives the step that failed; 0 for none.
- * \param httpStatus Receives the status of the reply; 0 after a failed exchange. Check it: an error page with
- *                   a Content-Length is downloaded like any file.
+ * \param httpStatus Receives the status of the reply; 0 if the exchange failed or the file could not be
+ *                   created. Check it: an error page with a Content-Length is downloaded like any file.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage,
@@ -277,10 +277,10 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  * Reads the file and writes it whole, with keys in ascending order. Lines without key=value are dropped.
  * Concurrent calls for one file, also from different processes, are serialised and keep each other's changes.
  * Changes can be lost only if a process holds the lock for more than 2 seconds, or if the file system has no
- * byte locks. Readers see either the old or the new contents, even if a process ends during the call. A full
- * disk leaves the file unchanged. If another program has opened the file without sharing, the call retries
- * for 250 ms and then leaves the file unchanged. If the file can be opened but not read, its other keys are
- * lost.
+ * byte locks. Readers see either the old or the new contents, even if a process ends during the call (up to a
+ * size of 16 MiB). A full disk leaves the file unchanged. If another program has opened the file without
+ * sharing, the call retries for 250 ms and then leaves the file unchanged. If the file can be opened but not
+ * read, its other keys are lost.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 if the file could be read before the change, otherwise 0. This does not report whether the change
@@ -368,7 +368,7 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
  * Sets one switch. Creates the file if it is missing. Does not report a failed write.
  *
  * If two processes change one file concurrently, one change can be lost. Blocks for up to 5 seconds while
- * other processes hold the file, and while another thread is in this function.
+ * other processes hold the file, and while another thread is in this function or in clearFx().
  *
  * \param file       The file's name, without folder and extension. An empty name does nothing.
  * \param switchName The switch. It must not contain a line break or "=".
@@ -379,7 +379,7 @@ ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint
 
 /**
  * Empties a switch file. Does not create a missing file. A file that another program holds open for longer
- * than 250 ms is left unchanged.
+ * than 250 ms is left unchanged. Also waits while another thread is in enableFx().
  *
  * \param file The file's name, as for enableFx().
  * \since 1.0
@@ -480,7 +480,8 @@ ZELSYSHELPER_API int64_t startService(void);
 /**
  * Stops the suite's update service and waits for one to 16 seconds.
  *
- * \return 0, also if the service does not exist or is still stopping after that time; otherwise a code.
+ * \return 0, also if isServicePresent() does not find the service or it is still stopping after that time;
+ *         otherwise a code.
  * \since 1.0
  */
 ZELSYSHELPER_API int64_t stopService(void);

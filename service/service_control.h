@@ -53,7 +53,8 @@ std::int32_t update();
 std::int32_t start();
 
 /// \brief Stops a service and waits for up to 16 seconds.
-/// \return 0, also if the service does not exist or is still stopping after that time; otherwise a code.
+/// \return 0, also if `isPresent` returns false or the service is still stopping after that time; otherwise
+///         a code.
 std::int32_t stop(const std::wstring& name);
 
 /// \brief Stops the update service and deletes it, even if it does not stop.

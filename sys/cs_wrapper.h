@@ -6,8 +6,8 @@ namespace sys {
 
 /// \brief Wraps a CRITICAL_SECTION.
 ///
-/// The thread that holds it may enter it again. The destructor is not virtual: do not delete an instance
-/// through a pointer to a base class.
+/// The thread that holds it may enter it again. The destructor is not virtual: do not delete a derived object
+/// through a pointer to this class.
 class CCsWrapper {
 public:
     CCsWrapper() { InitializeCriticalSection(&section_); }

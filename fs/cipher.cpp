@@ -184,7 +184,7 @@ void unmix(Byte* data, std::size_t size) {
     std::memcpy(data + 1, turned, kShift);
 }
 
-// Self-inverse: XORs each byte, from the third on, with a value that depends on its position only. Every
+// Self-inverse: XORs each byte, from the third on, with a value that depends only on key and position. Every
 // second byte of the key is replaced by 0xFF. The key is doubled, because this alternation needs an even
 // period.
 void mask(Byte* data, std::size_t size, const std::string& key) {

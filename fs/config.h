@@ -19,7 +19,7 @@ inline constexpr int kStatusNoKey = 100000; ///< the key is not in the file
 /// advisory lock, it rereads the file and applies only the keys that this instance changed.
 ///
 /// Safe to share between threads. File errors are returned as status numbers, never thrown. The destructor is
-/// not virtual: do not delete an instance through a pointer to a base class.
+/// not virtual: do not delete a derived object through a pointer to this class.
 class CConfig {
 public:
     CConfig() = default;

@@ -12,7 +12,7 @@ class CThreadFunction {
 public:
     virtual ~CThreadFunction() = default;
 
-    /// \brief Does the work on the thread. Reports failures as values that its owner reads.
+    /// \brief Does the work on the thread. Stores a failure in this object, where its owner reads it.
     /// \param id Number of the launcher that runs the work.
     virtual void Run(std::uint32_t id) noexcept = 0;
 };

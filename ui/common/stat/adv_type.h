@@ -32,8 +32,8 @@ char variantAt(const std::vector<TTestVariant>& variants, std::uint64_t pick);
 /// \brief Draws one variant by weight.
 ///
 /// Uses rand(). The first draw of the process seeds it with the time. If the C runtime has one generator per
-/// thread, this seeds only that of the drawing thread. Units of weight after the first RAND_MAX + 1 are never
-/// drawn.
+/// thread, the generators of other threads stay unseeded. Units of weight after the first RAND_MAX + 1 are
+/// never drawn.
 /// \return The letter; 0 without variants.
 char drawVariant(const std::vector<TTestVariant>& variants);
 

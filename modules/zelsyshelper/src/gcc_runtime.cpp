@@ -115,7 +115,7 @@ private:
 /// Constructed before and destroyed after all other static objects.
 [[gnu::init_priority(101)]] const PerThread perThread;
 
-/// Guards of function-local statics share one lock: they are initialised rarely.
+/// One lock for all function-local statics: they are initialised rarely.
 sys::Mutex guardMutex;
 CONDITION_VARIABLE guardChanged = CONDITION_VARIABLE_INIT;
 

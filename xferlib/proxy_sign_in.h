@@ -11,8 +11,9 @@ namespace xferlib {
 /// Signs one transfer in to its proxy, by the strongest scheme that the proxy offers and accepts.
 ///
 /// A domain counts each wrong password against the account. A transfer therefore never repeats a refused
-/// scheme. A transfer of this process that starts within a minute after a refusal skips the refused scheme
-/// for the same proxy, user and password. Transfers that are already running may repeat it.
+/// scheme. The process remembers the last refused account for a minute: a transfer that starts in that time
+/// with the same proxy, user and password skips the refused schemes. Transfers that are already running may
+/// repeat them.
 class ProxySignIn {
 public:
     /// Identifies proxy, user and password. Outlives the transfer, so it holds a hash of the password.

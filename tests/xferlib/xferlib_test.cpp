@@ -119,11 +119,13 @@ TEST_F(Xferlib, PostsAcrossRedirects) {
 }
 
 TEST_F(Xferlib, SlowServersTimeOut) {
+    const ULONGLONG begin = GetTickCount64();
     for (const char* path : {"/silent", "/headtrickle", "/endless", "/trickle"}) {
         WinHttpOpenRequestSeam::calls = 0;
         EXPECT_EQ(fetch({.url = url(path), .attempts = 3, .timeoutSeconds = 1}).code, 28) << path;
         EXPECT_EQ(WinHttpOpenRequestSeam::calls, 1) << "no attempt after the deadline";
     }
+    EXPECT_LT(GetTickCount64() - begin, 20'000u) << "at most two seconds each, and some for other programs";
     GetModuleHandleExWSeam::calls = 0;
     WinHttpCloseHandleSeam::fake = [](auto) { return TRUE; };
     EXPECT_EQ(get("/status/404").status, 404);
@@ -170,7 +172,6 @@ TEST_F(Xferlib, ThreadsOpenOneSessionAtATime) {
     {
         const std::jthread first(fetchThrough, 1), second(fetchThrough, 2); // each replaces the session
     }
-    EXPECT_EQ(WinHttpOpenSeam::calls, 2);
     EXPECT_EQ(most, 1);
 }
 

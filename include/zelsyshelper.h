@@ -294,7 +294,7 @@ ZELSYSHELPER_API uint64_t setValueInPropertyFile(const wchar_t* file, const char
  *
  * \return A number of 32 bits, sign-extended to 64. 0 if the value does not begin with a number,
  *         ZELSYSHELPER_NO_INT if the file does not have the key, ZELSYSHELPER_NO_FILE or
- *         ZELSYSHELPER_FILE_FAILED if the file cannot be read. A stored number can have the same value.
+ *         ZELSYSHELPER_FILE_FAILED if the file cannot be read. A stored number can equal one of these.
  * \since 1.0
  */
 ZELSYSHELPER_API int64_t getIntFromPropertyFile(const wchar_t* file, const char* key);
@@ -368,7 +368,7 @@ ZELSYSHELPER_API uint64_t checkProperty(const wchar_t* file, const char* key, ui
  * Sets one switch. Creates the file if it is missing. Does not report a failed write.
  *
  * If two processes change one file concurrently, one change can be lost. Blocks for up to 5 seconds while
- * other processes hold the file, and while another thread is in this function or in clearFx().
+ * other processes hold the file. Also waits while another thread is in this function or in clearFx().
  *
  * \param file       The file's name, without folder and extension. An empty name does nothing.
  * \param switchName The switch. It must not contain a line break or "=".
@@ -414,8 +414,8 @@ ZELSYSHELPER_API uint64_t isModuleLoaded(const char* name);
 
 /** \name Services
  *
- * The suite's update service, and any service by name, on this machine. These functions block for seconds;
- * startService() blocks for as long as a pending stop takes. All except isServiceInstalled() and
+ * The suite's update service, and any service by name, on this machine. These functions can block for
+ * seconds, startService() for as long as a pending stop takes. All except isServiceInstalled() and
  * isServicePresent() need administrator rights. A negative result is a code below, a positive result a
  * Windows error number; both are signed 32-bit numbers.
  */
@@ -582,7 +582,7 @@ ZELSYSHELPER_API void assignShellFolderViewOptions(const wchar_t* folder, const 
  * Reads how the file manager shows a folder. Opens a window on the folder; if several windows show it, the
  * last one determines the result. Otherwise identical to assignShellFolderViewOptions().
  *
- * \param viewCode Receives a view code; 0 if no window was found.
+ * \param viewCode Receives a view code; 0 if no window was found or the view is unknown.
  * \param sort     Receives a column code and the direction 0: the direction is not read. {0, 1} if no window
  *                 was found.
  * \param group    Receives a column code and a direction; {0, 1} if no window was found.

@@ -37,7 +37,7 @@ bool isLink(const WIN32_FIND_DATAW& entry) {
            (entry.dwReserved0 == 0 || IsReparseTagNameSurrogate(entry.dwReserved0));
 }
 
-/// \param path Without a backslash at its end, which would follow the link.
+/// \param path Without a backslash at its end: FindFirstFileW always fails for a path that has one.
 bool isLink(const std::wstring& path) {
     WIN32_FIND_DATAW entry{};
     const win32::FindHandle find(FindFirstFileW(path.c_str(), &entry));

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Runs a compiler or linker with paths relative to the build tree: launch.sh SOURCE RELATIVE BUILD COMMAND...
 # A PDB contains both command lines. It must not contain a path of the building machine, which LIBRARY_PATH
-# would add. Newer versions of clang also add SOURCE_DATE_EPOCH, which only scripts/package.sh sets.
+# would add, nor SOURCE_DATE_EPOCH, which newer versions of clang add: the bytes would depend on the caller.
 source=$1 relative=$2 build=$3
 shift 3
 

@@ -129,7 +129,7 @@ static unsigned __stdcall serve(void* unused)
         const DWORD error = connectClient();
         if (error == ERROR_SUCCESS)
             serveClient();
-        else if (error != ERROR_NO_DATA) /* the client has closed its end already */
+        else if (error != ERROR_NO_DATA) /* ERROR_NO_DATA: the client has closed its end */
             break;
         DisconnectNamedPipe(pipeHandle);
     }

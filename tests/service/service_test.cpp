@@ -28,7 +28,7 @@ struct Status {
 
 enum Kind { kManager, kService, kCreated, kDescribed };
 
-/// A handle opened with these access rights, or a service described.
+/// A call that opens a handle with these access rights, or ChangeServiceConfig2W with this level.
 using Call = std::pair<Kind, DWORD>;
 
 /// The result of a call, the milliseconds that it waited, and the number of handles that it left open.

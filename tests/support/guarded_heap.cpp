@@ -58,7 +58,7 @@ void release(void* block) noexcept {
         isSound = bytes[i] == kUntouched; // false: a write past the end of the block
     if (!isSound || !VirtualFree(header, header->pages * kPage, MEM_DECOMMIT))
         std::abort();
-    // The system reserves at most some ten thousand ranges, so the oldest one is released.
+    // The system reserves at most some tens of thousands of ranges, so the oldest one is released.
     static std::atomic<std::size_t> count;
     static std::atomic<void*> left[kKept];
     if (void* const oldest = left[count++ % kKept].exchange(header))

@@ -29,8 +29,8 @@ struct StageText {
 constexpr StageText kStageTexts[] = {
     {ZELSYSHELPER_STAGE_RUNNING, L"a download is already running", L"wait for it or stop it"},
     {ZELSYSHELPER_STAGE_NO_URL, L"no URL was given", L""},
-    {ZELSYSHELPER_STAGE_READY, L"the download's event could not be reset", L""},
-    {ZELSYSHELPER_STAGE_THREAD, L"the download's thread could not be started", L""},
+    {ZELSYSHELPER_STAGE_READY, L"the download's event is missing or could not be reset", L""},
+    {ZELSYSHELPER_STAGE_THREAD, L"the download's thread could not be started, or ran out of memory", L""},
     {ZELSYSHELPER_STAGE_NO_LENGTH, L"the server announces no length, or the length 0", L""},
     {ZELSYSHELPER_STAGE_FILE, L"the file cannot be created",
      L"check the folder, and the name after the last \"/\" of the URL"},

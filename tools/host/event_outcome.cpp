@@ -31,7 +31,7 @@ constexpr CodeText kCodes[] = {
      L"check the built-in host with \"doctor\", and the redirects of the host"},
     {xferlib::kInitFailed, L"WinHTTP is missing, or failed to open or configure a session or request",
      L"update Windows"},
-    {xferlib::kMalformedUrl, L"the host's URL cannot be parsed", kCheckHost},
+    {xferlib::kMalformedUrl, L"the URL of host or redirect cannot be parsed", kCheckHost},
     {xferlib::kProxyNotResolved, L"the proxy's address cannot be used, or its name cannot be resolved",
      L"check ProxyAddress and ProxyPort in \"common.cfg\""},
     {xferlib::kHostNotResolved, L"the host's name cannot be resolved", kCheckNetwork},

@@ -72,8 +72,8 @@ bool RaisedLogLevel::writeRaised() {
     wasEmpty_ = original.empty();
     if (std::atoi(level_.c_str()) > kOutcomeLevel)
         return true;
-    // The first line of a key counts, so that the line of the user can stay. A level that equals
-    // kOutcomeLevel also gets a line: another process may have raised it and can restore it before the event.
+    // The first line of a key counts, so the user's line can stay. A level that equals kOutcomeLevel also
+    // gets a line: another process may have raised it and can restore it before the event.
     const std::string raised = kRaisedLine + original;
     isRaised_ = file.replace(raised, original, fs::FileForm::plain) == 0;
     return isRaised_;

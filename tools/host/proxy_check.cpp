@@ -81,7 +81,7 @@ std::wstring connectionFault(const Proxy& proxy) {
     wanted.ai_family = AF_UNSPEC;
     wanted.ai_socktype = SOCK_STREAM;
     win32::Owner<AddressesTraits> found;
-    // The brackets of an IPv6 address belong to URLs.
+    // GetAddrInfoW expects an IPv6 address without brackets.
     const std::wstring host =
         proxy.host.front() == L'[' ? proxy.host.substr(1, proxy.host.size() - 2) : proxy.host;
     if (GetAddrInfoW(host.c_str(), std::to_wstring(proxy.port).c_str(), &wanted, found.receive()) != 0)

@@ -121,6 +121,7 @@ TEST_F(HttpRequest, EachFailedCallHasItsStage) {
     request.setCredentials({L"user", {}, {}});
     EXPECT_EQ(execute(L"nonsense"), (Outcome{.error = 12006, .stage = 14102, .failed = true}));
     EXPECT_EQ(execute(L"http:///x"), (Outcome{.error = 87, .stage = 14103, .failed = true}));
+    EXPECT_EQ(output.bytes, "") << "nothing is sent";
     output.most = 1;
     EXPECT_EQ(execute(L"/echo"), (Outcome{.error = 112, .stage = 14118, .failed = true}));
 }

@@ -76,10 +76,7 @@ void CInterprocessCommunicationWin::answer(std::string_view message) {
         return;
     }
     DWORD count = 0;
-    if (WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()), nullptr,
-                  &overlapped_) ||
-        GetLastError() == ERROR_IO_PENDING)
-        waitForIo(kLongestSilence, count);
+    WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()), &count, nullptr);
     // DisconnectNamedPipe discards a reply that the client has not read. This read completes when the client
     // closes its end. It discards a second request: each request needs its own connection.
     read(kReplyGrace, count);

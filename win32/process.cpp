@@ -75,11 +75,11 @@ void pinModule() {
 bool runDetached(std::function<void()> work) {
     auto parameter = std::make_unique<DetachedWork>();
     parameter->run = std::move(work);
-    const bool isKept = GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                                           reinterpret_cast<const wchar_t*>(&detachedThread),
-                                           parameter->keepLoaded.receive());
-    const KernelHandle thread(isKept ? CreateThread(nullptr, 0, detachedThread, parameter.get(), 0, nullptr)
-                                     : nullptr);
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                            reinterpret_cast<const wchar_t*>(&detachedThread),
+                            parameter->keepLoaded.receive()))
+        return false;
+    const KernelHandle thread(CreateThread(nullptr, 0, detachedThread, parameter.get(), 0, nullptr));
     if (!thread)
         return false;
     static_cast<void>(parameter.release()); // the thread owns it now

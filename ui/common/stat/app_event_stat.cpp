@@ -59,8 +59,10 @@ void CAppEventStat::sendEvent(const TEvent& event, bool synchronous, std::uint32
         CoreLog::createLogger(logger); // if it fails, the outcome is not logged
         send(post, logger.get());
     };
-    if (synchronous || !win32::runDetached(work))
+    if (synchronous)
         work();
+    else
+        win32::runDetached(work);
 }
 
 /// Builds the post of an event; nullopt while the sender is disabled. The caller holds the mutex.

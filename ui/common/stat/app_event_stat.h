@@ -29,14 +29,14 @@ public:
     ///
     /// Stores them and builds the event atomically: no event carries another call's fields. Posts on this
     /// thread and blocks until the exchange is over.
-    /// \param logger Logs the outcome. May be null. Passed in: another logger would call CreateDirectoryW and
-    /// open the log file again.
+    /// \param logger Logs the outcome. May be null. Passed in: another logger would call CreateDirectoryW
+    /// again, and open the log file for its first line.
     void sendFirst(const TSenderSettings& settings, const TApplicationValues& application,
                    const TEvent& event, CoreLog::ILogger* logger);
 
     /// \brief Sends another event with the settings and values of the last call.
     /// \param synchronous True: posts on this thread and blocks until the exchange is over. False: posts on a
-    ///                    new thread; if none can be started, as for true.
+    ///                    new thread; the event is lost if none can be started.
     /// \param eventNumber The event's number; 0: the next number of the counter.
     void sendEvent(const TEvent& event, bool synchronous, std::uint32_t eventNumber);
 

@@ -93,7 +93,7 @@ private:
     std::uint32_t transact(ULONGLONG deadline, DWORD& received);
     std::uint32_t waitForIo(DWORD timeOut, DWORD& count);
     std::uint32_t listen();
-    void serveClient();
+    bool serveClient();
     std::uint32_t read(DWORD timeOut, DWORD& count);
     void answer(std::string_view message);
 

@@ -15,9 +15,9 @@ void CInterprocessCommunicationWin::Run(std::uint32_t) noexcept {
     bool isListening = listenError_ == 0;
     SetEvent(listeningEvent_.get());
     while (isListening) {
-        serveClient();
+        const bool isServing = serveClient();
         DisconnectNamedPipe(pipe_.get());
-        isListening = !stopping_.get() && listen() == 0;
+        isListening = isServing && !stopping_.get() && listen() == 0;
     }
     pipe_.reset(); // clients would wait for a server that does not listen
 }
@@ -40,16 +40,18 @@ std::uint32_t CInterprocessCommunicationWin::listen() {
     return connect();
 }
 
-/// Waits for a client and answers its request. Returns early if the channel stops.
-void CInterprocessCommunicationWin::serveClient() {
+/// Waits for a client and answers its request.
+/// \return False if the channel stops.
+bool CInterprocessCommunicationWin::serveClient() {
     DWORD count = 0;
     if (waitForIo(INFINITE, count) == ERROR_OPERATION_ABORTED)
-        return;
+        return false;
     // The pipe has one instance: a silent client would keep all others out.
-    read(kLongestSilence, count);
+    const std::uint32_t error = read(kLongestSilence, count);
     // A message larger than the buffer is truncated.
     if (count >= kHeaderSize && handler_ != nullptr)
         answer({receiveBuffer_.get(), count});
+    return error != ERROR_OPERATION_ABORTED;
 }
 
 /// Reads one message into the receive buffer. Errors: see `waitForIo`.

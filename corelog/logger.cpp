@@ -55,9 +55,9 @@ Place place() {
     const std::wstring path =
         win32::joinPath(known.folder.empty() ? L"." : known.folder, text::utf8ToUtf16(known.name));
     // Reading the settings for each logger would take a tenth of the time of an event.
-    if (GetTickCount64() >= known.thresholdExpiry) {
+    if (const ULONGLONG now = GetTickCount64(); now >= known.thresholdExpiry) {
         known.threshold = readThreshold(path + L".cfg");
-        known.thresholdExpiry = GetTickCount64() + kThresholdLifetime;
+        known.thresholdExpiry = now + kThresholdLifetime;
     }
     return {known.folder, path, known.threshold};
 }

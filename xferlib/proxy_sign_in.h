@@ -34,7 +34,8 @@ public:
     /// \brief Sets the credentials of a request that the proxy has answered with 407, for its next send.
     ///
     /// Call it after the status has been queried: WinHttpQueryAuthSchemes needs the parsed headers.
-    /// \return False without a user, or if the proxy has refused every scheme that it offers.
+    /// \return False without a user, if the proxy has refused each scheme that it offers, or if a call of
+    ///         WinHTTP fails.
     bool answerRefusal(HINTERNET request);
 
 private:

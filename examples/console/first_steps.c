@@ -19,7 +19,7 @@ int wmain(int count, wchar_t** arguments)
         return 2;
     }
 
-    /* If the key or file is missing or cannot be read, the result is a failure value: begin at 1. */
+    /* A missing or unreadable key or file gives a failure value: this is the first start. */
     before = getIntFromPropertyFile(arguments[1], "Starts");
     if (before < 0 || before == ZELSYSHELPER_NO_FILE || before == ZELSYSHELPER_FILE_FAILED)
         before = 0;

@@ -36,7 +36,7 @@ protected:
         CoreLog::setSettingsName("LoggerTest");
         clear();
     }
-    ~Logger() override { clear(); }
+    ~Logger() override { clear(), testing_support::restoreSeams(); }
 
     void clear() const {
         for (const wchar_t* extension : {L".log", L".log.1", L".cfg"})
@@ -55,17 +55,18 @@ protected:
 };
 
 TEST_F(Logger, ThresholdFollowsTheSettingsWithinASecond) {
+    ULONGLONG now = 1000;
+    GetTickCount64Seam::fake = [&] { return now; };
     logAllLevels();
     EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "without a settings file";
-    Sleep(1100);
     const std::map<std::string, int> linesByLevel = {
         {"Level=7\n", 3}, {"Level=6\n", 2}, {"Level=2\n", 0}, {"level=7\n", 1}, {"Level=nonsense\n", 1}};
     for (const auto& [settings, lines] : linesByLevel) {
         clear();
         writeBytes(base + L".cfg", settings);
+        now += 1000;
         logAllLevels();
         EXPECT_EQ(std::ranges::count(readBytes(base + L".log"), '\n'), lines) << settings;
-        CoreLog::setSettingsName("LoggerTest"); // the next settings take effect at once
     }
 }
 
@@ -103,7 +104,6 @@ TEST_F(Logger, MissingFolderIsAnErrorAndAnUnusableFileIsNot) {
     CreateDirectoryWSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_EQ(CoreLog::createLogger(logger), ERROR_ACCESS_DENIED);
     EXPECT_EQ(logger, nullptr) << "the previous logger is destroyed";
-    testing_support::restoreSeams();
 }
 
 std::string lineOf(const std::string& writer, int number) {

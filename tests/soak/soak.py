@@ -306,7 +306,7 @@ def kill_download(folder, _pem):
         left = path.read_bytes() if path.exists() else None
         whole = "whole" if left == content else "a part" if left else "empty"
         states["no file" if left is None else whole] += 1
-        promise(left is None or content.startswith(left), "the partial file differs from the original")
+        promise(left is None or content.startswith(left), "the file is no beginning of the original")
         if number % 5 == 0:
             succeed(*arguments)
             promise(path.read_bytes() == content, "the next start did not download the whole file")

@@ -119,13 +119,13 @@ TEST_F(Xferlib, PostsAcrossRedirects) {
 }
 
 TEST_F(Xferlib, SlowServersTimeOut) {
-    const ULONGLONG begin = GetTickCount64();
     for (const char* path : {"/silent", "/headtrickle", "/endless", "/trickle"}) {
+        const ULONGLONG begin = GetTickCount64();
         WinHttpOpenRequestSeam::calls = 0;
         EXPECT_EQ(fetch({.url = url(path), .attempts = 3, .timeoutSeconds = 1}).code, 28) << path;
+        EXPECT_LT(GetTickCount64() - begin, 8'000u) << path << " took longer than two seconds";
         EXPECT_EQ(WinHttpOpenRequestSeam::calls, 1) << "no attempt after the deadline";
     }
-    EXPECT_LT(GetTickCount64() - begin, 20'000u) << "at most two seconds each, and some for other programs";
     GetModuleHandleExWSeam::calls = 0;
     WinHttpCloseHandleSeam::fake = [](auto) { return TRUE; };
     EXPECT_EQ(get("/status/404").status, 404);
@@ -172,7 +172,7 @@ TEST_F(Xferlib, ThreadsOpenOneSessionAtATime) {
     {
         const std::jthread first(fetchThrough, 1), second(fetchThrough, 2); // each replaces the session
     }
-    EXPECT_EQ(most, 1);
+    EXPECT_TRUE(WinHttpOpenSeam::calls == 2 && most == 1);
 }
 
 TEST_F(Xferlib, HostsCannotStoreCookies) {

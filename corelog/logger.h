@@ -14,8 +14,8 @@ void setSettingsName(std::string_view name);
 /// \brief Writes lines to the suite's log file. `createLogger` returns one for each operation.
 ///
 /// Threads and processes may log to one file concurrently, each with its own logger. While each acquires the
-/// lock of the file, no line is torn, and a line is lost only if memory or disk space runs out, or if
-/// CreateFileW fails.
+/// lock of the file, no line is torn, and a line is lost only if memory or disk space runs out, if
+/// CreateFileW fails, or when a full log is handed over, see log_file.h.
 class ILogger {
 public:
     /// Destroys the logger.

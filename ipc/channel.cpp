@@ -94,7 +94,8 @@ std::uint32_t CInterprocessCommunicationWin::prepare(std::initializer_list<win32
 /// Waits until the operation on `overlapped_` has completed. Cancels it when the channel stops or after
 /// `timeOut` milliseconds.
 /// \param[out] count Bytes transferred; 0 unless the result is 0 or `ERROR_MORE_DATA`.
-/// \return 0; the operation's error; `ERROR_SEM_TIMEOUT`; `ERROR_OPERATION_ABORTED` if the channel stops.
+/// \return 0; the operation's error; `ERROR_SEM_TIMEOUT`; `ERROR_OPERATION_ABORTED` if the channel stops or
+/// the wait fails.
 std::uint32_t CInterprocessCommunicationWin::waitForIo(DWORD timeOut, DWORD& count) {
     const HANDLE events[] = {stopEvent_.get(), ioEvent_.get()};
     const DWORD wait = WaitForMultipleObjects(2, events, FALSE, timeOut);

@@ -78,6 +78,8 @@ void CInterprocessCommunicationWin::answer(std::string_view message) {
         return;
     }
     DWORD count = 0;
+    // A plain call in spite of FILE_FLAG_OVERLAPPED: the buffer of the pipe holds the whole reply, so the
+    // write completes at once.
     WriteFile(pipe_.get(), sendBuffer_.data(), static_cast<DWORD>(sendBuffer_.size()), &count, nullptr);
     // DisconnectNamedPipe discards a reply that the client has not read. This read completes when the client
     // closes its end. It discards a second request: each request needs its own connection.

@@ -11,7 +11,8 @@ SETTINGS = ROAMING / "Quenlith"
 COMMON_CONFIG = SETTINGS / "common.cfg"
 LOGS = ROAMING / "logs"
 LOG = LOGS / "Quenlith.log"
-# One program in several thousand does not start: Linux sometimes occupies an address that Wine needs.
+# One program in several thousand does not start: Linux sometimes occupies an address that Wine needs. A
+# program that has started shows the same message if this happens to a process that Wine starts for it.
 START_FAILED = "failed to map the shared user data"
 SECRET = "s3cret-pw"  # the proxy's password
 BIN = Path(os.environ.get("ZELSYS_BIN", Path(__file__).parents[2] / "build/bin"))
@@ -40,7 +41,7 @@ def run(program, *arguments, timeout=60, **options):
             for name, file in ("stdout", output), ("stderr", errors):
                 file.seek(0)
                 setattr(result, name, file.read().decode("utf-8").replace("\r\n", "\n").replace("\r", "\n"))
-        if START_FAILED not in result.stderr:
+        if START_FAILED not in result.stderr or result.returncode == 0 or result.stdout:
             break
     logs = [log.read_text(errors="replace") for log in LOGS.glob("*.log*") if log.is_file()]
     if any(SECRET in text for text in (result.stdout, result.stderr, *logs)):

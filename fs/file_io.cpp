@@ -186,9 +186,7 @@ bool SharedFile::read(FileForm form, std::string& contents) {
         return readFile(path_, form, contents) == 0 || (contents.clear(), false);
     // Reads even a file that this object created: another process may have written it before this one
     // acquired the lock.
-    if (Page page; !isLocked_ && readSettled(file_.get(), page))
-        contents = page.text();
-    else if (!readAll(file_.get(), contents)) {
+    if (!readAll(file_.get(), contents)) {
         contents.clear();
         return false;
     }

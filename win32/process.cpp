@@ -72,18 +72,16 @@ void pinModule() {
                        reinterpret_cast<const wchar_t*>(&pinModule), &module);
 }
 
-bool runDetached(std::function<void()> work) {
+void runDetached(std::function<void()> work) {
     auto parameter = std::make_unique<DetachedWork>();
     parameter->run = std::move(work);
     if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                             reinterpret_cast<const wchar_t*>(&detachedThread),
                             parameter->keepLoaded.receive()))
-        return false;
+        return;
     const KernelHandle thread(CreateThread(nullptr, 0, detachedThread, parameter.get(), 0, nullptr));
-    if (!thread)
-        return false;
-    static_cast<void>(parameter.release()); // the thread owns it now
-    return true;
+    if (thread)
+        static_cast<void>(parameter.release()); // the thread owns it now
 }
 
 } // namespace win32

@@ -25,8 +25,7 @@ void pinModule();
 /// \brief Runs `work` on a new thread and returns without waiting for it.
 ///
 /// The DLL stays loaded until the thread ends, even if the application calls FreeLibrary. Discards exceptions
-/// of `work`.
-/// \return False if GetModuleHandleExW or CreateThread fails; `work` is then not run.
-bool runDetached(std::function<void()> work);
+/// of `work`. Does not run `work` if GetModuleHandleExW or CreateThread fails.
+void runDetached(std::function<void()> work);
 
 } // namespace win32

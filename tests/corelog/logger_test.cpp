@@ -173,13 +173,12 @@ TEST(LogFile, WaitsForAStuckLockOnlyOnce) {
     const testing_support::TemporaryFolder folder;
     const std::wstring path = folder / L"stuck.log";
     writeBytes(path, "");
-    win32::KernelHandle handle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                           nullptr, OPEN_EXISTING, 0, nullptr));
+    const win32::KernelHandle handle(testing_support::openToRead(path, FILE_SHARE_READ | FILE_SHARE_WRITE));
     ASSERT_EQ(win32::lockFile(handle.get(), win32::LockKind::exclusive, 0), win32::LockState::held);
     const auto attempts = [&](const char* line) {
         LockFileExSeam::restore();
         CoreLog::LogFile(path).append(line);
-        return LockFileExSeam::count();
+        return LockFileExSeam::calls.load();
     };
     ULONGLONG ticks = 0;
     GetTickCount64Seam::fake = [&] { return ticks += 100; };
@@ -191,7 +190,7 @@ TEST(LogFile, WaitsForAStuckLockOnlyOnce) {
     EXPECT_EQ(attempts("4\n"), 20) << "the lock was free in between";
     LockFileExSeam::failWith(ERROR_NOT_SUPPORTED);
     CoreLog::LogFile(path).append("5\n");
-    EXPECT_EQ(LockFileExSeam::count(), 1) << "a file system without locks";
+    EXPECT_EQ(LockFileExSeam::calls, 1) << "a file system without locks";
     EXPECT_EQ(readBytes(path), "1\n2\n3\n4\n5\n");
     testing_support::restoreSeams();
 }

@@ -39,8 +39,7 @@ TEST(FxConfig, SwitchesAreWrittenWholeAndEnciphered) {
     EXPECT_EQ(other.save(), 0);
     EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\n");
 
-    win32::KernelHandle holder(
-        CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    win32::KernelHandle holder(testing_support::openToRead(path, 0));
     other.setFilePath(path);
     EXPECT_NE(other.load(), 0);
     holder.reset();

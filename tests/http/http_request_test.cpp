@@ -171,9 +171,11 @@ TEST_F(HttpRequest, FollowsRedirectsAndSignsInToTheProxy) {
     const std::string secure = Received{.host = "secure.example:443"}.text();
     const std::string plain = Received{.host = "some.example:80"}.text();
     EXPECT_EQ(output.bytes, secure + secure + plain + agent + plain);
-    request.setProxy({.host = "127.0.0.1"});
     WinHttpOpenSeam::fake = [](LPCWSTR, DWORD access, auto...) { return SetLastError(access), nullptr; };
-    EXPECT_EQ(execute(L"/echo").error, DWORD{WINHTTP_ACCESS_TYPE_NAMED_PROXY}) << "used without a port";
+    for (const auto& [host, number, access] : {std::tuple("x", 0u, 3u), {"", 80u, 3u}, {"", 0u, 1u}}) {
+        request.setProxy({.host = host, .port = number});
+        EXPECT_EQ(execute(L"/echo").error, access) << "3: a named proxy, 1: none";
+    }
 }
 
 TEST_F(HttpRequest, ReadsNoMoreThanItsBufferHolds) {

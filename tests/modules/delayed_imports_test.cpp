@@ -44,7 +44,7 @@ TEST(DelayedImports, FailIfMissingAndLoadFromTheSystemFolderOnly) {
     EXPECT_FALSE(paths.empty());
     for (const std::wstring& path : paths)
         EXPECT_TRUE(path.starts_with(std::wstring(system) + L'\\')) << std::string(path.begin(), path.end());
-    EXPECT_EQ(LoadLibraryExASeam::count() + LoadLibraryASeam::count(), 0);
+    EXPECT_EQ(LoadLibraryExASeam::calls + LoadLibraryASeam::calls, 0);
 
     // The next call retries a DLL that was missing. It is loaded once for all of its functions.
     LoadLibraryExWSeam::restore();
@@ -53,7 +53,7 @@ TEST(DelayedImports, FailIfMissingAndLoadFromTheSystemFolderOnly) {
         EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, &key), ERROR_SUCCESS);
         EXPECT_EQ(RegCloseKey(key), ERROR_SUCCESS);
     }
-    EXPECT_EQ(LoadLibraryExWSeam::count(), 1);
+    EXPECT_EQ(LoadLibraryExWSeam::calls, 1);
     testing_support::restoreSeams();
 }
 

@@ -40,6 +40,10 @@ inline std::string readBytes(const std::wstring& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+inline HANDLE openToRead(const std::wstring& path, DWORD share) {
+    return CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+}
+
 /// \brief Returns the path of another file in the folder of this program.
 inline std::wstring besideThisProgram(const std::wstring& name) {
     wchar_t path[MAX_PATH];

@@ -39,8 +39,6 @@ public:
         };
     }
 
-    static int count() { return calls; }
-
     static void restore() {
         fake = nullptr;
         calls = 0;

@@ -39,7 +39,7 @@ TEST(OsVersion, ComesFromRtlGetVersionAndTheRegistry) {
                   std::tie(expected.major, expected.minor, expected.revision, expected.build));
     };
     expectVersion(told = {9, 3, 0, 9600});
-    EXPECT_EQ(RegQueryValueExWSeam::count(), 0);
+    EXPECT_EQ(RegQueryValueExWSeam::calls, 0);
     told = {10, 1, 0, 22621};
     expectVersion({10, 1, 4321, 22621});
     type = REG_SZ;

@@ -1,6 +1,7 @@
 #include "win32/process.h"
 
 #include "support/seam.h"
+#include "win32/system_library.h"
 
 #include <tlhelp32.h>
 
@@ -19,7 +20,7 @@ TEST(Process, RunningModules) {
     self[0] = static_cast<wchar_t>(towupper(self[0]));
     OpenProcessSeam::failWith(ERROR_ACCESS_DENIED);
     EXPECT_TRUE(win32::isModuleRunning(self));
-    EXPECT_EQ(OpenProcessSeam::count(), 1);
+    EXPECT_EQ(OpenProcessSeam::calls, 1);
     for (const std::wstring& name : {std::wstring(path), std::wstring(), self + L"x"})
         EXPECT_FALSE(win32::isModuleRunning(name)) << name;
     Process32NextWSeam::failWith(ERROR_NO_MORE_FILES);
@@ -33,7 +34,12 @@ TEST(Process, RunningModules) {
     testing_support::restoreSeams();
 }
 
-TEST(Process, VariableThatIsTooLongIsEmpty) {
+TEST(Process, NamesAndValuesThatAreTooLong) {
+    const std::size_t longest = MAX_PATH - 1 - GetSystemDirectoryW(nullptr, 0);
+    EXPECT_EQ(win32::loadSystemLibrary(std::wstring(longest, L'x').c_str()), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});
+    EXPECT_EQ(win32::loadSystemLibrary(std::wstring(longest + 1, L'x').c_str()), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
     for (const std::size_t length : {2047u, 2048u}) {
         SetEnvironmentVariableW(L"ZELSYS_TEST", std::wstring(length, L'v').c_str());
         EXPECT_EQ(win32::environmentVariable(L"ZELSYS_TEST").size(), length < 2048 ? length : 0);

@@ -39,8 +39,8 @@ public:
     /// opened or written.
     virtual int save();
 
-    /// \brief Saves like `save()` and reports whether the merge used the contents of the file.
-    /// \param[out] wasRead True if the file existed and was read.
+    /// \brief Saves like `save()`.
+    /// \param[out] wasRead True if the file existed before the call and was read.
     int save(bool& wasRead);
 
     /// \brief Reads the file. Values already in memory take precedence over those of the file.

@@ -59,8 +59,8 @@ public:
 
     /// \brief Cancels the download and waits for its worker, at most 15 seconds.
     ///
-    /// Sets the cancel flag, waits 100 ms, and only then closes the WinHTTP handles. Repeats both every 50 ms
-    /// until the worker has ended, because an exchange that begins clears the flag.
+    /// Sets the cancel flag and, 100 ms later, closes the WinHTTP handles. Repeats both every 50 ms until the
+    /// worker has ended, because an exchange that begins clears the flag.
     /// \return True if the worker has ended; otherwise the object must not be destroyed.
     bool stop();
 

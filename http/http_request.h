@@ -70,9 +70,9 @@ public:
 
     /// \brief Cancels the running exchange and waits for its end. Returns at once if none is running.
     ///
-    /// Sets the cancel flag, waits 100 ms, and only then closes the WinHTTP handles. Repeats both every 50 ms
-    /// until the exchange has ended, because an exchange that begins clears the flag. Must not be called from
-    /// the thread that runs `Execute`.
+    /// Sets the cancel flag and, 100 ms later, closes the WinHTTP handles. Repeats both every 50 ms until the
+    /// exchange has ended, because an exchange that begins clears the flag. Must not be called from the
+    /// thread that runs `Execute`.
     /// \return 0 or a Windows error number.
     std::uint32_t Cancel();
 

@@ -26,8 +26,8 @@ public:
     /// \brief Appends the bytes. The first call opens or creates the file; its folder must exist.
     ///
     /// Under the lock, appends all bytes or none. On a file system without byte locks, appends without the
-    /// lock. After a time-out of 2 s, all calls of this process append without the lock and without waiting,
-    /// until one of them acquires it. Failures of CreateFileW and WriteFile are not reported.
+    /// lock. After a time-out of 2 s, all calls of this process append without lock, wait or truncation,
+    /// until one of them acquires the lock. Failures of CreateFileW and WriteFile are not reported.
     void append(std::string_view bytes);
 
 private:

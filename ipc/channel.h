@@ -72,7 +72,7 @@ public:
     ///         a reply; otherwise the error of the last attempt.
     std::uint32_t sendRequest(const std::string& payload);
 
-    /// \brief Returns the reply to the last request that was sent.
+    /// \brief Returns the reply to the last request made while connected; empty if that failed.
     std::string lastReply() const { return lastReply_; }
 
     /// \brief Stops the listener, waits until the request handler has returned, and closes the pipe.
@@ -109,7 +109,7 @@ private:
     win32::KernelHandle stopEvent_;
     win32::KernelHandle ioEvent_;
     win32::KernelHandle listeningEvent_; ///< Set once `listenError_` is known.
-    std::uint32_t listenError_ = 0;      ///< Result of the listener's first ConnectNamedPipe.
+    std::uint32_t listenError_ = 0;      ///< Result of the listener's first `listen`.
     OVERLAPPED overlapped_{};
     win32::CBaseThread<100> listener_;
     std::wstring mutexName_;

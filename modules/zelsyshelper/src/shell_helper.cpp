@@ -61,7 +61,7 @@ void createShellLink(const wchar_t* target, const wchar_t* linkPath, const wchar
                      uint32_t* error, uint32_t* failedStep) {
     using shell::LinkStep;
     runWithOutcome(error, failedStep, ZELSYSHELPER_LINK_CREATE, [=] {
-        // A null link path takes precedence over an empty target.
+        // A null link path takes precedence over a target that is empty but not null.
         if (target != nullptr && linkPath == nullptr)
             return shell::TLinkOutcome{ERROR_INVALID_PARAMETER, LinkStep::linkPath};
         const auto text = description != nullptr ? std::optional(owned(description)) : std::nullopt;

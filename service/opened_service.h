@@ -11,7 +11,7 @@ inline constexpr DWORD kStopAccess = DELETE | SERVICE_STOP | SERVICE_QUERY_STATU
 
 /// \brief Opens a service through a service manager that is opened with SC_MANAGER_ALL_ACCESS.
 /// \param access Rights for OpenServiceW.
-/// \param[out] service Receives the handle; empty on failure.
+/// \param[in,out] service Receives the handle. Must be empty, and stays empty on failure.
 /// \return 0; `kNoManager` (-1); `kNoService` (-2).
 std::int32_t openService(const wchar_t* name, DWORD access, win32::ServiceHandle& service);
 

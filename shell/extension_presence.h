@@ -8,7 +8,7 @@ inline constexpr std::uint32_t kExtensionListed = 0;
 inline constexpr std::uint32_t kExtensionAbsent = 318;
 inline constexpr std::uint32_t kNoLocalAppData = 1'000'000; ///< The low 16 bits of an HRESULT are added.
 
-/// \brief Checks whether this user's default browser profile lists the suite's extension.
+/// \brief Checks whether this user's default profile of the browser lists the suite's extension.
 ///
 /// Reads the preferences file even while the browser has it open.
 /// \return \ref kExtensionListed; \ref kExtensionAbsent, also if the preferences are missing or cannot be

@@ -35,7 +35,7 @@ public:
     /// Waits for the headers of the reply.
     DWORD receiveResponse();
 
-    /// \brief Appends the next part of the reply's body to `body`; appends nothing at its end.
+    /// \brief Appends the next part of the reply's body to `body`; nothing after the last part.
     DWORD readPart(std::string& body);
 
 private:

@@ -27,7 +27,7 @@ bool convert(const std::string& narrow, std::wstring& wide) {
 }
 
 /// Returns the host of a proxy address. Users also enter a URL: "http://proxy/" becomes "proxy".
-/// \return Empty if the address has no host, or a scheme other than http.
+/// \return Empty if the address has no host, or a "/" without "http://".
 std::wstring proxyHost(const std::string& address) {
     constexpr std::wstring_view kScheme = L"http://";
     std::wstring host = text::utf8ToUtf16(address);
@@ -36,7 +36,7 @@ std::wstring proxyHost(const std::string& address) {
         host.resize(std::min(host.find(L'/'), host.size()));
     }
     if (host.find(L'/') != host.npos)
-        host.clear(); // another scheme: WinHTTP connects to proxies by http only
+        host.clear(); // often another scheme: WinHTTP connects to proxies by http only
     return host;
 }
 
@@ -72,7 +72,7 @@ std::wstring combine(const std::wstring& base, const std::wstring& location) {
 }
 
 /// Points the hop at the target of a redirect.
-/// \return kMalformedUrl if the target is invalid; kUnsupportedScheme if it would leave https.
+/// \return kOk; kMalformedUrl if UrlCombineW fails; kUnsupportedScheme if the target leaves https.
 TransferCode follow(const HopReply& reply, Hop& hop) {
     const std::wstring target = combine(hop.url, reply.location);
     if (target.empty())

@@ -21,7 +21,7 @@ constexpr char kApplication[] = "bench";
 constexpr wchar_t kBarePipe[] = L"\\\\.\\pipe\\zelsyshelper-bench";
 constexpr DWORD kMessage = 4096;
 
-/// Pipe server that echoes the messages of one client until it disconnects, then accepts the next client.
+/// Pipe server that echoes a client's messages until the client disconnects, then accepts the next one.
 class BareServer {
 public:
     BareServer()

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Compiles everything with GCC, as a second compiler; runs clang-tidy over all but the tests. Takes minutes.
+# Compiles the Windows tree with GCC, as a second compiler. Runs clang-tidy over all .cpp files except the
+# tests. Takes minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -23,7 +23,7 @@ mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Ori
 folder=$(mktemp -d)
 running=
 stop() {
-    # Killing the first process of the namespace ends all others in it, and removes its mounts.
+    # Killing unshare kills the namespace's first process, which ends all others in it and removes its mounts.
     [ -z "$running" ] || { kill -KILL "$running" && wait "$running"; } 2>/dev/null || true
     for _ in $(seq 10); do # the last processes of the namespace may still be ending
         rm -rf --one-file-system "$folder" 2>/dev/null && break

@@ -194,7 +194,7 @@ TEST(Events, FourThreads) {
 }
 
 TEST(Events, AtProcessEnd) {
-    sendAppEvent("before", "", "", "", "", "", "", "", "", ""); // starts WinHTTP threads, which exit ends
+    sendAppEvent("before", "", "", "", "", "", "", "", "", ""); // starts WinHTTP threads; exit ends them
     EXPECT_NE(LoadLibraryW(testing_support::besideThisProgram(L"sends_at_end.dll").c_str()), nullptr);
 }
 

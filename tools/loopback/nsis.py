@@ -16,7 +16,7 @@ UNINSTALLER = r"C:\Program Files\Sample Player\uninstall.exe"  # does nothing if
 
 
 def build(folder, version):
-    """Returns the installer of a product whose files differ from version to version."""
+    """Returns the installer of a product whose programs differ from version to version."""
     product = folder / version / "bin"
     product.mkdir(parents=True)
     for source, name in (("first_steps", "player.exe"), ("update_service", "update_service.exe")):

@@ -8,9 +8,7 @@
 #include "win32/file_lock.h"
 #include "win32/owner.h"
 
-#include <atomic>
 #include <chrono>
-#include <functional>
 #include <thread>
 
 #include <process.h>
@@ -205,6 +203,7 @@ TEST_F(Config, SaversUseABestEffortLock) {
     // Another process writes the file between CreateFileW and LockFileEx.
     LockFileExSeam::fake = [&](HANDLE file, DWORD flags, DWORD, DWORD size, DWORD, LPOVERLAPPED place) {
         writeBytes(path, "z=1\n");
+        EXPECT_EQ(place->OffsetHigh, 0x7FFFFFFFu) << "on Windows, readers of locked bytes fail";
         LockFileExSeam::fake = nullptr;
         return LockFileExSeam::real(file, flags, 0, size, 0, place);
     };
@@ -230,9 +229,10 @@ TEST_F(Config, SaversUseABestEffortLock) {
     EXPECT_EQ(locks(longFile, loadLater), 1);
     EXPECT_EQ(locks("", [&] { return fs::FxConfig(path).load(); }), 1);
     ULONGLONG ticks = 0;
-    GetTickCount64Seam::fake = [&] { return ticks += 100; };
+    GetTickCount64Seam::fake = [&] { return ticks; };
+    SleepSeam::fake = [&](DWORD time) { ticks += 100 * time; };
     config.setValue("a", "2");
-    EXPECT_EQ(locks("a=1\n", [&] { return config.save(); }), 20) << "for two seconds";
+    EXPECT_EQ(locks("a=1\n", [&] { return config.save(); }), 1 + 20) << "for two seconds";
     win32::unlockFile(file.get());
 
     // Without locks, a save does not truncate what another saver has written meanwhile.

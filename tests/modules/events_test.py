@@ -98,9 +98,8 @@ class Events(unittest.TestCase):
             with self.subTest(statuses):
                 self.setUp()
                 self.statuses = list(statuses)
-                no_test_host = os.environ | {"SET_TEST_STAT_HOST": "1 "}
                 problem = "HTTP status 400: the" if line == rejected else ""
-                self.send("--name", "n", problem=problem, env=no_test_host)
+                self.send("--name", "n", problem=problem, env=os.environ | {"SET_TEST_STAT_HOST": "1 "})
                 records = self.records()
                 self.assertEqual(len(records), posts)
                 self.assertEqual((records[0], records[0]["test"]), (records[-1], "0"))

@@ -236,12 +236,13 @@ TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
     EXPECT_EQ(world.calls, "open(C:\\);count();");
     world.windows = {L"C:\\windows", L"C:\\users"};
     EXPECT_EQ(retrieve(L"C:\\"), View{});
-    world.sort = {{kStorage, 10}, SORT_ASCENDING};
-    world.group = {kStorage, 4};
-    const std::pair<int, std::uint32_t> modes[] = {{0, 0}, {1, 1}, {6, 7}, {7, 6}, {8, 8}, {9, 0}};
-    for (const auto& [mode, viewCode] : modes) {
-        world.mode = mode;
-        const View expected{.viewCode = viewCode, .sortCode = 10, .groupCode = 21, .sortAscending = false};
+    world.group = {{0xC94FB582, 0x8AE1, 0x4570, {0x83, 0x5B, 0xBC, 0xA2, 0x8F, 0xB9, 0xDE, 0x9B}}, 6};
+    const std::uint32_t cases[][4] = {{0, 0, 5, 0},   {1, 1, 12, 20}, {6, 7, 4, 21},
+                                      {7, 6, 14, 30}, {8, 8, 10, 10}, {9, 0, 10, 10}};
+    for (const auto& [mode, viewCode, property, sortCode] : cases) {
+        world.mode = static_cast<int>(mode);
+        world.sort = {{kStorage, property}, SORT_ASCENDING};
+        const View expected{viewCode, sortCode, 40, false};
         EXPECT_EQ(retrieve(L"c:/WINDOWS"), expected) << "mode " << mode;
     }
     world.sort = {{}, SORT_DESCENDING};
@@ -289,7 +290,6 @@ TEST_F(Com, AssignSetsAllWindowsOfTheFolder) {
     world.windows = {L"C:\\windows"};
     EXPECT_EQ(assign({.viewCode = 6, .sort = {10, false}, .group = {21}}),
               "list();sort(183/10, -1);group(183/4, 0);mode(7, 256);save();refresh();");
-    EXPECT_EQ(assign({.group = {40}}), "list();group(201/6, 1);save();refresh();");
     EXPECT_EQ(assign({.viewCode = 9, .sort = {1}, .group = {11}}), "list();sort(none, 1);save();refresh();");
     const std::string modes[] = {"mode(1, 48)",  "mode(2, 16)",  "mode(3, -1)", "mode(4, -1)",
                                  "mode(5, 128)", "mode(7, 256)", "mode(6, -1)", "mode(8, -1)"};

@@ -1,6 +1,7 @@
 #include "win32/process.h"
 
 #include "support/seam.h"
+#include "win32/path.h"
 #include "win32/system_library.h"
 
 #include <tlhelp32.h>
@@ -35,6 +36,7 @@ TEST(Process, RunningModules) {
 }
 
 TEST(Process, NamesAndValuesThatAreTooLong) {
+    EXPECT_EQ(win32::joinPath(L"C:\\", L"x") + win32::joinPath(L"", L"y"), L"C:\\xy");
     const std::size_t longest = MAX_PATH - 1 - GetSystemDirectoryW(nullptr, 0);
     EXPECT_EQ(win32::loadSystemLibrary(std::wstring(longest, L'x').c_str()), nullptr);
     EXPECT_EQ(GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});

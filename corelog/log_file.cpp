@@ -68,7 +68,8 @@ void LogFile::append(std::string_view bytes) {
     if (!GetFileSizeEx(file_.get(), &found))
         return;
     auto size = static_cast<std::uint64_t>(found.QuadPart);
-    if (!isLockStuck && size > 0 && size + bytes.size() > kLargestLog && size >= nextHandOver)
+    if (lock != win32::LockState::busy && size > 0 && size + bytes.size() > kLargestLog &&
+        size >= nextHandOver)
         size = handOver(size);
     if (lock != win32::LockState::held)
         win32::appendTo(file_.get(), bytes);

@@ -187,7 +187,7 @@ TEST_F(Config, FullDiskLeavesTheOldContents) {
     WriteFileSeam::restore();
     // A file that cannot be truncated: zeros at the end are harmless in a plain file only.
     SetFileInformationByHandleSeam::fake = [&](auto...) {
-        EXPECT_EQ(readBytes(path).ends_with('\0'), readBytes(path).starts_with("a="));
+        EXPECT_EQ(readBytes(path).ends_with('\0'), readBytes(path).starts_with("a=")) << "a plain file";
         return FALSE;
     };
     EXPECT_EQ(enciphered.save(), 100004);
@@ -203,7 +203,7 @@ TEST_F(Config, SaversUseABestEffortLock) {
     // Another process writes the file between CreateFileW and LockFileEx.
     LockFileExSeam::fake = [&](HANDLE file, DWORD flags, DWORD, DWORD size, DWORD, LPOVERLAPPED place) {
         writeBytes(path, "z=1\n");
-        EXPECT_EQ(place->OffsetHigh, 0x7FFFFFFFu) << "on Windows, readers of locked bytes fail";
+        EXPECT_GT(place->OffsetHigh, 1u << 24) << "far behind the data: nobody can read locked bytes";
         LockFileExSeam::fake = nullptr;
         return LockFileExSeam::real(file, flags, 0, size, 0, place);
     };

@@ -91,6 +91,7 @@ TEST_F(Download, SuccessiveDownloadsWithoutAStop) {
         {L"/close/c", {.errorCode = 12152, .errorStage = 14114}, L"c", 0},
         {L"/file/7/a?b", {.errorCode = 123, .errorStage = 70}, L"a", 0},
         {L"/file/7/NUL", {.errorCode = 123, .errorStage = 70}, L"NUL", 0},
+        {L"/file/7/CON", {.errorCode = 123, .errorStage = 70}, L"CON", 0},
         {L"/file/7/", {.errorCode = 87, .errorStage = 70}, L"", 0},
     };
     for (const auto& c : cases) {

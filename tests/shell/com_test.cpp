@@ -237,6 +237,7 @@ TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
     world.windows = {L"C:\\windows", L"C:\\users"};
     EXPECT_EQ(retrieve(L"C:\\"), View{});
     world.group = {{0xC94FB582, 0x8AE1, 0x4570, {0x83, 0x5B, 0xBC, 0xA2, 0x8F, 0xB9, 0xDE, 0x9B}}, 6};
+    // Mode and its code, property of the column and its code.
     const std::uint32_t cases[][4] = {{0, 0, 5, 0},   {1, 1, 12, 20}, {6, 7, 4, 21},
                                       {7, 6, 14, 30}, {8, 8, 10, 10}, {9, 0, 10, 10}};
     for (const auto& [mode, viewCode, property, sortCode] : cases) {

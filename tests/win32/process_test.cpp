@@ -35,7 +35,7 @@ TEST(Process, RunningModules) {
     testing_support::restoreSeams();
 }
 
-TEST(Process, NamesAndValuesThatAreTooLong) {
+TEST(Process, PathsAndLimits) {
     EXPECT_EQ(win32::joinPath(L"C:\\", L"x") + win32::joinPath(L"", L"y"), L"C:\\xy");
     const std::size_t longest = MAX_PATH - 1 - GetSystemDirectoryW(nullptr, 0);
     EXPECT_EQ(win32::loadSystemLibrary(std::wstring(longest, L'x').c_str()), nullptr);

@@ -14,6 +14,7 @@ for _ in 1 2 3; do
         ! grep -q "failed to map the shared user data" "$folder/errors"; then
         break
     fi
+    echo "wine-run.sh: Wine could not start $1" >&2
 done
 cat "$folder/errors" >&2
 exit "$code"

@@ -24,7 +24,7 @@ def command_of(program, *arguments):
     return [WINE, str(program), *texts]
 
 
-def run(program, *arguments, timeout=60, **options):
+def run(program, *arguments, timeout=60, check=False, **options):
     """Runs a Windows program and returns the result of `subprocess.run`, with stdout and stderr as text.
     Fails if one of them, or a log, contains the proxy's password. Paths become Windows paths."""
     for _ in range(3):
@@ -46,6 +46,8 @@ def run(program, *arguments, timeout=60, **options):
     logs = [log.read_text(errors="replace") for log in LOGS.glob("*.log*") if log.is_file()]
     if any(SECRET in text for text in (result.stdout, result.stderr, *logs)):
         raise AssertionError(f"{program} {arguments} reveals the proxy's password")
+    if check and result.returncode != 0:
+        raise AssertionError(f"{program} {arguments} failed: {result}")
     return result
 
 

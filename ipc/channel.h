@@ -109,7 +109,7 @@ private:
     win32::KernelHandle stopEvent_;
     win32::KernelHandle ioEvent_;
     win32::KernelHandle listeningEvent_; ///< Set once `listenError_` is known.
-    std::uint32_t listenError_ = 0;      ///< Result of the listener's first `listen`.
+    std::uint32_t listenError_ = 0;      ///< 0, or why the listener did not begin to listen.
     OVERLAPPED overlapped_{};
     win32::CBaseThread<100> listener_;
     std::wstring mutexName_;

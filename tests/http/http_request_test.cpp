@@ -281,6 +281,9 @@ TEST(OutputFile, AppendsAndReportsFailures) {
     SetFilePointerSeam::fake = [](auto...) { return SetLastError(ERROR_SEEK), INVALID_SET_FILE_POINTER; };
     EXPECT_EQ(file.Write("x", 1), 0u);
     EXPECT_EQ(file.GetLastError(), 25u);
+    WriteFileSeam::restore();
+    SetFilePointerSeam::fake = [](auto...) { return INVALID_SET_FILE_POINTER; };
+    EXPECT_EQ(file.Write("x", 1), 1u) << "a valid offset: 4 GiB - 1";
     testing_support::restoreSeams();
 }
 

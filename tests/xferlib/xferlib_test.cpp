@@ -236,14 +236,20 @@ TEST_F(Xferlib, SecureConnections) {
     EXPECT_EQ(fetch(throughProxy("https://other.example/echo")), rejected) << "another host's certificate";
     for (const char* server : {"UNTRUSTED", "SELFSIGNED", "EXPIRED"})
         EXPECT_EQ(fetch(throughProxy("https://secure.example/echo", server)), rejected) << server;
-    for (const auto fault : std::initializer_list<DWORD>{
-             ERROR_WINHTTP_SECURE_CERT_DATE_INVALID, ERROR_WINHTTP_SECURE_CERT_CN_INVALID,
-             ERROR_WINHTTP_SECURE_INVALID_CA, ERROR_WINHTTP_SECURE_CERT_REV_FAILED,
-             ERROR_WINHTTP_SECURE_INVALID_CERT, ERROR_WINHTTP_SECURE_CERT_REVOKED,
-             ERROR_WINHTTP_SECURE_FAILURE, ERROR_WINHTTP_SECURE_CERT_WRONG_USAGE}) {
-        WinHttpSendRequestSeam::failWith(fault);
-        EXPECT_EQ(fetch({.url = "https://secure.example/"}), Response{.code = 60}) << fault;
-    }
+    const std::pair<std::vector<int>, int> faults[] = {
+        {{ERROR_WINHTTP_SECURE_CERT_DATE_INVALID, ERROR_WINHTTP_SECURE_CERT_CN_INVALID,
+          ERROR_WINHTTP_SECURE_INVALID_CA, ERROR_WINHTTP_SECURE_CERT_REV_FAILED,
+          ERROR_WINHTTP_SECURE_INVALID_CERT, ERROR_WINHTTP_SECURE_CERT_REVOKED, ERROR_WINHTTP_SECURE_FAILURE,
+          ERROR_WINHTTP_SECURE_CERT_WRONG_USAGE},
+         60},
+        {{WSAETIMEDOUT, ERROR_WINHTTP_TIMEOUT}, 28},
+        {{WSAECONNABORTED, WSAECONNRESET, ERROR_WINHTTP_CONNECTION_ERROR}, 56},
+        {{WSAECONNREFUSED, ERROR_WINHTTP_CANNOT_CONNECT}, 7}};
+    for (const auto& [errors, code] : faults)
+        for (const int error : errors) {
+            WinHttpSendRequestSeam::failWith(static_cast<DWORD>(error));
+            EXPECT_EQ(fetch({.url = "https://secure.example/"}), Response{.code = code}) << error;
+        }
 }
 
 TEST_F(Xferlib, AllowsNoTlsBefore12) {

@@ -76,10 +76,7 @@ TEST_F(Logger, NameChangesOnlyAfterALoggerHasReadItsSettings) {
     std::jthread other;
     ReadFileSeam::fake = [&](auto... arguments) {
         if (!other.joinable())
-            other = std::jthread([&] {
-                CoreLog::setSettingsName("Another");
-                isChanged = true;
-            });
+            other = std::jthread([&] { isChanged = (CoreLog::setSettingsName("Another"), true); });
         Sleep(30);
         EXPECT_FALSE(isChanged) << "the logger would mix both names";
         return ReadFileSeam::real(arguments...);

@@ -310,11 +310,9 @@ TEST_F(Config, MethodsOfOneStoreRunOneAtATime) {
         path, {[](auto& store) { store.load(); }, [](auto& store) { store.save(); },
                [](auto& store) { store.setFilePath(L"x"); }, [](auto& store) { store.setValue("b", "2"); },
                [](auto& store) { store.findValue("a"); }, [](auto& store) { store.isModified(); }});
-    expectOneAtATime<fs::FxConfig>(path,
-                                   {[](auto& store) { store.load(); }, [](auto& store) { store.save(); },
-                                    [](auto& store) {
-                                        store.setDefaults({{"c", true}});
-                                    }});
+    expectOneAtATime<fs::FxConfig>(
+        path, {[](auto& store) { store.load(); }, [](auto& store) { store.save(); },
+               [](auto& store) { store.setFilePath(L"x"); }, [](auto& store) { store.setDefaults({}); }});
 }
 
 /// A load locks the store twice: to copy the path and, once it has read the file, to change the values.

@@ -18,6 +18,7 @@
 ZELSYS_SEAM(L"kernel32.dll", ConnectNamedPipe)
 ZELSYS_SEAM(L"kernel32.dll", CreateFileW)
 ZELSYS_SEAM(L"kernel32.dll", CreateMutexW)
+ZELSYS_SEAM(L"kernel32.dll", GetOverlappedResult)
 ZELSYS_SEAM(L"msvcrt.dll", _beginthreadex)
 ZELSYS_SEAM(L"kernel32.dll", WaitForMultipleObjects)
 ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
@@ -183,6 +184,10 @@ TEST_F(Channel, ClientsThatConnectBeforeConnectNamedPipe) {
     WaitForMultipleObjectsSeam::fake = [](auto... wait) {
         WaitForMultipleObjectsSeam::real(wait...);
         return DWORD{WAIT_TIMEOUT};
+    };
+    GetOverlappedResultSeam::fake = [](auto pipe, auto operation, auto count, BOOL waits) {
+        EXPECT_TRUE(waits) << "a cancelled operation may still use the buffers";
+        return GetOverlappedResultSeam::real(pipe, operation, count, waits);
     };
     EXPECT_EQ(server.startServer(), 0u);
     EXPECT_EQ(ask("x"), Answer{.reply = "x"}) << "each operation completes as its time runs out";

@@ -60,7 +60,7 @@ TEST_F(Logger, ThresholdFollowsTheSettingsWithinASecond) {
     logAllLevels();
     EXPECT_TRUE(readBytes(base + L".log").ends_with(" 3  :1 level 3 -1\n")) << "without a settings file";
     const std::map<std::string, int> linesByLevel = {
-        {"Level=7\n", 3}, {"Level=6\n", 2}, {"Level=2\n", 0}, {"level=7\n", 1}, {"Level=nonsense\n", 1}};
+        {"Level=7\n", 3}, {"Level=6a\n", 2}, {"Level=2\n", 0}, {"level=7\n", 1}, {"Level=nonsense\n", 1}};
     for (const auto& [settings, lines] : linesByLevel) {
         clear();
         writeBytes(base + L".cfg", settings);
@@ -211,6 +211,7 @@ TEST(LogFile, OnlyTheEndOfAHugeFileIsCopied) {
     CoreLog::LogFile(path).append("x");
     EXPECT_EQ(std::filesystem::file_size(path), 2 * CoreLog::kLargestLog + 1) << "kept after a partial copy";
     std::filesystem::resize_file(path, 2 * CoreLog::kLargestLog + 262'144);
+    ReadFileSeam::fake = [](auto, auto, auto, DWORD* count, auto) { return *count = 0, TRUE; };
     CoreLog::LogFile(path).append("x");
     EXPECT_EQ(std::filesystem::file_size(path), 1u) << "the disk must not fill up";
     ReadFileSeam::restore();

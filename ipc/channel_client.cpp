@@ -2,6 +2,8 @@
 
 #include "ipc/message_format.h"
 
+#include <algorithm>
+
 namespace ipc {
 namespace {
 
@@ -96,8 +98,8 @@ std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payl
             return 0;
         }
         isConnected_ = error != ERROR_SEM_TIMEOUT;
-        if (!isConnected_ || remaining(deadline) == 0 ||
-            WaitForSingleObject(stopEvent_.get(), kAttemptPause) == WAIT_OBJECT_0)
+        const DWORD pause = std::min(kAttemptPause, remaining(deadline));
+        if (!isConnected_ || pause == 0 || WaitForSingleObject(stopEvent_.get(), pause) == WAIT_OBJECT_0)
             return error;
     }
     return error;

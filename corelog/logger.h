@@ -21,7 +21,8 @@ public:
     /// Destroys the logger.
     virtual void release() = 0;
 
-    /// Returns the highest level that is written. Levels: 3 failure, 6 argument dumps, 7 routine success.
+    /// Returns the highest level that is written. Levels: 3 failure, 6 argument dumps, 7 success and
+    /// transport codes.
     virtual std::int32_t threshold() const = 0;
 
     /// Appends one line. Ignores failures: logging must not make an operation fail.

@@ -471,7 +471,7 @@ ZELSYSHELPER_API uint64_t isServicePresent(const wchar_t* name);
  * Starts the suite's update service. Waits first for a pending stop, indefinitely if the service never stops,
  * and then while the start makes progress.
  *
- * \return 0 if the service was running or has been started; this does not mean that it reached the running
+ * \return 0 if the service was running or paused, or has been started, even if it did not reach the running
  *         state. Otherwise a code or a Windows error number.
  * \since 1.0
  */
@@ -668,8 +668,8 @@ ZELSYSHELPER_API uint64_t zelChromeExtWasDeleted(void);
  * exits if the result is 1.
  *
  * Normally takes milliseconds. Blocks for up to 16 seconds: 6 while the running instance handles another
- * client, and 5 for each of two requests that it does not answer. Opening the pipe by the computer's name is
- * not part of this bound: it takes as long as the network stack blocks.
+ * client, and 5 for the reply to each of two requests. Opening the pipe by the computer's name is not part of
+ * this bound: it takes as long as the network stack blocks.
  *
  * Names are machine-wide: an instance in another user's session counts, although its window cannot be raised.
  * To run one instance per session, make the session's number part of the name. Any process of this machine,

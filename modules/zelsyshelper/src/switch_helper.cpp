@@ -11,8 +11,8 @@
 
 namespace {
 
-/// Held for a whole call: all switch files share one store, and interleaved calls would write a switch into
-/// the wrong file.
+/// Held for the whole access to a file: all switch files share one store, and interleaved calls would write a
+/// switch into the wrong file.
 sys::Mutex switchMutex;
 
 fs::FxConfig& switchStore() {

@@ -17,7 +17,7 @@ using ProblemReport = std::function<void(const std::string& problem)>;
 /// \brief Finds a known folder of the user.
 ///
 /// Loads SHGetKnownFolderPath at run time, so that the DLL also loads on systems without the function.
-/// \return The folder without a trailing backslash; empty on any failure.
+/// \return The folder without a trailing backslash; empty if it cannot be found.
 std::wstring knownFolder(KnownFolder folder, const ProblemReport& report);
 
 /// \brief Returns the settings folder of the suite, \ref kBrandFolder in the roaming data. Creates it if it

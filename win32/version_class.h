@@ -13,7 +13,7 @@ struct TOsVersion {
 };
 
 inline constexpr std::int32_t kClassWindows10 = 120;
-inline constexpr std::int32_t kClassWindows10Updated = 130; ///< Depends on the revision, not on the build.
+inline constexpr std::int32_t kClassWindows10Updated = 130; ///< From revision 10001 on, below build 22000.
 inline constexpr std::int32_t kClassWindows11 = 140;
 
 /// \brief Returns the class of a version, a number that the suite compares; 0 for an unknown version.

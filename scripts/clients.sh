@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the Node.js example under Wine against servers on loopback. Downloads Node.js for Windows and koffi by
+# Runs the Node.js example under Wine against a server on loopback. Downloads Node.js for Windows and koffi by
 # npm into build/clients. Exits with an error if a check fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."

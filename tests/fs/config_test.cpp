@@ -203,7 +203,7 @@ TEST_F(Config, SaversUseABestEffortLock) {
     // Another process writes the file between CreateFileW and LockFileEx.
     LockFileExSeam::fake = [&](HANDLE file, DWORD flags, DWORD, DWORD size, DWORD, LPOVERLAPPED place) {
         writeBytes(path, "z=1\n");
-        EXPECT_GT(place->OffsetHigh, 1u << 24) << "far behind the data: nobody can read locked bytes";
+        EXPECT_GT(place->OffsetHigh, 1u << 24) << "far beyond the end: no other handle can read locked bytes";
         LockFileExSeam::fake = nullptr;
         return LockFileExSeam::real(file, flags, 0, size, 0, place);
     };

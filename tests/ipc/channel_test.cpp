@@ -31,7 +31,7 @@ using ipc::CInterprocessCommunicationWin;
 const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-channel-test";
 
 std::atomic<DWORD> speed = 1; ///< Divides the time-outs of waits for I/O.
-std::atomic<int> pauses = 0;  ///< Number of pauses between attempts. Each is shortened to a tenth.
+std::atomic<int> pauses = 0;  ///< Number of pauses after attempts. Each is shortened to a tenth.
 
 /// Must be called before a listener starts, because its thread uses the seams.
 void watchWaits() {

@@ -1,5 +1,5 @@
-// The heap of the DLL and the tests in the hardened build. A block ends at the end of its last page. The next
-// page is not accessible, and a freed block stays inaccessible until kKept others have been freed.
+// The heap of the DLL and the tests in the hardened build. A block, rounded up to kAlignment, ends with its
+// last page. The next page is not accessible, and a freed block stays so until kKept others have been freed.
 
 #include <atomic>
 #include <cstdint>

@@ -61,7 +61,8 @@ public:
     /// \brief Counts a call of a substitute. Returns true if this call must fail.
     static bool shouldFail();
 
-    /// \brief Returns the name of the function whose call has failed since `failAt`; null for none.
+    /// \brief Returns the function whose call has failed since `failAt`: its name, or "an allocation" for a
+    /// substitute; null for none.
     const char* failed() const;
 
 private:

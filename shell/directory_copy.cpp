@@ -146,13 +146,13 @@ public:
 
 private:
     /// Returns true if copying a folder would never end: it is the destination, or a link whose target is an
-    /// ancestor of the link or contains the copies.
+    /// ancestor of the link, contains the copies or lies in them.
     bool isEndless(const std::wstring& folder, bool isLink) const {
         if (!isLink)
             return isDestinationInside_ && isSameFolder(destination_, folder);
         const auto isFolder = [&](const std::wstring* other) { return isSameFolder(*other, folder); };
         return std::ranges::any_of(walked_, isFolder) || holds(folder, *walked_.front()) ||
-               holds(folder, destination_);
+               holds(folder, destination_) || holds(destination_, folder);
     }
 
     const std::wstring destination_;

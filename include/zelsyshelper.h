@@ -379,7 +379,7 @@ ZELSYSHELPER_API void enableFx(const wchar_t* file, const char* switchName, uint
 
 /**
  * Empties a switch file. Does not create a missing file. A file that another program holds open for longer
- * than 250 ms is left unchanged. Also waits while another thread is in enableFx().
+ * than 250 ms is left unchanged. Also waits while another thread is in this function or in enableFx().
  *
  * \param file The file's name, as for enableFx().
  * \since 1.0

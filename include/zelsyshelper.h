@@ -634,8 +634,8 @@ ZELSYSHELPER_API void createShellLink(const wchar_t* target, const wchar_t* link
  * Changes nothing and counts one failure if a path is blank, or if the destination is the root of a drive or
  * share, is the source or contains the source. Removes links to folders in the destination and does not
  * follow them. Copies links in the source as the folders to which they lead; a link to its own ancestor, or
- * to a folder that contains the copies or lies in them, counts as a failure. Blocks for the whole copy; no
- * other thread or process may change the two folders meanwhile. Concurrent calls mix their counts.
+ * to a folder that contains its copy, counts as a failure. Blocks for the whole copy; no other thread or
+ * process may change the two folders meanwhile. Concurrent calls mix their counts.
  *
  * \return The number of failures (32-bit unsigned).
  * \since 1.0

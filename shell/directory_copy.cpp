@@ -136,7 +136,7 @@ public:
                 fail(L"create directory", GetLastError());
             if (isCutAstray(from))
                 fail(L"copy", ERROR_FILENAME_EXCED_RANGE);
-            else if (isEndless(from, listing.isLink()))
+            else if (isEndless(from, listing.isLink(), to))
                 fail(L"copy", ERROR_CANT_RESOLVE_FILENAME);
             else
                 copy(from, to);
@@ -146,13 +146,12 @@ public:
 
 private:
     /// Returns true if copying a folder would never end: it is the destination, or a link whose target is an
-    /// ancestor of the link, contains the copies or lies in them.
-    bool isEndless(const std::wstring& folder, bool isLink) const {
+    /// ancestor of the link or contains its copy `to`.
+    bool isEndless(const std::wstring& folder, bool isLink, const std::wstring& to) const {
         if (!isLink)
             return isDestinationInside_ && isSameFolder(destination_, folder);
         const auto isFolder = [&](const std::wstring* other) { return isSameFolder(*other, folder); };
-        return std::ranges::any_of(walked_, isFolder) || holds(folder, *walked_.front()) ||
-               holds(folder, destination_) || holds(destination_, folder);
+        return std::ranges::any_of(walked_, isFolder) || holds(folder, *walked_.front()) || holds(folder, to);
     }
 
     const std::wstring destination_;

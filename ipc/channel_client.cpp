@@ -2,8 +2,6 @@
 
 #include "ipc/message_format.h"
 
-#include <algorithm>
-
 namespace ipc {
 namespace {
 
@@ -98,8 +96,8 @@ std::uint32_t CInterprocessCommunicationWin::sendRequest(const std::string& payl
             return 0;
         }
         isConnected_ = error != ERROR_SEM_TIMEOUT;
-        const DWORD pause = std::min(kAttemptPause, remaining(deadline));
-        if (!isConnected_ || pause == 0 || WaitForSingleObject(stopEvent_.get(), pause) == WAIT_OBJECT_0)
+        if (!isConnected_ || remaining(deadline) < kAttemptPause ||
+            WaitForSingleObject(stopEvent_.get(), kAttemptPause) == WAIT_OBJECT_0)
             return error;
     }
     return error;

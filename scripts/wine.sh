@@ -9,8 +9,8 @@
 # needs.
 WINE=$(dpkg -L wine64 | grep 'lib/wine/wine64$')
 export WINE
-# Shows no messages of Wine except those of a program that does not start, which tools/loopback/prefix.py
-# and others search for.
+# Shows no messages of Wine except those of a program that does not start, which wine-run.sh and
+# tools/loopback/prefix.py search for.
 export WINEDEBUG=${WINEDEBUG:--all,err+virtual}
 # Without the debugger, a crash ends the program at once. Without the menu builder, Wine writes no menu
 # entries into the user's home for each link.

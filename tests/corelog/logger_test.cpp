@@ -8,7 +8,6 @@
 #include <process.h>
 
 #include <algorithm>
-#include <atomic>
 #include <map>
 #include <sstream>
 #include <thread>

@@ -57,7 +57,7 @@ bool configure(HINTERNET request, const Hop& hop, const Deadline& deadline) {
     // ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED. Best effort: older systems lack the option.
     WinHttpSetOption(request, WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
     const int time = deadline.remaining();
-    // The caller follows redirects: it enforces the deadline, the limit and the rule on https.
+    // The caller follows redirects: it enforces the limit and the rule on https.
     return WinHttpSetTimeouts(request, time, std::min(time, hop.connectTimeout), time, time) &&
            setOption(request, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, static_cast<DWORD>(time)) &&
            setOption(request, WINHTTP_OPTION_DISABLE_FEATURE,
@@ -94,7 +94,7 @@ bool isEncrypted(HINTERNET request) {
 }
 
 /// Prepares a request that was answered with 407 for its next send with the proxy's credentials.
-/// \return kReceiveFailed if the credentials must not be sent, or not again.
+/// \return kReceiveFailed if no credentials may or can be sent; otherwise the result of reading the body.
 TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
     // WinHTTP attributes every 407 to the proxy. Inside a tunnel a 407 comes from the host, which would
     // receive the credentials. The body of a final 407 is not read: callers would mistake it for the host's

@@ -32,7 +32,7 @@ public:
         std::wstring location;
         std::wstring cookies;                      ///< All Set-Cookie headers, separated by CR LF.
         std::uint32_t statusCode = HTTP_STATUS_OK; ///< Stays 200 without a status line.
-        /// The Content-Length plus the number of body bytes received.
+        /// The Content-Length plus the number of body bytes written to the output.
         std::int64_t length = 0;
     };
 

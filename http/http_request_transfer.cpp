@@ -137,7 +137,7 @@ void CHttpRequest::download(Exchange& exchange) {
 bool CHttpRequest::writeOutput(Exchange& exchange, std::uint32_t count) {
     const std::uint32_t written = exchange.output->Write(exchange.buffer.data(), count);
     progress_.access([&](TProgress& progress) { progress.downloaded += written; });
-    // Callers depend on this sum of announced and received bytes.
+    // Callers depend on this sum of announced and written bytes.
     response_.access([&](_TResponseData& response) {
         response.length = static_cast<std::int64_t>(static_cast<std::uint64_t>(response.length) + written);
     });

@@ -44,7 +44,7 @@ bool isControl(std::uint8_t byte) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-/// Returns true for a character that a URL contains unencoded.
+/// Returns true for a character that `percentEncode` copies.
 bool isUnreserved(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
            c == '.' || c == '_' || c == '~';

@@ -24,8 +24,8 @@ TProxySettings proxySettings(const fs::CConfig& section);
 /// \brief Returns the user's country code.
 ///
 /// If `section` does not contain it, queries the country-lookup host through the proxy of `section`, which
-/// blocks for up to 16 seconds. Stores the reply in `section`, in memory only.
-/// \return Empty if the query fails. The next call repeats it.
+/// blocks for up to 16 seconds. Stores the reply in `section`, in memory only, whatever its HTTP status.
+/// \return Empty if the transfer fails. The next call repeats it.
 std::string location(fs::CConfig& section);
 
 } // namespace stats

@@ -33,8 +33,9 @@ public:
     /// \brief Merges the changed keys into the current contents of the file and writes the result.
     ///
     /// Without changed keys, does not access the disk. A file that can be written but not read counts as
-    /// empty, so its other keys are lost. If the file cannot be opened or written, its contents stay, and the
-    /// changes are kept for a later `save`. Waits up to 2 s for another process that saves the same file.
+    /// empty, so its other keys are lost. If the file cannot be opened or written, the changes are kept for a
+    /// later `save`, and a readable file keeps its contents. Waits up to 2 s for another process that saves
+    /// the same file.
     /// \return 0; `kStatusNoFile` (100002) without a path; `kStatusFileFailed` (100004) if the file cannot be
     /// opened or written.
     virtual int save();

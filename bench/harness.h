@@ -78,7 +78,7 @@ void require(bool holds, const std::string& what);
 /// Keeps the compiler from removing the computation of a value.
 void keep(const void* value);
 
-/// Returns an environment variable that scripts/bench.sh sets. Ends the program if it is missing.
+/// Returns an environment variable that bench/run.py sets. Ends the program if it is missing.
 std::wstring setting(const wchar_t* name);
 
 } // namespace bench

@@ -86,7 +86,7 @@ def draw_growth(points, folder):
 
 
 def draw_ratios(rows, path):
-    """Draws one bar for each row of the results: our time as a multiple of the limit's, or of the best
+    """Draws one bar for each row with a ratio: our time as a multiple of the limit's, or of the best
     alternative's if there is no limit."""
     bars = []
     for name, _, _, _, to_limit, to_alternative, *_ in rows:

@@ -5,7 +5,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/reference.cmake)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelsyshelper-config-version.cmake
     VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
 
-# Builds the contents of the package, without tests and examples.
+# Builds binaries and reference for the package, no tests or examples.
 add_custom_target(shipped DEPENDS zelsyshelper zelsyshelper-host msvc_library reference)
 
 install(FILES $<TARGET_FILE:zelsyshelper> $<TARGET_FILE:zelsyshelper-host> DESTINATION bin)

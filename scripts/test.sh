@@ -2,7 +2,7 @@
 # Builds everything and runs all tests:
 #   - each fuzzer for 10 seconds, and the pure logic natively, both with sanitizers;
 #   - the tests under Wine, with the shipped build and with the hardened one;
-#   - the short soak.
+#   - the short soak, unless there are arguments.
 # Arguments go to ctest and select tests under Wine, for instance: scripts/test.sh -R events
 #   --quick   first argument: runs only the tests under Wine, with the shipped build, and keeps their prefix
 # Set WINEPREFIX only to a prefix that is for tests: they change its settings and end its programs.

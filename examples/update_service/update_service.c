@@ -1,7 +1,7 @@
 /*
  * A stand-in for the suite's update service. It only starts and stops.
  *
- * If the file "<program>.mode" is beside it, the first line selects a behaviour to test against:
+ * If the file "update_service.exe.mode" is beside it, the first line selects a behaviour to test against:
  *   slow     takes three steps of half a second to start
  *   stuck    stays in SERVICE_STOP_PENDING after a stop
  *   refuse   does not accept a stop

@@ -33,7 +33,7 @@ class Shell(unittest.TestCase):
         return sorted(str(path.relative_to(root)) for path in root.rglob("*"))
 
     def copy(self, source=None, destination=None):
-        """Copies a tree and returns the printed lines. Checks exit code and the count in the last line."""
+        """Copies a tree and returns the printed errors. Checks exit code and the count in the last line."""
         result = prefix.host("copy-dir", source or self.source, destination or self.destination)
         *lines, count = result.stdout.splitlines()
         self.assertEqual((int(count.split()[0]), result.returncode), (len(lines), int(bool(lines))), result)

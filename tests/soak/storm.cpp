@@ -1,5 +1,5 @@
 // The program of soak.py. Mode "storm" calls every export at random on many threads. The other modes repeat
-// one call or serve; soak.py runs several at once or kills them. Loads the library as an application does.
+// calls or serve; soak.py runs several at once or kills them. Loads the library as an application does.
 
 #include "ipc/channel.h"
 #include "ipc/channel_names.h"
@@ -73,7 +73,7 @@ void ready() {
     static_cast<void>(std::getchar());
 }
 
-/// Repeatedly sets one key and reads it and another process's key. Never returns if `count` is 0.
+/// Repeatedly sets `key` and reads it and, in turn, k0 to k7. Never returns if `count` is 0.
 int set(const std::wstring& file, const std::string& key, unsigned count) {
     unsigned lost = 0, absent = 0, half = 0;
     ready();

@@ -12,9 +12,9 @@ namespace host {
 
 using Arguments = std::vector<std::wstring>;
 
-/// An option of a command.
+/// An option of a command or of the program.
 struct Option {
-    std::wstring_view name; ///< With its two dashes.
+    std::wstring_view name; ///< With its dashes or slash.
     bool takesValue;
 };
 

@@ -66,7 +66,7 @@ def trust(authority):
 
 
 def set_proxy(port, **more):
-    """Directs the library's events to a proxy on loopback; `more` are further keys of the settings file."""
+    """Directs the library's events to a proxy on loopback; `more` adds or replaces keys of the settings."""
     SETTINGS.mkdir(exist_ok=True)
     keys = {
         "ProxyType": 1,

@@ -120,7 +120,7 @@ class Server(ThreadingHTTPServer):
     """
 
     daemon_threads = True
-    request_queue_size = 256  # many clients connect at once; a full queue refuses them
+    request_queue_size = 256  # many clients connect at once; a full queue delays them
 
     def __init__(self, answer, pem=None, proxy_authorization=None):
         super().__init__(("127.0.0.1", 0), _Handler)

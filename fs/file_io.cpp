@@ -224,7 +224,8 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
     // Without the lock, another saver may have written longer contents meanwhile. Truncating would cut them.
     if (contents.size() >= oldSize || (!isLocked_ && !isUnchanged(bytes)))
         return 0;
-    if (!win32::setFileSize(file_.get(), contents.size()) && form == FileForm::enciphered) {
+    // Padding may stay. The end of the old contents may not: it would bring removed keys back.
+    if (!win32::setFileSize(file_.get(), contents.size()) && padded.empty()) {
         win32::writeAt(file_.get(), 0, old);
         return kStatusFileFailed;
     }

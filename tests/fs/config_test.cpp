@@ -185,7 +185,8 @@ TEST_F(Config, FullDiskLeavesTheOldContents) {
     EXPECT_EQ(plain.save(), 100004);
     EXPECT_LT(WriteFileSeam::calls, 10);
     WriteFileSeam::restore();
-    // A file that cannot be truncated: zeros at the end are harmless in a plain file only.
+    // A file that cannot be truncated: zeros at the end are harmless in a plain file only. One above 16 MiB
+    // gets none.
     SetFileInformationByHandleSeam::fake = [&](auto...) {
         EXPECT_EQ(readBytes(path).ends_with('\0'), readBytes(path).starts_with("a=")) << "a plain file";
         return FALSE;
@@ -195,6 +196,11 @@ TEST_F(Config, FullDiskLeavesTheOldContents) {
     writeBytes(path, "a=longest of all\nb=123456\n");
     EXPECT_EQ(plain.save(), 0) << "the failed save kept the change";
     EXPECT_EQ(readBytes(path), "a=longer\nb=123456\n" + std::string(8, '\0'));
+    const std::string huge = "b=" + std::string(17 << 20, 'v') + "\n";
+    writeBytes(path, huge);
+    plain.setValue("b", "1");
+    EXPECT_EQ(plain.save(), 100004);
+    EXPECT_TRUE(readBytes(path) == huge) << "too long to print";
 }
 
 TEST_F(Config, SaversUseABestEffortLock) {

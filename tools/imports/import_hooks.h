@@ -62,7 +62,7 @@ public:
     static bool shouldFail();
 
     /// \brief Returns the function whose call has failed since `failAt`: its name, or "an allocation" for a
-    /// substitute; null for none.
+    /// substitute; null for none. Takes no lock, so that a crash handler can call it.
     const char* failed() const;
 
 private:
@@ -79,7 +79,7 @@ private:
     Rule rule_;
     std::vector<Substitute> substitutes_;
     Thunk* thunks_;
-    mutable std::mutex mutex_; ///< Guards the list: the DLL looks functions up on several threads.
+    mutable std::mutex mutex_; ///< Guards additions: the DLL looks functions up on several threads.
     std::vector<Entry> entries_;
 };
 

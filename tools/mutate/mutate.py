@@ -31,7 +31,7 @@ PROGRAMS = {
     "fs": "fs_test|exports_test|stat_test",
     "http": DOWNLOADS,
     "io": DOWNLOADS,
-    "ipc": "ipc_test|pure_test",
+    "ipc": "ipc_test",
     "modules": "exports_test|gcc_runtime_test|delayed_imports_test|shell_test|download_test|events_test",
     "service": "service_test|host_test",
     "shell": "com_test|shell_test",

@@ -2,6 +2,7 @@
 
 #include "bench/benchmarks.h"
 #include "bench/harness.h"
+#include "sys/signal.h"
 #include "text/escape.h"
 #include "ui/common/stat/event_record.h"
 #include "win32/winhttp_handle.h"
@@ -22,16 +23,30 @@ constexpr int kEvents = 10;
 constexpr wchar_t kHost[] = L"statistics.quenlith.example";
 constexpr wchar_t kHeaders[] = L"Content-Type: application/x-www-form-urlencoded";
 
-WinHttpHandle openSession(const wchar_t* portSetting) {
+constexpr std::size_t kPartSize = 4096;
+constexpr ULONGLONG kDeadline = 15'000; // milliseconds
+
+WinHttpHandle openSession(const wchar_t* portSetting, DWORD flags = 0) {
     const std::wstring proxy = L"127.0.0.1:" + bench::setting(portSetting);
-    return WinHttpHandle(
-        WinHttpOpen(L"bench", WINHTTP_ACCESS_TYPE_NAMED_PROXY, proxy.c_str(), WINHTTP_NO_PROXY_BYPASS, 0));
+    return WinHttpHandle(WinHttpOpen(L"bench", WINHTTP_ACCESS_TYPE_NAMED_PROXY, proxy.c_str(),
+                                     WINHTTP_NO_PROXY_BYPASS, flags));
+}
+
+WinHttpHandle openPost(HINTERNET connection) {
+    return WinHttpHandle(WinHttpOpenRequest(connection, L"POST", L"/AddEventJSONString.php", nullptr,
+                                            WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+                                            WINHTTP_FLAG_SECURE));
+}
+
+bool wasAccepted(HINTERNET request) {
+    DWORD status = 0, length = sizeof status;
+    return WinHttpQueryHeaders(request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
+                               WINHTTP_HEADER_NAME_BY_INDEX, &status, &length, WINHTTP_NO_HEADER_INDEX) &&
+           status == 200;
 }
 
 bool post(HINTERNET connection, std::string body, bool keepsConnection) {
-    const WinHttpHandle request(WinHttpOpenRequest(connection, L"POST", L"/AddEventJSONString.php", nullptr,
-                                                   WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
-                                                   WINHTTP_FLAG_SECURE));
+    const WinHttpHandle request = openPost(connection);
     DWORD feature = WINHTTP_DISABLE_KEEP_ALIVE;
     if (!request || (!keepsConnection && !WinHttpSetOption(request.get(), WINHTTP_OPTION_DISABLE_FEATURE,
                                                            &feature, sizeof feature)))
@@ -40,14 +55,64 @@ bool post(HINTERNET connection, std::string body, bool keepsConnection) {
     if (!WinHttpSendRequest(request.get(), kHeaders, static_cast<DWORD>(-1), body.data(), size, size, 0) ||
         !WinHttpReceiveResponse(request.get(), nullptr))
         return false;
-    char part[4096];
+    char part[kPartSize];
     for (DWORD count = 1; count != 0;)
         if (!WinHttpReadData(request.get(), part, sizeof part, &count))
             return false;
-    DWORD status = 0, length = sizeof status;
-    return WinHttpQueryHeaders(request.get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
-                               WINHTTP_HEADER_NAME_BY_INDEX, &status, &length, WINHTTP_NO_HEADER_INDEX) &&
-           status == 200;
+    return wasAccepted(request.get());
+}
+
+struct AsyncPost {
+    char part[kPartSize];
+    bool isGood = false;
+    sys::Signal over, closed;
+};
+
+/// Starts the next step in WinHTTP's thread: no asynchronous request can have fewer thread switches.
+void CALLBACK onStatus(HINTERNET request, DWORD_PTR context, DWORD status, void*, DWORD length) {
+    if (context == 0)
+        return;
+    AsyncPost& post = *reinterpret_cast<AsyncPost*>(context);
+    BOOL goesOn = FALSE;
+    switch (status) {
+    case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
+        goesOn = WinHttpReceiveResponse(request, nullptr);
+        break;
+    case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
+        post.isGood = length == 0;
+        if (post.isGood)
+            break;
+        [[fallthrough]];
+    case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
+        goesOn = WinHttpReadData(request, post.part, sizeof post.part, nullptr);
+        break;
+    case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
+        break;
+    case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
+        post.closed.set();
+        return;
+    default:
+        return;
+    }
+    if (!goesOn)
+        post.over.set();
+}
+
+bool postAsynchronously(HINTERNET connection, std::string body) {
+    AsyncPost state;
+    auto context = reinterpret_cast<DWORD_PTR>(&state);
+    WinHttpHandle request = openPost(connection);
+    const auto size = static_cast<DWORD>(body.size());
+    if (!request || !WinHttpSetOption(request.get(), WINHTTP_OPTION_CONTEXT_VALUE, &context, sizeof context))
+        return false;
+    WinHttpSetStatusCallback(request.get(), onStatus,
+                             WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES, 0);
+    const bool isGood = WinHttpSendRequest(request.get(), kHeaders, static_cast<DWORD>(-1), body.data(), size,
+                                           size, context) &&
+                        state.over.wait(kDeadline) && state.isGood && wasAccepted(request.get());
+    request.reset();
+    bench::require(state.closed.wait(kDeadline), "WinHTTP did not close a request");
+    return isGood;
 }
 
 /// Returns the body of our events, so that all contenders send the same amount.
@@ -59,13 +124,23 @@ std::string sampleBody() {
     return "data=" + text::percentEncode(record.body());
 }
 
-bool postAllOnOneSession() {
-    static const WinHttpHandle session = openSession(L"BENCH_PORT_EVENTS");
+bool postAll(const WinHttpHandle& session, bool (*postOne)(HINTERNET connection)) {
     const WinHttpHandle connection(WinHttpConnect(session.get(), kHost, INTERNET_DEFAULT_HTTPS_PORT, 0));
     bool isGood = static_cast<bool>(connection);
     for (int i = 0; i < kEvents && isGood; ++i)
-        isGood = post(connection.get(), sampleBody(), true);
+        isGood = postOne(connection.get());
     return isGood;
+}
+
+bool postAllOnOneSession() {
+    static const WinHttpHandle session = openSession(L"BENCH_PORT_EVENTS");
+    return postAll(session, [](HINTERNET connection) { return post(connection, sampleBody(), true); });
+}
+
+bool postAllAsynchronously() {
+    static const WinHttpHandle session = openSession(L"BENCH_PORT_EVENTS", WINHTTP_FLAG_ASYNC);
+    return postAll(session,
+                   [](HINTERNET connection) { return postAsynchronously(connection, sampleBody()); });
 }
 
 /// Opens a new connection for each event. Windows closes the connections of a session with its handle. Wine
@@ -110,6 +185,7 @@ void benchEvents() {
                     .ours = {"sendAppEvent", sendAll},
                     .limit = bench::Contender{"WinHTTP, one session", postAllOnOneSession},
                     .alternatives = {{"WinHTTP, a session each", postEachOnItsOwnSession}},
+                    .references = {{"WinHTTP, one asynchronous session", postAllAsynchronously}},
                     .goal = {.mostToLimit = 1.2, .mostToAlternative = 0.5},
                     .seconds = 10});
 }

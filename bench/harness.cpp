@@ -34,9 +34,11 @@ struct Lane {
     bool calibrate() {
         if (!runBatch())
             return false;
-        while (!contender->prepare && runBatch() &&
-               times.back() * static_cast<double>(batch) < kShortestBatch)
+        while (!contender->prepare && times.back() * static_cast<double>(batch) < kShortestBatch) {
             batch *= 2;
+            if (!runBatch())
+                return false;
+        }
         times.clear();
         return true;
     }
@@ -74,7 +76,8 @@ std::string goalText(const Goal& goal, double bytes) {
     return text;
 }
 
-/// Calibrates the contenders: ours, the limit if there is one, and the alternatives that work here.
+/// Calibrates the contenders: ours, the limit if there is one, the alternatives that work here, and the
+/// references.
 std::vector<Lane> lanesOf(const Path& path) {
     std::vector<Lane> lanes{{&path.ours}};
     if (path.limit)
@@ -82,11 +85,15 @@ std::vector<Lane> lanesOf(const Path& path) {
     const std::size_t firstAlternative = lanes.size();
     for (const Contender& alternative : path.alternatives)
         lanes.push_back({&alternative});
+    const std::size_t firstReference = lanes.size();
+    for (const Contender& reference : path.references)
+        lanes.push_back({&reference});
 
     for (std::size_t i = lanes.size(); i-- > 0;) {
         if (lanes[i].calibrate())
             continue;
-        require(i >= firstAlternative, path.name + ": " + lanes[i].contender->name + " does not work");
+        require(i >= firstAlternative && i < firstReference,
+                path.name + ": " + lanes[i].contender->name + " does not work");
         printDetail(path.name, lanes[i].contender->name, "does not work here");
         lanes.erase(lanes.begin() + static_cast<std::ptrdiff_t>(i));
     }
@@ -111,6 +118,7 @@ std::vector<std::size_t> randomOrder(std::size_t count) {
 void measure(const Path& path) {
     std::vector<Lane> lanes = lanesOf(path);
     const std::size_t firstAlternative = path.limit ? 2 : 1;
+    const std::size_t firstReference = lanes.size() - path.references.size();
     const double end = now() + path.seconds;
     for (std::size_t round = 0; round < kFewestRounds || (now() < end && round < kMostRounds); ++round)
         runRound(path, lanes);
@@ -127,9 +135,10 @@ void measure(const Path& path) {
         row.toLimit = ratio(ours, lanes[1]);
         isMet = isMet && (path.goal.mostToLimit <= 0 || row.toLimit.median <= path.goal.mostToLimit);
     }
-    if (lanes.size() > firstAlternative) {
+    if (firstReference > firstAlternative) {
         const auto best = std::min_element(
-            lanes.begin() + static_cast<std::ptrdiff_t>(firstAlternative), lanes.end(),
+            lanes.begin() + static_cast<std::ptrdiff_t>(firstAlternative),
+            lanes.begin() + static_cast<std::ptrdiff_t>(firstReference),
             [](const Lane& left, const Lane& right) { return left.typical() < right.typical(); });
         row.alternative = amount(best->typical(), path.bytes) + " (" + best->contender->name + ")";
         row.toAlternative = ratio(ours, *best);

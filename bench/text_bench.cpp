@@ -47,35 +47,36 @@ void fragmentHeap() {
     }
 }
 
+/// \param makeString Must outlive the contender. Returns the string that a call makes.
+template <class Call>
+bench::Contender contender(const char* name, const Call& makeString) {
+    return {name, [&makeString] {
+                const auto result = makeString();
+                bench::keep(result.data());
+                return !result.empty();
+            }};
+}
+
 void compare(const std::string& name, const std::string& narrow, double mostToAlternative) {
     const std::wstring wide = windowsWide(narrow);
     bench::require(!wide.empty() && text::utf8ToUtf16(narrow) == wide && text::utf16ToUtf8(wide) == narrow,
                    "the conversions of " + name + " differ");
     const auto measure = [&](const std::string& direction, const char* alternative, const auto& ours,
-                             const auto& theirs) {
+                             const auto& theirs, const auto& onlyString) {
         bench::measure({.name = direction + ", " + name,
-                        .ours = {"text",
-                                 [&] {
-                                     const auto result = ours();
-                                     bench::keep(result.data());
-                                     return !result.empty();
-                                 }},
-                        .alternatives = {{alternative,
-                                          [&] {
-                                              const auto result = theirs();
-                                              bench::keep(result.data());
-                                              return !result.empty();
-                                          }}},
+                        .ours = contender("text", ours),
+                        .alternatives = {contender(alternative, theirs)},
+                        .references = {contender("only the string", onlyString)},
                         .goal = {.mostToAlternative = mostToAlternative},
                         .bytes = static_cast<double>(narrow.size()),
                         .seconds = 1});
     };
     measure(
         "UTF-8 to UTF-16", "MultiByteToWideChar", [&] { return text::utf8ToUtf16(narrow); },
-        [&] { return windowsWide(narrow); });
+        [&] { return windowsWide(narrow); }, [&] { return std::wstring(wide.size(), L'\0'); });
     measure(
         "UTF-16 to UTF-8", "WideCharToMultiByte", [&] { return text::utf16ToUtf8(wide); },
-        [&] { return windowsNarrow(wide); });
+        [&] { return windowsNarrow(wide); }, [&] { return std::string(narrow.size(), '\0'); });
 }
 
 } // namespace
@@ -97,13 +98,6 @@ void growConversions() {
     for (std::size_t size = 10; size <= 10'000'000; size *= 10) {
         const std::string narrow = repeated("Größer, schöner and some plain words. ", size);
         const std::wstring wide = windowsWide(narrow);
-        const auto contender = [](const char* name, const auto& convert) {
-            return bench::Contender{name, [&] {
-                                        const auto result = convert();
-                                        bench::keep(result.data());
-                                        return !result.empty();
-                                    }};
-        };
         const auto ourWide = [&] { return text::utf8ToUtf16(narrow); };
         const auto ourNarrow = [&] { return text::utf16ToUtf8(wide); };
         const auto theirWide = [&] { return windowsWide(narrow); };

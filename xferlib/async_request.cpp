@@ -1,11 +1,7 @@
 #include "xferlib/async_request.h"
 
-#include "sys/cs_wrapper.h"
 #include "sys/signal.h"
 #include "win32/process.h"
-#include "win32/winhttp_headers.h"
-
-#include <atomic>
 
 namespace xferlib {
 namespace {
@@ -17,25 +13,6 @@ constexpr DWORD kCloseTime = 1000; // milliseconds
 
 /// Used by WinHTTP's threads until they report HANDLE_CLOSING.
 struct AsyncRequest::State {
-    enum class Step { send, receive, read };
-
-    /// Starts a step from the callback of the step before. Waking the caller's thread in between would take a
-    /// tenth of the time of a request.
-    template <class Call>
-    void start(Step next, Call call) {
-        const sys::CsGuard guard(closing.section());
-        if (isClosing) // another request may already have the handle
-            return;
-        step = next;
-        if (call())
-            return;
-        error = GetLastError();
-        stepOver.set();
-    }
-
-    sys::CCsWrapper closing; ///< Recursive: a step can call back before it returns, and start the next one.
-    bool isClosing = false;
-    std::atomic<Step> step = Step::send;
     sys::Signal stepOver;
     sys::Signal closed; ///< No kernel event: creating and closing one takes a tenth of the time of a request.
     DWORD error = 0;
@@ -60,10 +37,6 @@ AsyncRequest::AsyncRequest(win32::WinHttpHandle request, const Deadline& deadlin
 }
 
 AsyncRequest::~AsyncRequest() {
-    if (state_ != nullptr) {
-        const sys::CsGuard guard(state_->closing.section());
-        state_->isClosing = true;
-    }
     request_.reset();
     // After HANDLE_CLOSING WinHTTP does not call back, and the library can be unloaded. Without that report
     // the library and the buffers of the step must stay.
@@ -73,34 +46,26 @@ AsyncRequest::~AsyncRequest() {
     }
 }
 
-DWORD AsyncRequest::sendAndReceive(const std::string& body) {
+DWORD AsyncRequest::send(const std::string& body) {
     State& state = *state_;
     state.sent = body;
-    state.received.resize(kReadSize);
-    state.step = State::Step::send;
-    firstRead_.reset();
-    const DWORD error = wait([&] {
+    return wait([&] {
         const auto size = static_cast<DWORD>(state.sent.size());
         return WinHttpSendRequest(get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0,
                                   size != 0 ? state.sent.data() : WINHTTP_NO_REQUEST_DATA, size, size,
                                   context_);
     });
-    if (state.step != State::Step::read)
-        return error;
-    firstRead_ = error;
-    return 0;
 }
 
-bool AsyncRequest::isSent() const {
-    return state_->step != State::Step::send;
+DWORD AsyncRequest::receiveResponse() {
+    return wait([&] { return WinHttpReceiveResponse(get(), nullptr); });
 }
 
 DWORD AsyncRequest::readPart(std::string& body) {
     State& state = *state_;
+    state.received.resize(kReadSize);
     const DWORD error =
-        firstRead_ ? *firstRead_
-                   : wait([&] { return WinHttpReadData(get(), state.received.data(), kReadSize, nullptr); });
-    firstRead_.reset();
+        wait([&] { return WinHttpReadData(get(), state.received.data(), kReadSize, nullptr); });
     if (error == 0)
         body.append(state.received, 0, state.count);
     return error;
@@ -120,22 +85,15 @@ DWORD AsyncRequest::wait(Call call) {
                                                                               : ERROR_WINHTTP_TIMEOUT;
 }
 
-void CALLBACK AsyncRequest::onStatus(HINTERNET request, DWORD_PTR context, DWORD status, void* information,
+void CALLBACK AsyncRequest::onStatus(HINTERNET, DWORD_PTR context, DWORD status, void* information,
                                      DWORD length) {
     if (context == 0)
         return;
     State& state = *reinterpret_cast<State*>(context);
     switch (status) {
     case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
-        state.start(State::Step::receive, [&] { return WinHttpReceiveResponse(request, nullptr); });
-        return;
     case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
-        // The body of other replies is not always read.
-        if (win32::numberHeader(request, WINHTTP_QUERY_STATUS_CODE) != HTTP_STATUS_OK)
-            break;
-        state.start(State::Step::read,
-                    [&] { return WinHttpReadData(request, state.received.data(), kReadSize, nullptr); });
-        return;
+        break;
     case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
         state.count = length;
         break;

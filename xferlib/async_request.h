@@ -4,12 +4,11 @@
 #include "xferlib/deadline.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace xferlib {
 
-/// \brief A request of an asynchronous session. Each call blocks until its steps complete or the deadline
+/// \brief A request of an asynchronous session. Blocks for each step until it completes or the deadline
 /// passes.
 ///
 /// WinHTTP's own time-outs restart with each piece that arrives, so a peer that sends one byte at a time
@@ -31,11 +30,10 @@ public:
     /// Returns the handle for WinHTTP calls that do not block: options and headers of the reply.
     HINTERNET get() const { return request_.get(); }
 
-    /// Sends the request with this body and waits for the headers of the reply. May be repeated, for example
-    /// with credentials.
-    DWORD sendAndReceive(const std::string& body);
-    /// Returns false if the last `sendAndReceive` failed before the request was sent.
-    bool isSent() const;
+    /// Sends the request with this body. May be repeated, for example with credentials.
+    DWORD send(const std::string& body);
+    /// Waits for the headers of the reply.
+    DWORD receiveResponse();
 
     /// \brief Appends the next part of the reply's body to `body`; nothing after the last part.
     DWORD readPart(std::string& body);
@@ -51,7 +49,6 @@ private:
 
     const Deadline& deadline_;
     std::unique_ptr<State> state_;
-    std::optional<DWORD> firstRead_; ///< Result of the read that `sendAndReceive` has made.
     DWORD_PTR context_ = 0;
     win32::WinHttpHandle request_;
 };

@@ -110,11 +110,16 @@ TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
 TransferCode sendAndReceive(AsyncRequest& request, const Hop& hop, Response& response) {
     static const std::string kNoBody;
     for (int sends = 0; sends < kMostSends; ++sends) {
-        const DWORD error = request.sendAndReceive(hop.body != nullptr ? *hop.body : kNoBody);
-        if (error == ERROR_WINHTTP_RESEND_REQUEST) // part of a handshake, for example of NTLM
+        // Both calls can fail with ERROR_WINHTTP_RESEND_REQUEST during a handshake, for example of NTLM.
+        DWORD error = request.send(hop.body != nullptr ? *hop.body : kNoBody);
+        if (error != 0 && error != ERROR_WINHTTP_RESEND_REQUEST)
+            return transferCode(error, kSendFailed);
+        if (error == 0)
+            error = request.receiveResponse();
+        if (error == ERROR_WINHTTP_RESEND_REQUEST)
             continue;
         if (error != 0)
-            return transferCode(error, request.isSent() ? kReceiveFailed : kSendFailed);
+            return transferCode(error, kReceiveFailed);
         const auto status = win32::numberHeader(request.get(), WINHTTP_QUERY_STATUS_CODE);
         if (!status)
             return kReceiveFailed;

@@ -35,7 +35,6 @@ RAW = {  # raw pieces of a reply, sent half a second apart; then the connection 
     ],
     "silent": [b""] * 20,
     "headtrickle": [OK + b"X-Slow: "] + [b"x"] * 20,
-    "stall": [OK + b"Content-Length: 20\r\n\r\n"] + [b""] * 20,
     "trickle": [OK + b"Content-Length: 20\r\n\r\n"] + [b"x"] * 20,
 }
 flaky_requests = 0

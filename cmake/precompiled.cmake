@@ -1,5 +1,5 @@
 # Precompiled headers for clang. Parsing the headers of the C++ library and of Windows takes most of the time
-# of a compilation. GCC compiles without them: scripts/lint.sh therefore finds a missing #include.
+# of a compilation. The hardened build disables them, and so finds a missing #include.
 
 # zelsys_precompiled(<target> <size | speed | test>)
 #

@@ -94,7 +94,7 @@ bool isEncrypted(HINTERNET request) {
 }
 
 /// Prepares a request that was answered with 407 for its next send with the proxy's credentials.
-/// \return kReceiveFailed if no credentials may or can be sent; otherwise the result of reading the body.
+/// \return kReceiveFailed if no credentials can be sent; otherwise the result of reading the body.
 TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
     // WinHTTP attributes every 407 to the proxy. Inside a tunnel a 407 comes from the host, which would
     // receive the credentials. The body of a final 407 is not read: callers would mistake it for the host's

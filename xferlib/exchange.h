@@ -28,7 +28,7 @@ struct HopReply {
     std::wstring location; ///< Location header of a redirect, not yet resolved; otherwise empty.
 };
 
-/// \brief Sends one request and reads the reply, without its body if `location` is set.
+/// \brief Sends one request and reads the reply. Reads no body if `location` is set, nor after a final 407.
 /// \return `response.code` is 0 or a transport code.
 HopReply exchange(const Session& session, const Hop& hop, const Deadline& deadline);
 

@@ -185,8 +185,8 @@ TEST_F(Config, FullDiskLeavesTheOldContents) {
     EXPECT_EQ(plain.save(), 100004);
     EXPECT_LT(WriteFileSeam::calls, 10);
     WriteFileSeam::restore();
-    // A file that cannot be truncated: zeros at the end are harmless in a plain file only. One above 16 MiB
-    // gets none.
+    // A file that cannot be truncated: zeros at the end are harmless in a plain file only. A file above
+    // 16 MiB is not padded.
     SetFileInformationByHandleSeam::fake = [&](auto...) {
         EXPECT_EQ(readBytes(path).ends_with('\0'), readBytes(path).starts_with("a=")) << "a plain file";
         return FALSE;

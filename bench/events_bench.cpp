@@ -68,15 +68,15 @@ struct AsyncPost {
     sys::Signal over, closed;
 };
 
-/// Starts the next step in WinHTTP's thread: no asynchronous request can have fewer thread switches.
+/// Starts the next step in WinHTTP's thread. The thread of the caller is woken once, at the end.
 void CALLBACK onStatus(HINTERNET request, DWORD_PTR context, DWORD status, void*, DWORD length) {
     if (context == 0)
         return;
     AsyncPost& post = *reinterpret_cast<AsyncPost*>(context);
-    BOOL goesOn = FALSE;
+    BOOL isStarted = FALSE;
     switch (status) {
     case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
-        goesOn = WinHttpReceiveResponse(request, nullptr);
+        isStarted = WinHttpReceiveResponse(request, nullptr);
         break;
     case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
         post.isGood = length == 0;
@@ -84,7 +84,7 @@ void CALLBACK onStatus(HINTERNET request, DWORD_PTR context, DWORD status, void*
             break;
         [[fallthrough]];
     case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
-        goesOn = WinHttpReadData(request, post.part, sizeof post.part, nullptr);
+        isStarted = WinHttpReadData(request, post.part, sizeof post.part, nullptr);
         break;
     case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
         break;
@@ -94,7 +94,7 @@ void CALLBACK onStatus(HINTERNET request, DWORD_PTR context, DWORD status, void*
     default:
         return;
     }
-    if (!goesOn)
+    if (!isStarted)
         post.over.set();
 }
 
@@ -103,10 +103,12 @@ bool postAsynchronously(HINTERNET connection, std::string body) {
     auto context = reinterpret_cast<DWORD_PTR>(&state);
     WinHttpHandle request = openPost(connection);
     const auto size = static_cast<DWORD>(body.size());
-    if (!request || !WinHttpSetOption(request.get(), WINHTTP_OPTION_CONTEXT_VALUE, &context, sizeof context))
+    if (!request ||
+        !WinHttpSetOption(request.get(), WINHTTP_OPTION_CONTEXT_VALUE, &context, sizeof context) ||
+        WinHttpSetStatusCallback(request.get(), onStatus,
+                                 WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES,
+                                 0) == WINHTTP_INVALID_STATUS_CALLBACK)
         return false;
-    WinHttpSetStatusCallback(request.get(), onStatus,
-                             WINHTTP_CALLBACK_FLAG_ALL_COMPLETIONS | WINHTTP_CALLBACK_FLAG_HANDLES, 0);
     const bool isGood = WinHttpSendRequest(request.get(), kHeaders, static_cast<DWORD>(-1), body.data(), size,
                                            size, context) &&
                         state.over.wait(kDeadline) && state.isGood && wasAccepted(request.get());

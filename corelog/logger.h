@@ -11,7 +11,7 @@ namespace CoreLog {
 /// is loaded.
 void setSettingsName(std::string_view name);
 
-/// \brief Writes lines to the suite's log file. `createLogger` returns one for each operation.
+/// \brief Writes lines to the suite's log file. Each operation creates its own logger by `createLogger`.
 ///
 /// Threads and processes may log to one file concurrently, each with its own logger. While each acquires the
 /// lock of the file, no line is torn, and a line is lost only if memory or disk space runs out, if

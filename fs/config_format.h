@@ -20,7 +20,8 @@ void parseConfig(std::string_view contents, ConfigValues& values);
 
 /// \brief Finds one value in a configuration file that arrives in pieces.
 ///
-/// Buffers only a line that can still hold the key. Other lines need no memory, whatever their length.
+/// Buffers a line until its beginning differs from the key. The memory for other lines does not depend on
+/// their length.
 class ConfigSearch {
 public:
     /// \param key Not copied; must outlive the search.

@@ -38,6 +38,8 @@ struct Object {
     std::size_t window;
 };
 
+using Calls = std::vector<std::string>;
+
 struct {
     std::vector<std::wstring> windows; ///< The folders of the open windows.
     std::string_view broken;           ///< Name of the object or call that fails.
@@ -47,7 +49,7 @@ struct {
     PROPERTYKEY group{};
     BOOL groupAscending = TRUE;
     int mode = FVM_AUTO;
-    std::string calls;
+    Calls calls;
 } world;
 
 std::map<std::string_view, const void*> tables;
@@ -68,13 +70,13 @@ std::size_t windowOf(const void* object) {
     return static_cast<const Object*>(object)->window;
 }
 
-/// Records a call as "name(argument, argument);".
+/// Records a call as "name(argument, argument)".
 template <class... Words>
 HRESULT called(std::string_view call, const Words&... words) {
     std::ostringstream line;
     [[maybe_unused]] const char* separator = "";
     ((line << std::exchange(separator, ", ") << words), ...);
-    world.calls += std::string(call) + "(" + line.str() + ");";
+    world.calls.push_back(std::string(call) + "(" + line.str() + ")");
     return call == world.broken ? world.failure : S_OK;
 }
 
@@ -233,7 +235,7 @@ constexpr GUID kStorage{0xB725F130, 0x47EF, 0x101A, {0xA5, 0xF1, 0x02, 0x60, 0x8
 
 TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
     EXPECT_EQ(retrieve(L"C:/"), View{.status = 1000}) << "no window is open";
-    EXPECT_EQ(world.calls, "open(C:\\);count();");
+    EXPECT_EQ(world.calls, Calls({"open(C:\\)", "count()"}));
     world.windows = {L"C:\\windows", L"C:\\users"};
     EXPECT_EQ(retrieve(L"C:\\"), View{});
     world.group = {{0xC94FB582, 0x8AE1, 0x4570, {0x83, 0x5B, 0xBC, 0xA2, 0x8F, 0xB9, 0xDE, 0x9B}}, 6};
@@ -286,23 +288,27 @@ TEST_F(Com, AssignSetsAllWindowsOfTheFolder) {
         world.calls.clear();
         const auto [error, status] = shell::assignFolderView(L"C:\\windows", options);
         EXPECT_EQ(error + status, 0u);
-        return world.calls.substr(world.calls.find("list();"));
+        return Calls(std::ranges::find(world.calls, "list()"), world.calls.end());
     };
     world.windows = {L"C:\\windows"};
-    EXPECT_EQ(assign({.viewCode = 6, .sort = {10, false}, .group = {21}}),
-              "list();sort(183/10, -1);group(183/4, 0);mode(7, 256);save();refresh();");
-    EXPECT_EQ(assign({.viewCode = 9, .sort = {1}, .group = {11}}), "list();sort(none, 1);save();refresh();");
+    EXPECT_EQ(
+        assign({.viewCode = 6, .sort = {10, false}, .group = {21}}),
+        Calls({"list()", "sort(183/10, -1)", "group(183/4, 0)", "mode(7, 256)", "save()", "refresh()"}));
+    EXPECT_EQ(assign({.viewCode = 9, .sort = {1}, .group = {11}}),
+              Calls({"list()", "sort(none, 1)", "save()", "refresh()"}));
     const std::string modes[] = {"mode(1, 48)",  "mode(2, 16)",  "mode(3, -1)", "mode(4, -1)",
                                  "mode(5, 128)", "mode(7, 256)", "mode(6, -1)", "mode(8, -1)"};
     for (std::uint32_t code = 1; code <= 8; ++code)
-        EXPECT_EQ(assign({.viewCode = code}), "list();" + modes[code - 1] + ";save();refresh();");
+        EXPECT_EQ(assign({.viewCode = code}), Calls({"list()", modes[code - 1], "save()", "refresh()"}));
     world.broken = "mode";
-    EXPECT_EQ(assign({.viewCode = 7}), "list();mode(6, -1);old mode(6);save();refresh();");
+    EXPECT_EQ(assign({.viewCode = 7}),
+              Calls({"list()", "mode(6, -1)", "old mode(6)", "save()", "refresh()"}));
     world.broken = "view2";
-    EXPECT_EQ(assign({.viewCode = 6, .sort = {10}, .group = {10}}), "list();old mode(7);save();refresh();");
+    EXPECT_EQ(assign({.viewCode = 6, .sort = {10}, .group = {10}}),
+              Calls({"list()", "old mode(7)", "save()", "refresh()"}));
     world.windows.push_back(world.windows[0]);
-    const std::string window = "list();old mode(3);save();refresh();";
-    EXPECT_EQ(assign({.viewCode = 3}), window + window);
+    EXPECT_EQ(assign({.viewCode = 3}), Calls({"list()", "old mode(3)", "save()", "refresh()", // one window
+                                              "list()", "old mode(3)", "save()", "refresh()"}));
 }
 
 struct Link {
@@ -319,10 +325,10 @@ TEST_F(Com, LinkSteps) {
     EXPECT_EQ(linked(L" \t\x3000", L"x.lnk", {}), (Link{.error = 87, .failedStep = 1}));
     EXPECT_EQ(linked(L"x", L" \n ", {}), (Link{.error = 87, .failedStep = 2}));
     EXPECT_EQ(linked(L" C:\\a b\t", L"\r\n C:\\x y.lnk ", {}), Link{});
-    EXPECT_EQ(world.calls, "path(C:\\a b);save(C:\\x y.lnk, 1);");
+    EXPECT_EQ(world.calls, Calls({"path(C:\\a b)", "save(C:\\x y.lnk, 1)"}));
     world.calls.clear();
     EXPECT_EQ(linked(L"a", L"b", L" d "), Link{});
-    EXPECT_EQ(world.calls, "path(a);description( d );save(b, 1);");
+    EXPECT_EQ(world.calls, Calls({"path(a)", "description( d )", "save(b, 1)"}));
     const std::pair<const char*, std::uint32_t> steps[] = {
         {"link", 21}, {"path", 22}, {"description", 23}, {"file", 24}, {"save", 25}};
     world.failure = HRESULT_FROM_WIN32(ERROR_DISK_FULL);

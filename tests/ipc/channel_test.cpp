@@ -23,6 +23,7 @@ ZELSYS_SEAM(L"msvcrt.dll", _beginthreadex)
 ZELSYS_SEAM(L"kernel32.dll", WaitForMultipleObjects)
 ZELSYS_SEAM(L"kernel32.dll", WaitForSingleObject)
 ZELSYS_SEAM(L"user32.dll", SetForegroundWindow)
+ZELSYS_SEAM_NAME(L"kernel32.dll", GetTickCount64)
 
 namespace {
 
@@ -151,6 +152,17 @@ TEST_F(Channel, WithoutAReplyTheRequestFailsAfterSevenAttempts) {
     EXPECT_EQ(server.startServer(), 0u);
     EXPECT_EQ(ask("x"), Answer{.error = 233});
     EXPECT_EQ(echo.requests, 14);
+    server.stop();
+    server.setRequestHandler(&echo);
+    static std::atomic<ULONGLONG> ticks = 0; // used until the server has stopped
+    GetTickCount64Seam::fake = [] { return ticks.load(); };
+    echo.onEach = [this] {
+        ticks += 790;
+        echo.reply.assign(65527, 'x');
+    };
+    EXPECT_EQ(server.startServer(), 0u);
+    EXPECT_EQ(ask("x").error, 233u);
+    EXPECT_EQ(echo.requests, 14 + 6) << "another pause would end after five seconds";
 }
 
 TEST_F(Channel, ClientsThatConnectBeforeConnectNamedPipe) {

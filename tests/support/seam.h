@@ -55,14 +55,18 @@ inline void restoreSeams() {
 
 } // namespace testing_support
 
-/// Replaces a function of a DLL. Callers refer to its slot `__imp_NAME` if its header declares it dllimport,
-/// otherwise to NAME. Both are defined here, because an import library defines them in one object.
-#define ZELSYS_SEAM(dll, function)                                                                           \
+/// Names a function that another source of the program replaces.
+#define ZELSYS_SEAM_NAME(dll, function)                                                                      \
     struct function##Name {                                                                                  \
         static constexpr const wchar_t* kDll = dll;                                                          \
         static constexpr const char* kName = #function;                                                      \
     };                                                                                                       \
-    using function##Seam = testing_support::Seam<function##Name, decltype(function)>;                        \
+    using function##Seam = testing_support::Seam<function##Name, decltype(function)>;
+
+/// Replaces a function of a DLL. Callers refer to its slot `__imp_NAME` if its header declares it dllimport,
+/// otherwise to NAME. Both are defined here, because an import library defines them in one object.
+#define ZELSYS_SEAM(dll, function)                                                                           \
+    ZELSYS_SEAM_NAME(dll, function)                                                                          \
     [[maybe_unused]] const auto& function##Registered =                                                      \
         testing_support::seamRestorers.emplace_back(&function##Seam::restore);                               \
     extern "C" {                                                                                             \

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \name Benchmark families
-/// Each function measures its paths and prints their rows.
+/// Each function measures its paths and prints the results.
 /// @{
 void benchFiles();
 void benchCipher();

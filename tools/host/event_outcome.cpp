@@ -54,7 +54,7 @@ constexpr CodeText kCodes[] = {
      L"check ProxyUser and ProxyPw in \"common.cfg\""},
 };
 
-/// Removes the text up to the next blank from a line, and returns it.
+/// Removes the first word and the blank after it from a line. Returns the word.
 std::string_view takeWord(std::string_view& line) {
     const std::string_view word = line.substr(0, line.find(' '));
     line.remove_prefix(std::min(word.size() + 1, line.size()));

@@ -46,7 +46,7 @@ using OptionsOf = std::function<std::span<const Option>(const std::wstring& comm
 /// \brief Parses the arguments of the program.
 ///
 /// The options of the program (--json, --dll NAME, --help, -h, /?, --version) may stand before and after the
-/// command, those of the command in any order after it. An option that program and command share
+/// command, those of the command in any order after it. After the command, an option that both have
 /// (--version) is the program's if it is the last argument or precedes another option of the program, because
 /// no value follows it there. Otherwise it is the command's. The value of an option is never parsed as an
 /// option. `--` ends the options. Parsing continues after a fault, so that --json takes effect wherever it

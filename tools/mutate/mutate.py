@@ -203,7 +203,7 @@ def soak():
 
 
 def noticed_by(fault, quick):
-    """Returns the program that notices the fault in the copy, "" if none does, None if it cannot compile."""
+    """Returns the program that notices the fault in the copy, "" if none does, None if the build fails."""
     names = PROGRAMS[fault.path.split("/")[0]].split("|")
     targets = [target for name in names for target in SCRIPTS.get(name, [name])]
     if not run([*BUILD, "zelsyshelper", "zelsyshelper-host", "sends_at_end", *targets], 900)[1]:

@@ -7,7 +7,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-/// Checks one input. Each fuzzer defines it.
+/// Checks one input. Each fuzzer defines this function.
 void check(FuzzedDataProvider& input);
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {

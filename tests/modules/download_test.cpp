@@ -125,7 +125,7 @@ TEST_F(Download, SecondStartIsRefusedWhileOneRuns) {
     EXPECT_EQ(run(L"/file/7/f", target), Errors{.httpStatus = 200});
 }
 
-/// An application may load the library for one download only.
+/// Some applications load the library only to download one file.
 TEST_F(Download, LibraryCanBeFreed) {
     const std::wstring copy = folder / L"freed.dll";
     CopyFileW(testing_support::besideThisProgram(L"zelsyshelper.dll").c_str(), copy.c_str(), FALSE);

@@ -47,7 +47,7 @@ function keepProperty() {
 }
 
 // sendAppEvent can block for seconds, so it runs on a worker thread of koffi. Its result is always 0; the log
-// shows whether the event arrived.
+// shows at level 7 whether the event arrived.
 function sendEvent() {
     return new Promise((resolve, reject) => {
         sendAppEvent.async('node_example', 'client.js', 'settings', settings, '2', '4.1', '', '', 'node-guid', '17',

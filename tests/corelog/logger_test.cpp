@@ -71,11 +71,17 @@ TEST_F(Logger, ThresholdFollowsTheSettingsWithinASecond) {
 
 TEST_F(Logger, NameChangesOnlyAfterALoggerHasReadItsSettings) {
     writeBytes(base + L".cfg", "Level=7\n");
-    std::atomic<bool> isChanged = false;
+    std::atomic<bool> isStarted = false, isChanged = false;
     std::jthread other;
     ReadFileSeam::fake = [&](auto... arguments) {
         if (!other.joinable())
-            other = std::jthread([&] { isChanged = (CoreLog::setSettingsName("Another"), true); });
+            other = std::jthread([&] {
+                isStarted = true;
+                CoreLog::setSettingsName("Another");
+                isChanged = true;
+            });
+        while (!isStarted)
+            SwitchToThread();
         Sleep(30);
         EXPECT_FALSE(isChanged) << "the logger would mix both names";
         return ReadFileSeam::real(arguments...);

@@ -68,7 +68,7 @@ struct AsyncPost {
     sys::Signal over, closed;
 };
 
-/// Starts the next step in WinHTTP's thread. The thread of the caller is woken once, at the end.
+/// Starts the next step in WinHTTP's thread. The caller's thread waits only for the last step.
 void CALLBACK onStatus(HINTERNET request, DWORD_PTR context, DWORD status, void*, DWORD length) {
     if (context == 0)
         return;

@@ -28,7 +28,7 @@ struct Path {
     Contender ours;
     std::optional<Contender> limit{};
     std::vector<Contender> alternatives{};
-    std::vector<Contender> references{}; ///< Explain our time. Listed, but not compared with it.
+    std::vector<Contender> references{}; ///< These explain our time. They are not compared with it.
     Goal goal{};
     double bytes = 0;   ///< Processed by one call. If not 0, results are shown as MB/s.
     double seconds = 2; ///< Approximate time to measure.

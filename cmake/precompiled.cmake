@@ -3,8 +3,8 @@
 
 # zelsys_precompiled(<target> <size | speed | test>)
 #
-# Compiles a target with precompiled headers. `size` is for targets with -Os, which changes a macro; `test`
-# contains GoogleTest.
+# Compiles a target with precompiled headers. `size` is for targets with -Os, which defines
+# __OPTIMIZE_SIZE__; `test` contains GoogleTest.
 function(zelsys_precompiled target variant)
     if(TARGET headers_${variant})
         target_precompile_headers(${target} REUSE_FROM headers_${variant})

@@ -37,7 +37,7 @@ public:
     /// later `save`, and a readable file keeps its contents. Waits up to 2 s for another process that saves
     /// the same file.
     /// \return 0; `kStatusNoFile` (100002) without a path; `kStatusFileFailed` (100004) if the file cannot be
-    /// opened or written.
+    /// opened, written or, above 16 MiB, truncated.
     virtual int save();
 
     /// \brief Saves like `save()`.

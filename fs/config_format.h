@@ -20,8 +20,7 @@ void parseConfig(std::string_view contents, ConfigValues& values);
 
 /// \brief Finds one value in a configuration file that arrives in pieces.
 ///
-/// Buffers a line until its beginning differs from the key. The memory for other lines does not depend on
-/// their length.
+/// Buffers the beginning of a line that continues in the next piece, until it differs from the key.
 class ConfigSearch {
 public:
     /// \param key Not copied; must outlive the search.

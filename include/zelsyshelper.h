@@ -67,7 +67,7 @@ extern "C" {
  * \param campType     The campaign type.
  * \param guid         The identifier of the installation.
  * \param buildNumber  The application's build number.
- * \return Always 0. Only the log reports, at level 7, whether the event arrived.
+ * \return Always 0. Only the log reports whether the event arrived: a rejection always, the rest at level 7.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t sendAppEvent(const char* eventName, const char* source, const char* infoType,

@@ -48,7 +48,8 @@ public:
     /// \brief Returns true during a run.
     bool isRunning() const;
 
-    /// \brief Returns true if the run of the last `Start` is over; false without a run.
+    /// \brief Returns true if the last run is over; false before the first run, and after a `Start` that
+    /// could not create its thread.
     bool isFinished() const;
 
     /// \brief Blocks until the last run is over or its thread has ended, whichever happens first. Returns

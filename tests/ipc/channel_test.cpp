@@ -31,15 +31,16 @@ using ipc::CInterprocessCommunicationWin;
 
 const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-channel-test";
 
-std::atomic<DWORD> speed = 1; ///< Divides the time-outs of waits for I/O.
-std::atomic<int> pauses = 0;  ///< Number of pauses after attempts. Each is shortened to a tenth.
+std::atomic<double> speed = 1; ///< Divides the time-outs of waits for I/O.
+std::atomic<int> pauses = 0;   ///< Number of pauses after attempts. Each is shortened to a tenth.
 
 /// Must be called before a listener starts, because its thread uses the seams.
 void watchWaits() {
     speed = 1;
     pauses = 0;
     WaitForMultipleObjectsSeam::fake = [](DWORD count, const HANDLE* objects, BOOL all, DWORD time) {
-        return WaitForMultipleObjectsSeam::real(count, objects, all, time == INFINITE ? time : time / speed);
+        return WaitForMultipleObjectsSeam::real(count, objects, all,
+                                                time == INFINITE ? time : static_cast<DWORD>(time / speed));
     };
     WaitForSingleObjectSeam::fake = [](HANDLE object, DWORD time) {
         pauses += time == 300;
@@ -156,10 +157,8 @@ TEST_F(Channel, WithoutAReplyTheRequestFailsAfterSevenAttempts) {
     server.setRequestHandler(&echo);
     static std::atomic<ULONGLONG> ticks = 0; // used until the server has stopped
     GetTickCount64Seam::fake = [] { return ticks.load(); };
-    echo.onEach = [this] {
-        ticks += 790;
-        echo.reply.assign(65527, 'x');
-    };
+    echo.onEach = [this] { ticks += 790, echo.reply.assign(65527, 'x'); }; // 6 * 790 leaves less than a pause
+    speed = 0.01; // the clock stands still while the client waits for a reply
     EXPECT_EQ(server.startServer(), 0u);
     EXPECT_EQ(ask("x").error, 233u);
     EXPECT_EQ(echo.requests, 14 + 6) << "another pause would end after five seconds";

@@ -12,6 +12,7 @@
 #include "support/seam.h"
 #include "win32/owner.h"
 
+#include <algorithm>
 #include <map>
 #include <sstream>
 #include <string>

@@ -86,9 +86,10 @@ void checkLogLevel(const Library& library, const std::wstring& logs, Report& rep
     wchar_t* end = nullptr;
     const std::int32_t number = wcstol(value.c_str(), &end, 10);
     if (end == value.c_str())
-        return report.good(
-            "logLevel", std::to_wstring(kDefaultLevel) + L" (default): failures, except those of a transfer",
-            {{"level", kDefaultLevel}});
+        return report.good("logLevel",
+                           std::to_wstring(kDefaultLevel) +
+                               L" (default): failures, except events without a reply",
+                           {{"level", kDefaultLevel}});
     report.good("logLevel", std::to_wstring(number) + L", set in " + path, {{"level", number}});
 }
 

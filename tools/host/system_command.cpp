@@ -66,7 +66,7 @@ int runAdvType(const Library& library, const Parameters& parameters) {
 
 const Command kOsVersionCommand{
     L"os-version",
-    L"os-version                    Prints 10.0.0, 11.0.0 or neither.",
+    L"os-version                    Prints 10.0.0 or 11.0.0. Fails on other systems.",
     {},
     runOsVersion,
 };

@@ -74,8 +74,8 @@ Hooks::Hooks(HMODULE module, Rule rule, std::vector<Substitute> substitutes)
                                                PAGE_EXECUTE_READWRITE))) {
     if (thunks_ == nullptr)
         throw std::bad_alloc();
-    active = this;
     entries_.reserve(kMostThunks); // never moves: `failed` reads it without the lock
+    active = this;
     auto* const base = reinterpret_cast<std::uint8_t*>(module);
     const auto at = [&](auto* type, std::uint64_t offset) {
         return reinterpret_cast<decltype(type)>(base + offset);

@@ -79,7 +79,7 @@ private:
     Rule rule_;
     std::vector<Substitute> substitutes_;
     Thunk* thunks_;
-    mutable std::mutex mutex_; ///< Guards changes: the DLL looks functions up on several threads.
+    mutable std::mutex mutex_; ///< Guards the list: the DLL looks functions up on several threads.
     std::vector<Entry> entries_;
 };
 

@@ -25,7 +25,7 @@ TProxySettings proxySettings(const fs::CConfig& section);
 ///
 /// If `section` does not contain it, queries the country-lookup host through the proxy of `section`, which
 /// blocks for up to 16 seconds. Stores the reply in `section`, in memory only, whatever its HTTP status.
-/// \return Empty if the transfer fails. The next call repeats it.
+/// \return Empty if the transfer fails or the reply is empty. The next call repeats it.
 std::string location(fs::CConfig& section);
 
 } // namespace stats

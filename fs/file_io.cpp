@@ -221,20 +221,21 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
         win32::setFileSize(file_.get(), oldSize);
         return kStatusFileFailed;
     }
-    // Without the lock, another saver may have written longer contents meanwhile. Truncating would cut them.
-    if (contents.size() >= oldSize || (!isLocked_ && !isUnchanged(bytes)))
+    if (contents.size() >= oldSize)
         return 0;
+    // Without the lock, another saver may have written longer contents meanwhile. Truncating would cut them.
+    if (std::string now; !isLocked_) {
+        if (!readAll(file_.get(), now))
+            return kStatusFileFailed;
+        if (!now.starts_with(bytes))
+            return 0;
+    }
     // Padding may stay. The end of the old contents may not: it would bring removed keys back.
     if (!win32::setFileSize(file_.get(), contents.size()) && padded.empty()) {
         win32::writeAt(file_.get(), 0, old);
         return kStatusFileFailed;
     }
     return 0;
-}
-
-bool SharedFile::isUnchanged(std::string_view contents) const {
-    std::string now;
-    return readAll(file_.get(), now) && now.starts_with(contents);
 }
 
 /// Truncates and writes a file that may be written but not read. Its old contents are lost.

@@ -67,7 +67,6 @@ public:
 
 private:
     int overwrite(std::string_view contents);
-    bool isUnchanged(std::string_view contents) const;
 
     std::wstring path_;
     DWORD error_ = ERROR_SUCCESS; ///< GetLastError after CreateFileW, also on success.

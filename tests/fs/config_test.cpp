@@ -251,6 +251,12 @@ TEST_F(Config, SaversUseABestEffortLock) {
     config.setValue("a", "3");
     EXPECT_EQ(locks("a=longer\n", [&] { return config.save(); }), 1);
     EXPECT_EQ(readBytes(path), longFile);
+    WriteFileSeam::fake = [](auto... arguments) {
+        ReadFileSeam::failWith(ERROR_CRC);
+        return WriteFileSeam::real(arguments...);
+    };
+    config.setValue("a", "4");
+    EXPECT_EQ(config.save(), 100004) << "the end of the old contents may still be there";
 }
 
 TEST_F(Config, FileThatGrowsDuringTheReadIsReadAgain) {

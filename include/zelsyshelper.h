@@ -4,7 +4,8 @@
  *
  * Rules for all functions:
  * - Any thread may call any function. The library needs no initialisation and no shutdown.
- * - Every pointer may be null: a null text counts as empty, a null output is skipped.
+ * - Every pointer may be null: a null output is skipped, and a null text counts as empty unless the comment
+ *   of its parameter differs.
  * - Functions copy their texts: the caller may free them after the return. `const char*` texts are UTF-8.
  * - No function throws an exception.
  * - Functions work on the calling thread and block while they read or write files, usually for milliseconds.
@@ -67,7 +68,8 @@ extern "C" {
  * \param campType     The campaign type.
  * \param guid         The identifier of the installation.
  * \param buildNumber  The application's build number.
- * \return Always 0. Only the log reports whether the event arrived: a rejection always, the rest at level 7.
+ * \return Always 0. Only the log reports whether the event arrived: a rejection at the default level 3, the
+ *         rest at level 7.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t sendAppEvent(const char* eventName, const char* source, const char* infoType,
@@ -116,7 +118,7 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
  * and write nothing. The results of a download remain available until the next start or stop.
  *
  * Call stopDownloadFile() before FreeLibrary(). Otherwise the library stays loaded until the download has
- * ended. A download that is running when the process ends leaves a partial file.
+ * ended. A download that is running when the process ends can leave a partial file.
  */
 /**@{*/
 
@@ -159,7 +161,7 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
  * Starts a download and returns once its thread is running.
  *
  * Requests the file's length first, and then the file. Writes the file in place and overwrites an existing
- * one; a failed download leaves a partial file. The name of the file is the part of the URL after the last
+ * one; a failed download can leave a partial file. The name of the file is the part of the URL after the last
  * "/", unchanged: percent signs are not decoded, a query is kept, and backslashes lead to other folders.
  * Validate URLs from untrusted sources.
  *
@@ -169,7 +171,8 @@ ZELSYSHELPER_API void parseTestDefAndDecideAdvType(const char* definition, uint8
  *
  * \param proxyHost,proxyPort The proxy; none if the host is empty and the port is 0.
  * \param proxyUser,proxyPassword The proxy's credentials; none if the user is empty.
- * \param url          An http or https URL. A port in it is ignored: https uses port 443, http port 80.
+ * \param url          An http or https URL; null is refused. A port in it is ignored: https uses port 443,
+ *                     http port 80.
  * \param targetFolder The folder as a full path with backslashes, created if missing; empty for the suite's
  *                     settings folder.
  * \return 0, or the Windows error number if the download's thread or event is not available. A refusal also

@@ -79,7 +79,7 @@ void join(Byte* to, const Byte* from, std::size_t size, const Stream& stream, st
         to[i] = static_cast<Byte>(from[i] ^ stream.byteAt(position + i));
 }
 
-/// Like `join`, but runs from the end to the beginning. The ranges may overlap if `to` does not precede
+/// XORs like `join`, but runs from the end to the beginning. The ranges may overlap if `to` does not precede
 /// `from`.
 void joinBackwards(Byte* to, const Byte* from, std::size_t size, const Stream& stream, std::size_t position) {
     std::size_t place = stream.placeOf(position + size);

@@ -51,7 +51,7 @@ public:
     /// cannot be read.
     virtual int load();
 
-    /// \brief Like `load`, but replaces the values in memory by those of the file.
+    /// \brief Reads the file like `load`, but replaces the values in memory by those of the file.
     virtual int reload();
 
     /// \brief Returns the value of a key, which may be empty, or \p defaultValue if the key is absent.

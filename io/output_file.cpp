@@ -14,7 +14,8 @@ DWORD moveToEnd(HANDLE file) {
     return low == INVALID_SET_FILE_POINTER ? ::GetLastError() : ERROR_SUCCESS;
 }
 
-/// Returns true for a path that Windows resolves to a device, as it does with CON or COM1 in any folder.
+/// Returns true for a path that Windows resolves to a device. Before Windows 11, names such as CON and COM1
+/// are devices in any folder.
 bool isDevice(const std::wstring& path) {
     std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
     full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));

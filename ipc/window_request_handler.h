@@ -13,7 +13,7 @@ namespace ipc {
 /// Answers "/gethwnd" with the main window's handle, and calls a function of the application for "/show".
 class CWindowRequestHandler : public IRequestHandler {
 public:
-    /// The listener thread calls both functions.
+    /// Stores the functions, which the listener thread calls.
     /// \param mainWindow Returns the main window's handle, or null while there is none. Null is also a reply:
     ///                   the later instance treats this one as running.
     /// \param show Shows the application, for instance by posting a message to its window.

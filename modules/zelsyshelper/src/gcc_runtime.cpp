@@ -182,8 +182,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     return perThread.isUsable();
 }
 
-/// GCC's handler prints the exception's name to standard error, which window applications do not show. It
-/// adds 50 KB of code.
+/// Aborts without a message. GCC's handler prints the exception's name to standard error, which window
+/// applications do not show, and adds 50 KB of code.
 void __gnu_cxx::__verbose_terminate_handler() {
     std::abort();
 }

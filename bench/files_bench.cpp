@@ -140,7 +140,7 @@ void benchWrite() {
     bench::measure(setting("set one value, 40 lines", sample, bytes));
 }
 
-/// What a program without the library would do: decipher byte by byte, then parse.
+/// Deciphers byte by byte, then parses, as a program without the library would do.
 bool readEncipheredPlainly(const Sample& sample, std::string& bytes) {
     if (!bench::readWhole(sample.bare, bytes))
         return false;

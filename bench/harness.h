@@ -68,7 +68,7 @@ void printDetail(const std::string& path, const std::string& contender, const st
 /// the next one.
 std::vector<std::size_t> randomOrder(std::size_t count);
 
-double now(); ///< Monotonic time in seconds.
+double now(); ///< Returns the monotonic time in seconds.
 double median(std::vector<double> values);
 std::string format(const char* format, double value);
 

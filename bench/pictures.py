@@ -31,7 +31,7 @@ def save(figure, path):
 
 
 def slope(points):
-    """The exponent of growth over the upper half of the sizes: 1 is linear, 2 is quadratic."""
+    """Returns the exponent of growth over the upper half of the sizes: 1 is linear, 2 is quadratic."""
     upper = sorted(points.items())[len(points) // 2 :]
     xs, ys = ([math.log(value) for value in axis] for axis in zip(*upper))
     middle_x, middle_y = sum(xs) / len(xs), sum(ys) / len(ys)

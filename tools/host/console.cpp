@@ -22,7 +22,7 @@ std::vector<std::pair<std::string, std::string>> members;
 DWORD endingThread = 0;
 bool isOutcomeOpen = false;
 
-/// The caller holds the mutex.
+/// Returns true if another thread is ending the program. The caller holds the mutex.
 bool isDiscarded() {
     return endingThread != 0 && endingThread != GetCurrentThreadId();
 }

@@ -106,7 +106,7 @@ std::wstring read(const Parameters& parameters, Options& options) {
     return {};
 }
 
-/// Where the library writes the file, see startDownloadFile().
+/// Returns the path to which the library writes the file, see startDownloadFile().
 std::wstring outputPath(const Options& options) {
     std::wstring folder = options.folder;
     if (folder.empty())

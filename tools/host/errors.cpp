@@ -54,7 +54,7 @@ constexpr ErrorText kErrors[] = {
 
 #undef HOST_ERROR
 
-/// The messages of WinHTTP are in its own DLL.
+/// Returns the system's text for an error. The messages of WinHTTP are in its own DLL.
 std::wstring systemText(std::uint32_t number) {
     const bool isHttp = number >= WINHTTP_ERROR_BASE && number <= WINHTTP_ERROR_LAST;
     const win32::Library http(isHttp ? win32::loadSystemLibrary(L"winhttp.dll") : nullptr);

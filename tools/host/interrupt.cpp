@@ -28,8 +28,8 @@ bool isPolledNow() {
 /// Windows calls this on a thread of its own.
 BOOL WINAPI onControl(DWORD) {
     isInterrupted = true;
-    // After CTRL_CLOSE_EVENT, log-off and shutdown, Windows terminates the process when the handler returns,
-    // and after 5 s in any case. The handler waits, so that the polling thread can stop the download.
+    // After CTRL_CLOSE_EVENT, Windows terminates the process when the handler returns, and after 5 s in any
+    // case. The handler waits, so that the polling thread can stop the download.
     const bool mustWait = isPolledNow();
     if (mustWait)
         Sleep(kPatience);

@@ -4,8 +4,7 @@
 
 namespace host {
 
-/// \brief Makes Ctrl+C, Ctrl+Break and the end of the console or the session end the program with
-/// \ref kInterrupted.
+/// \brief Makes Ctrl+C, Ctrl+Break and the end of the console end the program with \ref kInterrupted.
 void installInterruptHandler();
 
 /// \brief Runs a function before an interrupt ends the program. At most one object at a time.

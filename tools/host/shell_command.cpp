@@ -180,7 +180,7 @@ bool isFolder(const std::wstring& path) {
 int runCopyDir(const Library& library, const Parameters& parameters) {
     if (parameters.positional.size() != 2)
         return wrongUsage(kCopyDirCommand, L"copy-dir requires a source and a destination");
-    // A blank path stays blank, so that the library refuses it; its full path would be the current folder.
+    // A blank path stays blank, so that the library refuses it. The full path of a tab is not blank.
     const auto full = [](const std::wstring& path) {
         return path.find_first_not_of(L" \t") == path.npos ? path : fullPath(path);
     };

@@ -20,16 +20,16 @@ struct Failure {
 
 /// \brief Counts the calls that a loaded DLL makes to other DLLs, and lets one of them fail on demand.
 ///
-/// Puts a thunk in front of each function in the import table, and in front of each function that the DLL
-/// obtains from GetProcAddress afterwards. The DLL must be unloaded before this object is destroyed. Only one
-/// object may exist at a time.
+/// Puts a thunk in front of each function that the import table names, and in front of each function that
+/// the DLL obtains by name from GetProcAddress afterwards. The DLL must be unloaded before this object is
+/// destroyed. Only one object may exist at a time.
 class Hooks {
 public:
     /// Returns how a function fails; nullopt if it cannot fail.
     using Rule =
         std::function<std::optional<Failure>(const std::string& library, const std::string& function)>;
 
-    /// Replaces an imported function. `Hooks` does not count its calls. The target calls `shouldFail` if they
+    /// Replaces an imported function. `calls` does not list it. The target calls `shouldFail` if its calls
     /// can fail.
     struct Substitute {
         std::string function;

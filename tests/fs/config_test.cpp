@@ -327,7 +327,8 @@ TEST_F(Config, MethodsOfOneStoreRunOneAtATime) {
                [](auto& store) { store.setFilePath(L"x"); }, [](auto& store) { store.setDefaults({}); }});
 }
 
-/// A load locks the store twice: to copy the path and, once it has read the file, to change the values.
+/// Checks that a load waits for a save after it has read the file. A load locks the store twice: to copy the
+/// path and, once it has read the file, to change the values.
 template <class Store>
 void expectLoadWaitsForSave(const std::wstring& path) {
     writeBytes(path, "a=1\n");

@@ -48,7 +48,7 @@ TEST(FxConfig, SwitchesAreWrittenWholeAndEnciphered) {
     EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "keys that could not be read are not lost";
     testing_support::writeBytes(path, "from elsewhere");
     EXPECT_EQ(other.save(), 0);
-    EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "only the first save reads the file";
+    EXPECT_EQ(readSwitches(path), "a=1\nb=1\nc=0\nd=1\n") << "only the first save merges the file";
     other.setFilePath(path);
     EXPECT_EQ(other.save(), 0);
     EXPECT_EQ(readBytes(path), "") << "no switch of the file is left in memory";

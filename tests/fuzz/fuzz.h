@@ -24,7 +24,7 @@ inline void require(bool holds) {
 
 using Utf16Library = std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t>;
 
-/// Decodes UTF-8 by the standard library; nullopt if invalid. Rejects surrogates, which the library accepts.
+/// Decodes UTF-8 by std::codecvt_utf8_utf16; nullopt if invalid. Rejects surrogates, which codecvt accepts.
 inline std::optional<std::u16string> decoded(const std::string& narrow) {
     for (std::size_t i = 1; i < narrow.size(); ++i)
         if (narrow[i - 1] == '\xED' && static_cast<unsigned char>(narrow[i]) >= 0xA0)

@@ -34,7 +34,7 @@ const std::wstring kMutex = L"Global\\ZELSYS_CHANNEL_TEST", kPipe = L"zelsys-cha
 std::atomic<double> speed = 1; ///< Divides the time-outs of waits for I/O.
 std::atomic<int> pauses = 0;   ///< Number of pauses after attempts. Each is shortened to a tenth.
 
-/// Must be called before a listener starts, because its thread uses the seams.
+/// Shortens waits and counts pauses. Call it before a listener starts: its thread uses the seams.
 void watchWaits() {
     speed = 1;
     pauses = 0;

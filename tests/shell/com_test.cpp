@@ -81,7 +81,7 @@ HRESULT called(std::string_view call, const Words&... words) {
     return call == world.broken ? world.failure : S_OK;
 }
 
-/// Returns "format/property": the first byte of `fmtid`, and `pid`.
+/// Returns "format/property": the high byte of `fmtid.Data1`, and `pid`; "none" if Data1 is 0.
 std::string text(const PROPERTYKEY& key) {
     return key.fmtid.Data1 == 0 ? "none"
                                 : std::to_string(key.fmtid.Data1 >> 24) + "/" + std::to_string(key.pid);

@@ -162,7 +162,8 @@ void sweepInstance(const Worker& worker) {
 
 } // namespace
 
-/// Arguments: a folder, the port for downloads, and 1 to also raise a running instance, which takes minutes.
+/// Sweeps all exports. Arguments: a folder, the port for downloads, and 1 to also raise a running instance,
+/// which takes minutes.
 int wmain(int, wchar_t** arguments) {
     // Loaded for the whole run, so that their initialisation and clean-up do not count.
     for (const wchar_t* name : {L"winhttp.dll", L"shell32.dll", L"ole32.dll", L"shlwapi.dll", L"user32.dll"})

@@ -67,7 +67,7 @@ void release(void* block) noexcept {
 
 } // namespace
 
-// The other forms of operator new and delete call these.
+// The array and nothrow forms call these.
 void* operator new(std::size_t size) {
     if (void* const block = allocate(size))
         return block;

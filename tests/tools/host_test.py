@@ -104,7 +104,7 @@ class Host(unittest.TestCase):
                 timeout = "--timeout", 1 if path == "/late" else 30
                 arguments = "http://some.example" + path, *folder, *proxy, *timeout
                 result = prefix.host("download", *arguments)
-                if words and result.returncode == 0:  # Wine 10 does so if a thread ends at the same time
+                if words and result.returncode == 0:  # Wine 10 returns 0 if a thread ends at the same time
                     result = prefix.host("download", *arguments)
                 self.assertIn(words, result.stderr)
                 self.assertEqual((result.returncode == 0, "#" in result.stdout), (words == "",) * 2, result)

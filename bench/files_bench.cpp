@@ -98,24 +98,25 @@ void benchLargeRead() {
                     .seconds = 4});
 }
 
-/// Returns another value in every call, so that no contender can skip the write.
-const wchar_t* nextValue() {
+/// Returns a new value in every call, so that no contender can skip the write. All have the same length.
+std::wstring nextValue() {
     static unsigned calls = 0;
-    return ++calls % 2 == 0 ? L"a new value of the setting" : L"the former value of the setting";
+    return L"a new value of the setting " + std::to_wstring(1'000'000'000 + calls++);
 }
 
 bench::Path setting(const std::string& name, const Sample& sample, std::string& bytes) {
     const std::vector<Contender> alternatives{
         {"WritePrivateProfileStringW",
          [&] {
-             return WritePrivateProfileStringW(L"s", sample.wideKey.c_str(), nextValue(),
+             return WritePrivateProfileStringW(L"s", sample.wideKey.c_str(), nextValue().c_str(),
                                                sample.sectioned.c_str()) != FALSE;
          }},
         {"SimpleIni", [&] {
              CSimpleIniA ini(true);
              char narrow[128];
              return ini.LoadFile(sample.ini.c_str()) == SI_OK &&
-                    WideCharToMultiByte(CP_UTF8, 0, nextValue(), -1, narrow, 128, nullptr, nullptr) > 0 &&
+                    WideCharToMultiByte(CP_UTF8, 0, nextValue().c_str(), -1, narrow, 128, nullptr, nullptr) >
+                        0 &&
                     ini.SetValue("", sample.key.c_str(), narrow) >= 0 &&
                     ini.SaveFile(sample.ini.c_str(), false) == SI_OK;
          }}};
@@ -123,7 +124,7 @@ bench::Path setting(const std::string& name, const Sample& sample, std::string& 
             .ours = {"setValueInPropertyFile",
                      [&] {
                          return setValueInPropertyFile(sample.plain.c_str(), sample.key.c_str(),
-                                                       nextValue()) == 1;
+                                                       nextValue().c_str()) == 1;
                      }},
             .limit = Contender{"read as above, truncate, write, close",
                                [&] {

@@ -399,7 +399,7 @@ ZELSYSHELPER_API void clearFx(const wchar_t* file);
  *
  * \param text Receives "10.0.0" or "11.0.0" with its terminating zero: it must have room for seven
  *             characters. Unchanged if the result is 0.
- * \return 1, or 0 on any other version of Windows.
+ * \return 1, or 0 on versions below 10. Windows Server 2016 and later count as 10, from build 22000 on as 11.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getOsVersion(wchar_t* text);

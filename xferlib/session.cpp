@@ -22,8 +22,9 @@ struct KeptSession {
 class SessionCache {
 public:
     ~SessionCache() {
-        // WinHTTP may have been unloaded when the process ends, so the session is leaked. When only this
-        // library is unloaded, no request is open, and closing the session does not block.
+        // At process exit WinHTTP may have handled DLL_PROCESS_DETACH before this library, so the session is
+        // leaked. When only this library is unloaded, no request is open, and closing the session does not
+        // block.
         if (kept_ && win32::isProcessEnding())
             new (std::nothrow) std::shared_ptr(std::move(kept_));
     }

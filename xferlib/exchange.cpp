@@ -191,9 +191,9 @@ HopReply exchange(const Session& session, const Hop& hop, const Deadline& deadli
     return reply;
 }
 
-bool isSecure(const std::wstring& url) {
+bool isPlainHttp(const std::wstring& url) {
     Address address;
-    return crack(url, address) == kOk && address.secure;
+    return crack(url, address) == kOk && !address.secure;
 }
 
 } // namespace xferlib

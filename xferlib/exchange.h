@@ -32,7 +32,7 @@ struct HopReply {
 /// \return `response.code` is 0 or a transport code.
 HopReply exchange(const Session& session, const Hop& hop, const Deadline& deadline);
 
-/// \brief Returns true if the URL is valid and its scheme is https.
-bool isSecure(const std::wstring& url);
+/// \brief Returns true if the URL is valid and its scheme is http.
+bool isPlainHttp(const std::wstring& url);
 
 } // namespace xferlib

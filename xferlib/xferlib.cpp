@@ -71,13 +71,13 @@ std::wstring combine(const std::wstring& base, const std::wstring& location) {
     return target;
 }
 
-/// Points the hop at the target of a redirect.
-/// \return kOk; kMalformedUrl if UrlCombineW fails; kUnsupportedScheme if the target leaves https.
+/// Points the hop at the target of a redirect. The next exchange reports a target that it cannot request.
+/// \return kOk; kMalformedUrl if UrlCombineW fails; kUnsupportedScheme for a redirect from https to http.
 TransferCode follow(const HopReply& reply, Hop& hop) {
     const std::wstring target = combine(hop.url, reply.location);
     if (target.empty())
         return kMalformedUrl;
-    if (isSecure(hop.url) && !isSecure(target))
+    if (!isPlainHttp(hop.url) && isPlainHttp(target))
         return kUnsupportedScheme;
     hop.url = target;
     if (reply.response.status == kStatusSeeOther) {

@@ -231,6 +231,8 @@ TEST_F(Xferlib, SecureConnections) {
     EXPECT_EQ(fetch(throughProxy("https://secure.example/to/302/http%3A%2F%2Fsome.example%2Fecho")),
               (Response{.code = 1, .status = 302}))
         << "no redirect from https to http";
+    EXPECT_EQ(fetch(throughProxy("https://secure.example/to/302/https%3A%2F%2Fx%3A99999%2F")),
+              Response{.code = 3});
     // Wine reports a rejected certificate as a failed handshake (35), Windows as a certificate error (60).
     const Response rejected{.code = 35};
     EXPECT_EQ(fetch(throughProxy("https://other.example/echo")), rejected) << "another host's certificate";

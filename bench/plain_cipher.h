@@ -7,7 +7,8 @@ namespace bench {
 /// \brief Runs the passes of the switch-file cipher with the built-in phrase, byte by byte in the simplest
 /// form.
 ///
-/// Reference for the results and the speed of the library's cipher. The data must not be empty.
+/// The library's cipher must return the same bytes, and the benchmark compares its speed with this. The data
+/// must not be empty.
 void plainEncipher(unsigned char* data, std::size_t size);
 void plainDecipher(unsigned char* data, std::size_t size);
 

@@ -282,8 +282,8 @@ ZELSYSHELPER_API uint64_t getValueFromPropertyFile(const wchar_t* file, const ch
  * Changes can be lost only if a process holds the lock for more than 2 seconds, or if the file system has no
  * byte locks. Readers see either the old or the new contents, even if a process ends during the call (up to a
  * size of 16 MiB). A full disk leaves the file unchanged. If another program has opened the file without
- * sharing, the call retries for 250 ms and then leaves the file unchanged. If the file can be opened but not
- * read, its other keys are lost.
+ * sharing, the call retries for half a second and then leaves the file unchanged. If the file can be opened
+ * but not read, its other keys are lost.
  *
  * \param value The value; empty removes the key from the file.
  * \return 1 if the file could be read before the change, otherwise 0. This does not report whether the change
@@ -567,7 +567,7 @@ typedef char
  * Does not wait for a new window, which may open too late to be changed. Check the folder with
  * retrieveShellFolderViewOptions(), or call again. Blocks while the file manager does not respond.
  *
- * \param folder    The folder as a full path, without a trailing backslash.
+ * \param folder    The folder as a full path, without a trailing backslash except for a drive's root ("C:\").
  * \param viewCode  Points to a view code; null or an unknown code leaves the view unchanged.
  * \param sort      Null or an unknown column code leaves the sorting unchanged. The direction also applies to
  *                  the grouping; null groups in ascending order.

@@ -53,6 +53,8 @@ TEST(FxConfig, SwitchesAreWrittenWholeAndEnciphered) {
     EXPECT_EQ(other.save(), 0);
     EXPECT_EQ(readBytes(path), "") << "no switch of the file is left in memory";
 
+    other.setSwitch("c", true);
+    EXPECT_EQ(other.save(), 0);
     store.defaultsPending = true;
     store.loadWithDefaults();
     EXPECT_EQ(store.findValue("c"), std::nullopt) << "no load while the defaults are pending";

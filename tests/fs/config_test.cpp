@@ -256,7 +256,7 @@ TEST_F(Config, SaversUseABestEffortLock) {
         return WriteFileSeam::real(arguments...);
     };
     config.setValue("a", "4");
-    EXPECT_EQ(config.save(), 100004) << "the end of the old contents may still be there";
+    EXPECT_EQ(config.save(), 100004) << "the save cannot tell whether it may truncate the file";
 }
 
 TEST_F(Config, FileThatGrowsDuringTheReadIsReadAgain) {
@@ -327,8 +327,8 @@ TEST_F(Config, MethodsOfOneStoreRunOneAtATime) {
                [](auto& store) { store.setFilePath(L"x"); }, [](auto& store) { store.setDefaults({}); }});
 }
 
-/// Checks that a load waits for a save after it has read the file. A load locks the store twice: to copy the
-/// path and, once it has read the file, to change the values.
+/// Checks that a load that has read the file waits for a save. A load locks the store twice: to copy the path
+/// and, once it has read the file, to change the values.
 template <class Store>
 void expectLoadWaitsForSave(const std::wstring& path) {
     writeBytes(path, "a=1\n");
@@ -365,7 +365,7 @@ void expectLoadWaitsForSave(const std::wstring& path) {
     mayEnd = true;
 }
 
-TEST_F(Config, LoadWaitsForASaveAfterItHasReadTheFile) {
+TEST_F(Config, LoadThatHasReadTheFileWaitsForASave) {
     expectLoadWaitsForSave<fs::CConfig>(path);
     testing_support::restoreSeams();
     expectLoadWaitsForSave<fs::FxConfig>(path);

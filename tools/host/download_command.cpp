@@ -203,7 +203,7 @@ int run(const Library& library, const Parameters& parameters) {
         fail(what + (end == End::kTimedOut
                          ? L": not finished after " + std::to_wstring(options.timeout) + L" s"
                          : std::wstring(L": interrupted")),
-             {.advice = L"the part that arrived is in " + path});
+             {.advice = L"a part of the file may be in " + path});
     library.stopDownloadFile();
     return end == End::kInterrupted ? int{kInterrupted} : code;
 }

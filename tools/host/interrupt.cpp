@@ -25,7 +25,7 @@ bool isPolledNow() {
     return isPolled;
 }
 
-/// Windows calls this on a thread of its own.
+/// Ends the program on a console control event. The system calls it on a new thread of this process.
 BOOL WINAPI onControl(DWORD) {
     isInterrupted = true;
     // After CTRL_CLOSE_EVENT, Windows terminates the process when the handler returns, and after 5 s in any

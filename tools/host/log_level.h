@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// The level at which the library logs the outcome of each event.
+/// The lowest level of the log that includes the outcome of every event. Rejections appear from level 3 on.
 inline constexpr int kOutcomeLevel = 7;
 
 /// \brief Raises the level of the library's log for a while, in the settings file that all programs of the

@@ -1,7 +1,7 @@
 """An HTTP server on loopback that stands in for the suite's hosts.
 
-It answers as an origin, and as a proxy: by absolute URL for http, by CONNECT for https, where it answers in
-place of the requested host, with its own certificate. It keeps a list of the requests.
+It answers as an origin, and as a proxy: by absolute URL for http, by CONNECT for https. After a CONNECT it
+answers in place of the requested host, always with the certificate in `pem`. It keeps a list of the requests.
 """
 
 import socket

@@ -163,14 +163,14 @@ def main():
         "--growth", action="store_true", help="measure how cost grows, and draw it for docs/benchmarks.md"
     )
     parser.add_argument("families", nargs="*", metavar="NAME", help=" ".join(FAMILIES))
-    wanted = parser.parse_args()
-    if unknown := set(wanted.families) - set(FAMILIES):
+    options = parser.parse_args()
+    if unknown := set(options.families) - set(FAMILIES):
         parser.error(f"unknown: {' '.join(sorted(unknown))}")
-    if wanted.families and (wanted.write or wanted.growth):
+    if options.families and (options.write or options.growth):
         parser.error("--write and --growth run all families")
-    if wanted.growth:
+    if options.growth:
         return measure_growth()
-    results = measure(wanted.families or FAMILIES)
+    results = measure(options.families or FAMILIES)
     for titles, rows in (
         (TITLES, results.rows),
         (["path", "contender", "median"], results.details),
@@ -178,7 +178,7 @@ def main():
     ):
         if rows:
             print(aligned(titles, rows))
-    if wanted.write:
+    if options.write:
         write_results(results)
 
 

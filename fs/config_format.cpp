@@ -62,9 +62,9 @@ void ConfigSearch::take(std::string_view piece) {
         const std::string_view line = piece.substr(0, lineEnd);
         if (lineEnd != piece.npos) {
             if (begun_.empty() && beginning_ == Beginning::unknown)
-                lookAt(line);
+                inspect(line);
             else if (beginning_ != Beginning::other)
-                lookAt(begun_.append(line));
+                inspect(begun_.append(line));
             begun_.clear();
             beginning_ = Beginning::unknown;
             piece.remove_prefix(lineEnd + 1);
@@ -90,11 +90,11 @@ void ConfigSearch::begin(std::string_view line) {
 
 std::optional<std::string> ConfigSearch::finish() {
     if (!value_)
-        lookAt(withoutTrailingZeros(begun_));
+        inspect(withoutTrailingZeros(begun_));
     return std::move(value_);
 }
 
-void ConfigSearch::lookAt(std::string_view line) {
+void ConfigSearch::inspect(std::string_view line) {
     std::size_t value = 0;
     if (lookForKey(line, key_, value) != Beginning::found)
         return;

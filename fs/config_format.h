@@ -37,7 +37,7 @@ public:
     std::optional<std::string> finish();
 
 private:
-    void lookAt(std::string_view line);
+    void inspect(std::string_view line);
     void begin(std::string_view line);
 
     std::string_view key_;

@@ -21,14 +21,15 @@ constexpr std::size_t kLongestPath = 512; // characters; longer paths are trunca
 /// One counter for the whole process: callers depend on it.
 std::atomic<std::uint32_t> failures;
 
-void tell(const wchar_t* line) {
+void printLine(const wchar_t* line) {
     std::fputws(line, stdout);
     std::fflush(stdout);
 }
 
 void fail(const wchar_t* work, DWORD error) {
     ++failures;
-    tell((std::wstring(L"error ") + work + L": " + text::decimal(static_cast<int>(error)) + L"\n").c_str());
+    printLine(
+        (std::wstring(L"error ") + work + L": " + text::decimal(static_cast<int>(error)) + L"\n").c_str());
 }
 
 bool isLink(const WIN32_FIND_DATAW& entry) {
@@ -184,7 +185,7 @@ std::uint32_t replaceDirectory(const std::wstring& source, const std::wstring& d
     try {
         replace(cut(source), cut(destination));
     } catch (...) {
-        tell(L"error Exception\n");
+        printLine(L"error Exception\n");
     }
     return failures;
 }

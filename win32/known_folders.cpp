@@ -22,18 +22,19 @@ public:
     LoadedFunction(const std::wstring& dll, const char* name, const ProblemReport& report)
         : library_(loadSystemLibrary(dll.c_str())) {
         if (!library_) {
-            tell(report, std::string("Couldn't load dll") + std::string(dll.begin(), dll.end()) + " | err =");
+            reportError(report,
+                        std::string("Couldn't load dll") + std::string(dll.begin(), dll.end()) + " | err =");
             return;
         }
         function_ = findFunction<Function>(library_.get(), name);
         if (function_ == nullptr)
-            tell(report, "GetProcAddress return null | err =");
+            reportError(report, "GetProcAddress return null | err =");
     }
 
     Function get() const { return function_; }
 
 private:
-    static void tell(const ProblemReport& report, const std::string& problem) {
+    static void reportError(const ProblemReport& report, const std::string& problem) {
         const DWORD error = GetLastError();
         if (report)
             report(problem + std::to_string(error));

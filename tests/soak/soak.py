@@ -56,9 +56,9 @@ def start(*arguments, program=PROGRAM, stdin=subprocess.DEVNULL):
         process = subprocess.Popen(prefix.command_of(program, *arguments), stdin=stdin, **PIPES)
         if program != PROGRAM or (line := process.stdout.readline()) == "ready\n":
             return process
-        if prefix.START_FAILED not in (told := process.stderr.read()):
+        if prefix.START_FAILED not in (errors := process.stderr.read()):
             break
-    promise(False, f"{arguments} did not start and exited with {process.wait()}: {line}{told}")
+    promise(False, f"{arguments} did not start and exited with {process.wait()}: {line}{errors}")
     return process
 
 
@@ -239,11 +239,11 @@ def chaotic_events(_folder, pem):
         result = prefix.run(PROGRAM, "events", EVENTS, 16, timeout=900)
     outcomes, odd = logged()
     promise((result.returncode, odd) == (0, 0), f"exit code {result.returncode}, {odd} malformed lines")
-    arrived, told, codes = Counter(), Counter(), Counter()
+    arrived, ends, codes = Counter(), Counter(), Counter()
     for event in range(1, EVENTS + 1):
-        kinds, told_of = chaos.arrivals[event], outcomes[event]
-        promise(len(told_of) == 1, f"event {event} has {len(told_of)} outcomes; {kinds}")
-        outcome = told_of[0] if told_of else ""
+        kinds, logged_ends = chaos.arrivals[event], outcomes[event]
+        promise(len(logged_ends) == 1, f"event {event} has {len(logged_ends)} outcomes; {kinds}")
+        outcome = logged_ends[0] if logged_ends else ""
         # The library sends again only after a status of 400 or above.
         is_due = len(kinds) <= 2 and kinds[:-1] in ([], ["500"])
         promise(is_due, f"event {event} was sent again: {kinds}; {outcome}")
@@ -252,12 +252,12 @@ def chaotic_events(_folder, pem):
         is_lost = kinds == ["500"] and outcome.startswith("curl")
         promise(outcome.startswith(expected) or is_lost, f"event {event}: {kinds}, {outcome}")
         arrived[len(kinds)] += 1
-        told[outcome.partition(" ")[0].rstrip(":")] += 1
+        ends[outcome.partition(" ")[0].rstrip(":")] += 1
         if outcome.startswith("curl"):
             codes[f"{outcome.split()[1]} after {kinds[-1] if kinds else 'nothing'}"] += 1
     figures = f"{EVENTS}; {arrived[1]}, {arrived[2]}, {arrived[0]}"
     row("events: sent; arrived once, twice after 500, never", figures)
-    row("events: logged as ok, rejected, no reply", f"{told['ok']}, {told['rejected']}, {told['curl']}")
+    row("events: logged as ok, rejected, no reply", f"{ends['ok']}, {ends['rejected']}, {ends['curl']}")
     row("events: transport codes of missing replies", counts(codes))
 
 
@@ -369,9 +369,9 @@ def write_document():
 def main():
     kills = [kill_save, kill_switches, kill_download, kill_hand_over, kill_served]
     parts = [sweep, storm, eight_processes, chaotic_events, *kills]
-    wanted = [argument for argument in sys.argv[1:] if argument not in ("--short", "--write")]
+    selected = [argument for argument in sys.argv[1:] if argument not in ("--short", "--write")]
     writes = "--write" in sys.argv
-    if not set(wanted) <= {part.__name__ for part in parts} or (writes and wanted):
+    if not set(selected) <= {part.__name__ for part in parts} or (writes and selected):
         names = " ".join(part.__name__ for part in parts)
         raise SystemExit(f"usage: scripts/soak.sh [--short] [--write | NAME...]; names: {names}")
     random.seed(SEED)
@@ -382,7 +382,7 @@ def main():
         pem = authority.issue("statistics.quenlith.example", "country.quenlith.example")
         for part in parts:
             begin = time.monotonic()
-            if not wanted or part.__name__ in wanted:
+            if not selected or part.__name__ in selected:
                 part(folder, pem)
                 print(f"{part.__name__}: {time.monotonic() - begin:.0f} s", file=sys.stderr, flush=True)
     clear_log()

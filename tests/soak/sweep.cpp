@@ -29,7 +29,7 @@ struct Run {
 unsigned problems = 0, failures = 0;
 std::set<std::string> functions; // functions that were made to fail
 
-void tell(const char* what) {
+void report(const char* what) {
     ++problems;
     const char* const failed = current.hooks != nullptr ? current.hooks->failed() : nullptr;
     std::printf("problem %s, call %u, %s: %s\n", current.row, current.number,
@@ -39,23 +39,23 @@ void tell(const char* what) {
 
 void expect(bool holds, const char* what) {
     if (!holds)
-        tell(what);
+        report(what);
 }
 
 void onAbort() {
-    tell("abort");
+    report("abort");
     TerminateProcess(GetCurrentProcess(), 5);
 }
 
 LONG WINAPI onCrash(EXCEPTION_POINTERS*) {
-    tell("crash");
+    report("crash");
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
 void watch() {
     for (;; Sleep(500))
         if (GetTickCount64() - current.begin > kLongestRun) {
-            tell("the call does not return");
+            report("the call does not return");
             TerminateProcess(GetCurrentProcess(), 3);
         }
 }
@@ -106,7 +106,7 @@ bool failOnce(Row& row, unsigned number, Worker worker) {
     current.begin = GetTickCount64();
 
     if (!loadLibrary())
-        return tell("the library cannot be loaded"), false;
+        return report("the library cannot be loaded"), false;
     const HMODULE module = library->module;
     auto substitutes = imports::countedHeap();
     substitutes.push_back({"abort", reinterpret_cast<void*>(&onAbort)});
@@ -121,8 +121,9 @@ bool failOnce(Row& row, unsigned number, Worker worker) {
         functions.insert(hooks.failed());
     expect(isRight || hasFailed, "wrong result without a failure");
     if (!isRight && !row.isFailure(worker, result))
-        tell(("undocumented result of a failure: " + std::to_string(result) + ", " + std::to_string(worker.n))
-                 .c_str());
+        report(
+            ("undocumented result of a failure: " + std::to_string(result) + ", " + std::to_string(worker.n))
+                .c_str());
     expectTruth(row.name, isRight, hasFailed, worker);
     expect(row.isRight(worker, call(row, worker)), "the next call fails");
     library->stopDownloadFile();
@@ -130,7 +131,7 @@ bool failOnce(Row& row, unsigned number, Worker worker) {
     for (int i = 0; GetModuleHandleW(L"zelsyshelper.dll") != nullptr; ++i) {
         Sleep(1); // an ending worker still holds a reference to the module
         if (i == 1000) {
-            tell("the library cannot be unloaded");
+            report("the library cannot be unloaded");
             TerminateProcess(GetCurrentProcess(), 4);
         }
     }

@@ -8,15 +8,15 @@
 ZELSYS_SEAM(L"kernel32.dll", GetModuleHandleW)
 ZELSYS_SEAM(L"advapi32.dll", RegQueryValueExW)
 
-static win32::TOsVersion told;
+static win32::TOsVersion reported;
 static LONG versionResult;
 
 /// The library finds this function: the fake GetModuleHandleW returns this program's handle as ntdll.dll.
 extern "C" __declspec(dllexport) LONG WINAPI RtlGetVersion(RTL_OSVERSIONINFOW* info) {
     EXPECT_EQ(info->dwOSVersionInfoSize, 276u);
-    info->dwMajorVersion = told.major;
-    info->dwMinorVersion = told.minor;
-    info->dwBuildNumber = told.build;
+    info->dwMajorVersion = reported.major;
+    info->dwMinorVersion = reported.minor;
+    info->dwBuildNumber = reported.build;
     return versionResult;
 }
 
@@ -38,9 +38,9 @@ TEST(OsVersion, ComesFromRtlGetVersionAndTheRegistry) {
         EXPECT_EQ(std::tie(version.major, version.minor, version.revision, version.build),
                   std::tie(expected.major, expected.minor, expected.revision, expected.build));
     };
-    expectVersion(told = {9, 3, 0, 9600});
+    expectVersion(reported = {9, 3, 0, 9600});
     EXPECT_EQ(RegQueryValueExWSeam::calls, 0);
-    told = {10, 1, 0, 22621};
+    reported = {10, 1, 0, 22621};
     expectVersion({10, 1, 4321, 22621});
     type = REG_SZ;
     expectVersion({10, 1, 0, 22621});

@@ -16,7 +16,7 @@ COLUMNS = 110
 TOKEN = re.compile(
     r"/\*\*(?P<doc>(?!<|@).*?)\*/\s*(?P<code>#define[^\n]*?(?=/\*\*<|\n)|ZELSYSHELPER_API[^;]*;|"
     r"typedef struct.*?\} \w+;)?"
-    r"|(?P<define>#define ZELSYSHELPER_\w+(?:\s|\\\n)+[^\n]*?)(?:/\*\*<(?P<behind>.*?)\*/|\n)",
+    r"|(?P<define>#define ZELSYSHELPER_\w+(?:\s|\\\n)+[^\n]*?)(?:/\*\*<(?P<trailing>.*?)\*/|\n)",
     re.S,
 )
 
@@ -46,7 +46,7 @@ def constant(define, text):
 def entry(match):
     """Returns the Markdown lines for a match of TOKEN, and whether they are a table row."""
     if match["define"]:
-        return [constant(match["define"], text_of(match["behind"] or ""))], True
+        return [constant(match["define"], text_of(match["trailing"] or ""))], True
     text = text_of(match["doc"])
     if match["code"] and match["code"].startswith("#define"):
         return [constant(match["code"], text)], True

@@ -77,14 +77,14 @@ std::wstring proxyProblem(const Proxy& proxy) {
 
 std::wstring connectionFault(const Proxy& proxy) {
     const Winsock winsock;
-    ADDRINFOW wanted{};
-    wanted.ai_family = AF_UNSPEC;
-    wanted.ai_socktype = SOCK_STREAM;
+    ADDRINFOW hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
     win32::Owner<AddressesTraits> found;
     // GetAddrInfoW expects an IPv6 address without brackets.
     const std::wstring host =
         proxy.host.front() == L'[' ? proxy.host.substr(1, proxy.host.size() - 2) : proxy.host;
-    if (GetAddrInfoW(host.c_str(), std::to_wstring(proxy.port).c_str(), &wanted, found.receive()) != 0)
+    if (GetAddrInfoW(host.c_str(), std::to_wstring(proxy.port).c_str(), &hints, found.receive()) != 0)
         return L"cannot be resolved; check the name and the network";
     for (const ADDRINFOW* address = found.get(); address != nullptr; address = address->ai_next)
         if (connects(*address))

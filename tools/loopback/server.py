@@ -88,10 +88,10 @@ class _Handler(BaseHTTPRequestHandler):
     do_POST = do_GET
 
     def _is_signed_in(self):
-        wanted, given = self.server.proxy_authorization, self.headers.get("Proxy-Authorization")
+        expected, given = self.server.proxy_authorization, self.headers.get("Proxy-Authorization")
         if given is not None:
             self.server.authorizations.append(given)
-        if wanted is None or given == wanted:
+        if expected is None or given == expected:
             return True
         self.rfile.read(int(self.headers.get("Content-Length", 0)))
         self.send_response(407)

@@ -250,8 +250,8 @@ def main():
     parser.add_argument("--count", type=int, default=20)
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("folders", nargs="*", metavar="FOLDER", default=[], help=" ".join(PROGRAMS))
-    wanted = parser.parse_args()
-    folders = wanted.folders or list(PROGRAMS)
+    options = parser.parse_args()
+    folders = options.folders or list(PROGRAMS)
     if unknown := set(folders) - set(PROGRAMS):
         parser.error(f"no folder of the product: {' '.join(sorted(unknown))}")
 
@@ -267,9 +267,9 @@ def main():
     for file in sources:
         for fault in faults_of(file):
             places[file.split("/")[0]][fault.kind].append(fault)
-    chance = random.Random(wanted.seed)
+    chance = random.Random(options.seed)
     noticed, apart, survivors = 0, 0, []
-    while noticed + len(survivors) < wanted.count and any(any(kinds.values()) for kinds in places.values()):
+    while noticed + len(survivors) < options.count and any(any(kinds.values()) for kinds in places.values()):
         kinds = places[chance.choice([folder for folder in folders if any(places[folder].values())])]
         faults = kinds[chance.choice([kind for kind, faults in kinds.items() if faults])]
         fault = faults.pop(chance.randrange(len(faults)))
@@ -277,7 +277,7 @@ def main():
             apart += 1
             continue
         begin = time.monotonic()
-        name = try_fault(fault, wanted.quick)
+        name = try_fault(fault, options.quick)
         if name is None:
             continue
         if name:
@@ -292,7 +292,7 @@ def main():
         print(fault)
     by_folder = Counter(fault.path.split("/")[0] for fault in survivors)
     print("by folder:", ", ".join(f"{name} {count}" for name, count in sorted(by_folder.items())) or "none")
-    kind = ", by the programs of their folders and the fuzzers" if wanted.quick else ""
+    kind = ", by the programs of their folders and the fuzzers" if options.quick else ""
     print(f"{apart} equivalent ones set apart; {noticed} noticed of {noticed + len(survivors)}{kind}")
     prepare()
     check_without_fault()  # a program that now fails without a fault makes the results doubtful

@@ -10,7 +10,7 @@
  * - No function throws an exception.
  * - Functions work on the calling thread and block while they read or write files, usually for milliseconds.
  *   The functions for property files block for up to 5 seconds while another process holds the file. The
- *   comment of any other function that can block longer says so.
+ *   comment of any other function that can block for seconds says so.
  * - Results fill a whole register: booleans are 0 or 1, unsigned 32-bit numbers are zero-extended, signed
  *   ones are sign-extended. A caller may declare the narrow or the wide type.
  */

@@ -224,14 +224,12 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
     if (contents.size() >= oldSize)
         return 0;
     // Without the lock, another saver may have written longer contents meanwhile. Truncating would cut them.
-    if (std::string now; !isLocked_) {
-        if (!readAll(file_.get(), now))
-            return kStatusFileFailed;
-        if (!now.starts_with(bytes))
-            return 0;
-    }
+    std::string now;
+    const bool isKnown = isLocked_ || readAll(file_.get(), now);
+    if (!isLocked_ && isKnown && !now.starts_with(bytes))
+        return 0;
     // Padding may stay. The end of the old contents may not: it would bring removed keys back.
-    if (!win32::setFileSize(file_.get(), contents.size()) && padded.empty()) {
+    if (!(isKnown && win32::setFileSize(file_.get(), contents.size())) && padded.empty()) {
         win32::writeAt(file_.get(), 0, old);
         return kStatusFileFailed;
     }

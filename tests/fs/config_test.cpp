@@ -255,8 +255,10 @@ TEST_F(Config, SaversUseABestEffortLock) {
         ReadFileSeam::failWith(ERROR_CRC);
         return WriteFileSeam::real(arguments...);
     };
-    config.setValue("a", "4");
-    EXPECT_EQ(config.save(), 100004) << "the save cannot tell whether it may truncate the file";
+    fs::FxConfig enciphered(path);
+    enciphered.setSwitch("a", true);
+    EXPECT_EQ(enciphered.save(), 100004) << "the save cannot tell whether it may truncate the file";
+    EXPECT_TRUE(readBytes(path) == longFile) << "too long to print";
 }
 
 TEST_F(Config, FileThatGrowsDuringTheReadIsReadAgain) {

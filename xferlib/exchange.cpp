@@ -159,6 +159,9 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
     Address address;
     if (const auto code = crack(hop.url, address))
         return code;
+    if (hop.mustBeSecure && !address.secure)
+        return kUnsupportedScheme;
+    reply.isSecure = address.secure;
     const WinHttpHandle connection(WinHttpConnect(session->get(), address.host.c_str(), address.port, 0));
     if (!connection)
         return transferCode(GetLastError(), kCannotConnect);
@@ -189,11 +192,6 @@ HopReply exchange(const Session& session, const Hop& hop, const Deadline& deadli
     HopReply reply;
     reply.response.code = run(session, hop, deadline, reply);
     return reply;
-}
-
-bool isPlainHttp(const std::wstring& url) {
-    Address address;
-    return crack(url, address) == kOk && !address.secure;
 }
 
 } // namespace xferlib

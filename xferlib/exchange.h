@@ -20,19 +20,18 @@ struct Hop {
     const std::wstring* headers = nullptr; ///< Header lines, each ended by CR LF. Null: none.
     ProxySignIn* proxy = nullptr;          ///< Not owned, not null.
     int connectTimeout = 0;                ///< Milliseconds.
+    bool mustBeSecure = false;             ///< Fails with kUnsupportedScheme unless the scheme is https.
 };
 
 /// The reply to a hop.
 struct HopReply {
     Response response;
     std::wstring location; ///< Location header of a redirect, not yet resolved; otherwise empty.
+    bool isSecure = false; ///< The hop has used https.
 };
 
 /// \brief Sends one request and reads the reply. Reads no body if `location` is set, nor after a final 407.
 /// \return `response.code` is 0 or a transport code.
 HopReply exchange(const Session& session, const Hop& hop, const Deadline& deadline);
-
-/// \brief Returns true if the URL is valid and its scheme is http.
-bool isPlainHttp(const std::wstring& url);
 
 } // namespace xferlib

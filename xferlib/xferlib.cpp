@@ -71,15 +71,14 @@ std::wstring combine(const std::wstring& base, const std::wstring& location) {
     return target;
 }
 
-/// Points the hop at the target of a redirect. The next exchange reports a target that it cannot request.
-/// \return kOk; kMalformedUrl if UrlCombineW fails; kUnsupportedScheme for a redirect from https to http.
+/// Points the hop at the target of a redirect.
+/// \return kOk; kMalformedUrl if UrlCombineW fails.
 TransferCode follow(const HopReply& reply, Hop& hop) {
     const std::wstring target = combine(hop.url, reply.location);
     if (target.empty())
         return kMalformedUrl;
-    if (!isPlainHttp(hop.url) && isPlainHttp(target))
-        return kUnsupportedScheme;
     hop.url = target;
+    hop.mustBeSecure = reply.isSecure;
     if (reply.response.status == kStatusSeeOther) {
         hop.post = false;
         hop.body = nullptr;

@@ -25,7 +25,7 @@ struct Request {
 /// The outcome of a request.
 struct Response {
     std::int32_t code = 0;   ///< 0 when the exchange completed, else a transport code (transfer_code.h).
-    std::int32_t status = 0; ///< The HTTP status; 0 without a reply.
+    std::int32_t status = 0; ///< The HTTP status of the last hop; 0 without a reply to it.
     std::string body{};
 };
 

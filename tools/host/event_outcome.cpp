@@ -24,14 +24,16 @@ struct CodeText {
 
 constexpr wchar_t kCheckNetwork[] = L"check the network, the firewall and the proxy of \"common.cfg\"";
 constexpr wchar_t kCheckHost[] = L"check the built-in host with \"doctor\"";
+constexpr wchar_t kCheckRedirects[] =
+    L"check the built-in host with \"doctor\", and the redirects of the host";
 
 constexpr CodeText kCodes[] = {
     {xferlib::kUnsupportedScheme,
      L"the scheme of host or redirect is not http or https, or the host redirects from https to http",
-     L"check the built-in host with \"doctor\", and the redirects of the host"},
+     kCheckRedirects},
     {xferlib::kInitFailed, L"WinHTTP is missing, or failed to open or configure a session or request",
      L"update Windows"},
-    {xferlib::kMalformedUrl, L"the URL of host or redirect cannot be parsed", kCheckHost},
+    {xferlib::kMalformedUrl, L"the URL of host or redirect cannot be parsed", kCheckRedirects},
     {xferlib::kProxyNotResolved, L"the proxy's address cannot be used, or its name cannot be resolved",
      L"check ProxyAddress and ProxyPort in \"common.cfg\""},
     {xferlib::kHostNotResolved, L"the host's name cannot be resolved", kCheckNetwork},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "win32/function.h"
 #include "win32/system_library.h"
 
 #include <atomic>
@@ -24,11 +25,10 @@ public:
         // then be missing for a handle that OpenServiceW has returned.
         if (module_ == nullptr)
             module_ = win32::loadSystemLibrary(name_);
-        const HMODULE module = module_;
-        const FARPROC found = module != nullptr ? GetProcAddress(module, function) : nullptr;
+        void* const found = win32::findFunction<void*>(module_, function);
         if (found == nullptr)
             SetLastError(ERROR_PROC_NOT_FOUND);
-        return reinterpret_cast<void*>(found);
+        return found;
     }
 
 private:

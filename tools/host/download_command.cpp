@@ -141,22 +141,24 @@ End follow(const Library& library, const Options& options, const PolledInterrupt
     const ULONGLONG begin = GetTickCount64();
     for (bool isFirst = true;; isFirst = false) {
         Sleep(isFirst ? 0 : kPollInterval);
-        std::uint8_t isRunning = 0;
+        std::uint8_t isRunning = 0, isCompleted = 0;
         std::uint32_t percent = 0, seconds = 0;
         library.isDownloadFileStarted(&isRunning);
+        library.isDownloadFileCompleted(&isCompleted);
+        const bool hasEnded = isCompleted != 0 || isRunning == 0; // a refused start never completes
         library.getDownloadFileProgress(&percent);
         library.getDownloadElapsedTimeInSeconds(&seconds);
         // The progress of a download that has failed is 100 as well.
-        const bool isShown = isRunning != 0 ? isTerminal : Outcome(library).isGood();
+        const bool isShown = hasEnded ? Outcome(library).isGood() : isTerminal;
         if (isShown)
             showProgress(percent, seconds, fileSize(path));
         const bool isTimedOut = options.timeout != 0 && GetTickCount64() - begin >= options.timeout * 1000ULL;
         const bool isInterrupted = interrupt.isSet();
-        if (isRunning != 0 && !isInterrupted && !isTimedOut)
+        if (!hasEnded && !isInterrupted && !isTimedOut)
             continue;
         if (isTerminal || isShown)
             printPart(L"\n");
-        return isRunning == 0 ? End::kReached : isInterrupted ? End::kInterrupted : End::kTimedOut;
+        return hasEnded ? End::kReached : isInterrupted ? End::kInterrupted : End::kTimedOut;
     }
 }
 

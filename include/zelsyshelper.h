@@ -245,7 +245,7 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
  * A property file is a text file with one key=value per line. Keys are case-sensitive. Nothing is trimmed or
  * escaped: a line feed in a key or value begins another entry, which can replace an existing one, and an "="
  * in a key ends the key. Do not pass such texts. Carriage returns are lost. Each call reads the whole file
- * and therefore sees changes by other processes. With the prefix "\\?\", paths may exceed 260 characters.
+ * and therefore sees changes by other processes. With the prefix `\\?\`, paths may exceed 260 characters.
  */
 /**@{*/
 
@@ -266,7 +266,7 @@ ZELSYSHELPER_API uint64_t isDownloadFileStarted(uint8_t* started);
  * \param buffer   Receives the value and a terminating zero. Unchanged unless the result is 0.
  * \param capacity Size of the buffer in characters, at least the value's length plus two. A value that leaves
  *                 no spare character is not copied, and the result does not report this. To detect it, set
- *                 the first character to zero before the call.
+ *                 the first character to a line feed before the call: no value contains one.
  * \return 0 (32-bit unsigned) if the file has the key, otherwise ZELSYSHELPER_NO_KEY, ZELSYSHELPER_NO_FILE or
  *         ZELSYSHELPER_FILE_FAILED. A stored value that is not valid UTF-8 reads as empty.
  * \since 1.0
@@ -399,7 +399,8 @@ ZELSYSHELPER_API void clearFx(const wchar_t* file);
  *
  * \param text Receives "10.0.0" or "11.0.0" with its terminating zero: it must have room for seven
  *             characters. Unchanged if the result is 0.
- * \return 1, or 0 on versions below 10. Windows Server 2016 and later count as 10, from build 22000 on as 11.
+ * \return 1, or 0 on any other version, or if the version cannot be queried. Windows Server 2016 and later
+ *         count as 10, from build 22000 on as 11.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getOsVersion(wchar_t* text);
@@ -567,7 +568,7 @@ typedef char
  * Does not wait for a new window, which may open too late to be changed. Check the folder with
  * retrieveShellFolderViewOptions(), or call again. Blocks while the file manager does not respond.
  *
- * \param folder    The folder as a full path, without a trailing backslash except for a drive's root ("C:\").
+ * \param folder    The folder as a full path, without a trailing backslash except for a drive's root, `C:\`.
  * \param viewCode  Points to a view code; null or an unknown code leaves the view unchanged.
  * \param sort      Null or an unknown column code leaves the sorting unchanged. The direction also applies to
  *                  the grouping; null groups in ascending order.
@@ -610,7 +611,8 @@ ZELSYSHELPER_API void retrieveShellFolderViewOptions(const wchar_t* folder, uint
  * Writes a shell link and overwrites an existing one. Trims white space around both paths.
  *
  * \param target      The path to which the link points. It need not exist.
- * \param linkPath    The link's full path with its extension, ".lnk". Its folder must exist.
+ * \param linkPath    The link's full path with its extension, ".lnk". Its folder must exist. Null fails with
+ *                    ZELSYSHELPER_LINK_PATH, unless the target is null too.
  * \param description Null for none.
  * \param error       Receives 0 or the error.
  * \param failedStep  Receives 0, or the step that failed.

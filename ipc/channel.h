@@ -64,9 +64,10 @@ public:
 
     /// \brief Sends a request and waits for the reply.
     ///
-    /// Makes up to seven attempts with pauses of 300 ms. Bounds all attempts together by five seconds. Each
-    /// connection carries one request: the next request reconnects without a pause. Sends nothing on the
-    /// first instance. After a time-out the channel is no longer connected.
+    /// Makes up to seven attempts with pauses of 300 ms. Bounds all attempts together by five seconds,
+    /// without the time to open the pipe by the computer's name. Each connection carries one request: the
+    /// next request reconnects without a pause. Sends nothing on the first instance. After a time-out the
+    /// channel is no longer connected.
     /// \return 0; `ERROR_BAD_ENVIRONMENT` (10) without a connection; `ERROR_BUFFER_OVERFLOW` (111) for more
     ///         than 65,526 bytes; `ERROR_SEM_TIMEOUT` (121) if the server keeps the connection open without
     ///         a reply; otherwise the error of the last attempt.

@@ -8,8 +8,8 @@ namespace ipc {
 /// \brief Answers the requests that a serving channel receives.
 ///
 /// The channel's listener thread calls the handler for one request at a time. The channel's `stop` waits
-/// until the handler returns, so the handler must not wait for the thread that calls `stop`. A client
-/// that receives no reply repeats its request up to six times.
+/// until the handler returns, so the handler must not wait for the thread that calls `stop`. A client that
+/// receives no reply repeats its request up to six times.
 ///
 /// Every user of the machine can connect to the pipe and keep it busy. Sender id and payload are not
 /// authenticated. A handler must compare the payload with the requests it knows and ignore any other. It must

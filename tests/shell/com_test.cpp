@@ -81,10 +81,13 @@ HRESULT called(std::string_view call, const Words&... words) {
     return call == world.broken ? world.failure : S_OK;
 }
 
-/// Returns "format/property": the high byte of `fmtid.Data1`, and `pid`; "none" if Data1 is 0.
+constexpr GUID kStorage{0xB725F130, 0x47EF, 0x101A, {0xA5, 0xF1, 0x02, 0x60, 0x8C, 0x9E, 0xEB, 0xAC}};
+
+/// Returns the name of a column.
 std::string text(const PROPERTYKEY& key) {
-    return key.fmtid.Data1 == 0 ? "none"
-                                : std::to_string(key.fmtid.Data1 >> 24) + "/" + std::to_string(key.pid);
+    if (IsEqualGUID(key.fmtid, kStorage))
+        return key.pid == 10 ? "name" : key.pid == 4 ? "type" : "unknown";
+    return IsEqualGUID(key.fmtid, GUID{}) ? "none" : "unknown";
 }
 
 std::string text(const wchar_t* wide) {
@@ -232,8 +235,6 @@ View retrieve(const std::wstring& folder) {
     return {viewCode, sort.code, group.code, sort.isAscending, group.isAscending, error, status};
 }
 
-constexpr GUID kStorage{0xB725F130, 0x47EF, 0x101A, {0xA5, 0xF1, 0x02, 0x60, 0x8C, 0x9E, 0xEB, 0xAC}};
-
 TEST_F(Com, RetrieveReadsTheWindowsOfTheFolder) {
     EXPECT_EQ(retrieve(L"C:/"), View{.status = 1000}) << "no window is open";
     EXPECT_EQ(world.calls, Calls({"open(C:\\)", "count()"}));
@@ -292,9 +293,8 @@ TEST_F(Com, AssignSetsAllWindowsOfTheFolder) {
         return Calls(std::ranges::find(world.calls, "list()"), world.calls.end());
     };
     world.windows = {L"C:\\windows"};
-    EXPECT_EQ(
-        assign({.viewCode = 6, .sort = {10, false}, .group = {21}}),
-        Calls({"list()", "sort(183/10, -1)", "group(183/4, 0)", "mode(7, 256)", "save()", "refresh()"}));
+    EXPECT_EQ(assign({.viewCode = 6, .sort = {10, false}, .group = {21}}),
+              Calls({"list()", "sort(name, -1)", "group(type, 0)", "mode(7, 256)", "save()", "refresh()"}));
     EXPECT_EQ(assign({.viewCode = 9, .sort = {1}, .group = {11}}),
               Calls({"list()", "sort(none, 1)", "save()", "refresh()"}));
     const std::string modes[] = {"mode(1, 48)",  "mode(2, 16)",  "mode(3, -1)", "mode(4, -1)",

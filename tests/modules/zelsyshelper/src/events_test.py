@@ -81,10 +81,11 @@ class Events(unittest.TestCase):
         options += "--inst-type it --inst-ref ir --inst-channel ic --guid g --build b"
         test_host = os.environ | {"SET_TEST_STAT_HOST": "1"}
         self.send(*options.split(), "--info", info, env=test_host)
-        # In the order of FIELDS; "-" is an empty value.
-        values = "g DE - a c 02 4.1 n 1 s t INFO it ic ir 1 b - -".split()
-        values = [{"-": "", "INFO": info}.get(value, value) for value in values]
-        self.assertEqual(self.records(), [dict(zip(FIELDS, values))])
+        expected = dict.fromkeys(FIELDS, "")
+        expected.update(guid="g", country_id="DE", adv_type="a", camp_type="c", appid="02", ver="4.1")
+        expected.update(event_type="n", event_number="1", src="s", info_type="t", info=info, inst_type="it")
+        expected.update(inst_ch="ic", inst_ref="ir", test="1", tc_build_num="b")
+        self.assertEqual(self.records(), [expected])
         line = info.replace("\n", "\\n")
         arguments = f"Event Name: n Src: s Info: {line} App Id: 02 Version: 4.1 Adv Type: a Camp Type: c "
         arguments += "Inst Type: it Inst Ref: ir Inst Ch: ic Guid: g TC build num: b"

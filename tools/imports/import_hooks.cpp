@@ -16,9 +16,8 @@ void importsDecide();
 }
 
 // Continues a thunk whose function can fail: counts the call, then jumps to the function or returns a
-// failure.
-// RAX points to the data of the thunk: {target, count, result, error}. Preserves the argument registers.
-// GS:[0x68] holds the thread's last error.
+// failure. RAX points to the data of the thunk: {target, count, result, error}. Preserves the argument
+// registers. GS:[0x68] holds the thread's last error.
 asm(R"(
 .text
 .globl importsDecide

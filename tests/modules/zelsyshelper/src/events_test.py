@@ -12,7 +12,7 @@ import unittest
 from pathlib import Path
 from urllib.parse import parse_qs
 
-sys.path.insert(0, str(Path(__file__).parents[2] / "tools/loopback"))
+sys.path.insert(0, str(Path(__file__).parents[4] / "tools/loopback"))
 import prefix  # noqa: E402
 from certificates import Authority  # noqa: E402
 from server import Reply, Server  # noqa: E402

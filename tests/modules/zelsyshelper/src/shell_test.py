@@ -9,7 +9,7 @@ import unittest
 from functools import partial
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parents[2] / "tools/loopback"))
+sys.path.insert(0, str(Path(__file__).parents[4] / "tools/loopback"))
 import prefix  # noqa: E402
 
 EXTENSION = "gmbkafodnhelcjpibgkmdoafhnecjlpb"

@@ -215,8 +215,9 @@ ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
  *
  * \param errorCode  Receives a Windows error number. Can be 0 even if a step failed.
  * \param errorStage Receives the step that failed; 0 for none.
- * \param httpStatus Receives the status of the reply; 0 if the exchange failed or the file could not be
- *                   created. Check it: an error page with a Content-Length is downloaded like any file.
+ * \param httpStatus Receives the status of the reply, also if only its body is too short (stages 14120 to
+ *                   14122). 0 if the exchange failed at another stage or the file could not be created.
+ *                   Check it: an error page with a Content-Length is downloaded like any file.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage,

@@ -77,6 +77,7 @@ struct Outcome {
 
 enum class End { kReached, kInterrupted, kTimedOut };
 
+/// Converts the parameters to options.
 /// \return Empty if the parameters are valid, otherwise their fault.
 std::wstring read(const Parameters& parameters, Options& options) {
     if (parameters.positional.size() != 1)

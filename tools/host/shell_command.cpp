@@ -42,7 +42,7 @@ std::wstring nameOf(const Name (&names)[size], std::uint32_t code) {
     return name != std::end(names) ? name->text : L"unknown";
 }
 
-/// \return 0 for an unknown name.
+/// Returns the code of a name; 0 for an unknown name.
 template <std::size_t size>
 std::uint32_t codeOf(const Name (&names)[size], const std::wstring& text) {
     const Name* name =

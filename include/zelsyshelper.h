@@ -215,9 +215,9 @@ ZELSYSHELPER_API uint64_t getDownloadElapsedTimeInSeconds(uint32_t* seconds);
  *
  * \param errorCode  Receives a Windows error number. Can be 0 even if a step failed.
  * \param errorStage Receives the step that failed; 0 for none.
- * \param httpStatus Receives the status of the reply, also if only its body is too short (stages 14120 to
- *                   14122). 0 if the exchange failed at another stage or the file could not be created.
- *                   Check it: an error page with a Content-Length is downloaded like any file.
+ * \param httpStatus Receives the status of the reply, also if it announces no length (stage 60) or its body
+ *                   is too short (stages 14120 to 14122). 0 after a failure at any other stage. Check it: an
+ *                   error page with a Content-Length is downloaded like any file.
  * \since 1.0
  */
 ZELSYSHELPER_API uint64_t getDownloadFileErrors(uint32_t* errorCode, uint32_t* errorStage,
@@ -473,8 +473,8 @@ ZELSYSHELPER_API uint64_t isServiceInstalled(uint8_t* installed);
 ZELSYSHELPER_API uint64_t isServicePresent(const wchar_t* name);
 
 /**
- * Starts the suite's update service. Waits first for a pending stop, indefinitely if the service never stops,
- * and then while the start makes progress.
+ * Starts the suite's update service. Waits first for a pending stop, and then while the start makes progress.
+ * The wait for the stop has no upper bound, unless it ends with ZELSYSHELPER_SERVICE_STOP_STUCK.
  *
  * \return 0 if the service was running or paused, or has been started, even if it did not reach the running
  *         state. Otherwise a code or a Windows error number.

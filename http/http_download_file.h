@@ -18,7 +18,7 @@ enum JobStage : std::uint32_t {
     kJobStageNoUrl = 20,   ///< Start refused: no URL.
     kJobStageReady = 40,   ///< An event is missing, or the ready event cannot be reset.
     kJobStageThread = 50,  ///< The worker could not be started, or ran out of memory.
-    kJobStageLength = 60,  ///< The server announces no length, or the length 0.
+    kJobStageLength = 60,  ///< The server announces no length or the length 0, or `stop` preceded its reply.
     kJobStageFile = 70,    ///< The file cannot be created.
 };
 

@@ -59,9 +59,9 @@ public:
 
     /// \brief Performs one exchange and returns when it has ended. One thread at a time may call it.
     ///
-    /// A port in the URL is ignored: https uses port 443, any other scheme port 80. Cancelling sets no error:
-    /// `result` then usually reports success. It also reports success for a body that is shorter than
-    /// expected: only `error()` reports that.
+    /// A port in the URL is ignored: https uses port 443, any other scheme port 80. After a cancel, `result`
+    /// usually reports success, and `error()` reports nothing or stage 14120. A body that is shorter than
+    /// expected is a success in `result` too: only `error()` reports it.
     /// \param input The body of the request; null for none. Not owned.
     /// \param output Receives the body of the reply; null: the body is not read. Not owned.
     /// \param expectedLength Bytes after which reading ends; 0 or less if unknown.

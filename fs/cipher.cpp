@@ -145,7 +145,7 @@ void unmixPlainly(Byte* data, std::size_t size) {
 //   b[i]^K   is b[i] XOR b[1 + (i - 8) % 5]
 //   rotated  means that index i holds b[1 + (i - 6) % 5]
 //
-// Each step XORs one byte with one of b[1] to b[5], and moves the latter five places towards the end.
+// Each step XORs one byte with one of b[1] to b[5], and moves the latter by five places towards the end.
 constexpr std::size_t kShift = kFar - kNear;
 constexpr std::size_t kSmallestMixed = kFirstMixed + kShift; // shorter data does not move all of b[1] to b[5]
 

@@ -54,10 +54,10 @@ public:
     /// \brief Reads the file like `load`, but replaces the values in memory by those of the file.
     virtual int reload();
 
-    /// \brief Returns the value of a key, which may be empty, or \p defaultValue if the key is absent.
+    /// \brief Returns the value of a key, or \p defaultValue if the key is absent. The value may be empty.
     std::string getValue(const std::string& key, std::string defaultValue) const;
 
-    /// \brief Returns the value of a key, which may be empty, or `std::nullopt` if the key is absent.
+    /// \brief Returns the value of a key, or `std::nullopt` if the key is absent. The value may be empty.
     std::optional<std::string> findValue(const std::string& key) const;
 
     /// \brief Sets a value in memory. An empty value removes the key from the file at the next `save`.

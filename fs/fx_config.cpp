@@ -49,7 +49,7 @@ int FxConfig::load() {
 
 void FxConfig::loadWithDefaults() {
     if (!defaultsPending)
-        loadAndAdd(true); // a file that is missing or cannot be read holds no switch
+        loadAndAdd(true); // the defaults apply without a readable file too
 }
 
 int FxConfig::loadAndAdd(bool addsDefaults) {

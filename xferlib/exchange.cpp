@@ -57,7 +57,7 @@ bool configure(HINTERNET request, const Hop& hop, const Deadline& deadline) {
     // ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED. Best effort: older systems lack the option.
     WinHttpSetOption(request, WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
     const int time = deadline.remaining();
-    // The caller follows redirects: it enforces the limit and the rule on https.
+    // The caller follows redirects: it enforces the limit and sets `mustBeSecure` after a hop over https.
     return WinHttpSetTimeouts(request, time, std::min(time, hop.connectTimeout), time, time) &&
            setOption(request, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, static_cast<DWORD>(time)) &&
            setOption(request, WINHTTP_OPTION_DISABLE_FEATURE,

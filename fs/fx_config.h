@@ -21,7 +21,8 @@ public:
     void setFilePath(const std::wstring& path) override;
 
     /// \brief Enciphers the values and writes them, even if none changed. If the last `load` could not read
-    /// the file, reads it first and keeps its switches; if that fails too, they are lost.
+    /// the file, reads it first and keeps its switches. They are lost if this read fails too but the write
+    /// succeeds.
     /// \return 0; `kStatusNoFile` (100002) without a path; `kStatusFileFailed` (100004) if the file cannot be
     /// written.
     int save() override;

@@ -34,8 +34,8 @@ public:
     /// \brief Sets the credentials of a request that the proxy has answered with 407, for its next send.
     ///
     /// Call it after the status has been queried: WinHttpQueryAuthSchemes needs the parsed headers.
-    /// \return False without a user, if the proxy has refused each scheme that it offers, or if a call of
-    ///         WinHTTP fails.
+    /// \return False without a user, if WinHttpQueryAuthSchemes fails or names a host as the target, or if
+    ///         WinHttpSetCredentials accepts none of the offered schemes that the proxy has not refused.
     bool answerRefusal(HINTERNET request);
 
 private:

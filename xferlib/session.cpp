@@ -11,6 +11,7 @@ namespace xferlib {
 namespace {
 
 constexpr ULONGLONG kLongestIdleTime = 30'000; // milliseconds
+constexpr DWORD kDisableGlobalPooling = 195;   // not in the headers of MinGW-w64
 
 struct KeptSession {
     explicit KeptSession(win32::WinHttpHandle&& session) : handle(std::move(session)) {}
@@ -60,6 +61,10 @@ private:
             protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2;
             WinHttpSetOption(handle.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols);
         }
+        // Without this option, sessions of Windows 11 share connections: the session that replaces an idle
+        // one would reuse its connections. Best effort: older systems lack the option.
+        BOOL isOn = TRUE;
+        WinHttpSetOption(handle.get(), kDisableGlobalPooling, &isOn, sizeof isOn);
         return std::make_shared<KeptSession>(std::move(handle));
     }
 

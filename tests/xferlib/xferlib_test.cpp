@@ -254,10 +254,13 @@ TEST_F(Xferlib, SecureConnections) {
         }
 }
 
-TEST_F(Xferlib, AllowsNoTlsBefore12) {
+TEST_F(Xferlib, SessionsAllowNoTlsBefore12AndShareNoConnections) {
     for (const bool isOldWindows : {false, true}) {
         std::vector<DWORD> allowed;
+        BOOL isPoolOwn = FALSE;
         WinHttpSetOptionSeam::fake = [&](HINTERNET handle, DWORD option, void* value, DWORD size) {
+            if (option == 195) // WINHTTP_OPTION_DISABLE_GLOBAL_POOLING
+                isPoolOwn = *static_cast<BOOL*>(value);
             if (option != WINHTTP_OPTION_SECURE_PROTOCOLS)
                 return WinHttpSetOptionSeam::real(handle, option, value, size);
             const DWORD protocols = *static_cast<DWORD*>(value);
@@ -268,6 +271,7 @@ TEST_F(Xferlib, AllowsNoTlsBefore12) {
         const DWORD both = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 | WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_3;
         EXPECT_EQ(allowed, isOldWindows ? std::vector({both, DWORD{WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2}})
                                         : std::vector({both}));
+        EXPECT_TRUE(isPoolOwn);
     }
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kPiece = 65'536; // bytes; a larger buffer takes longer to allocate than to fill
 constexpr std::size_t kPage = 4096;
-constexpr std::size_t kMostPadding = 16 << 20; // bytes; bounds the memory for the padding
+constexpr std::size_t kMostPadding = 16 << 20; // bytes; bounds the memory for the padded contents
 constexpr int kMostReads = 10;
 constexpr ULONGLONG kInUseTime = 250;              // milliseconds
 constexpr DWORD kLockTime = 2000;                  // milliseconds
@@ -205,8 +205,8 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
     // unreadable.
     std::string padded;
     if (form == FileForm::plain && contents.size() > oldSize) {
-        // Reserves the space before any byte changes. Writes zeros, because SetEndOfFile reserves no space on
-        // file systems with sparse files.
+        // Reserves the space before any byte changes. Writes zeros, because setFileSize reserves no space if
+        // the file system stores the file sparsely.
         if (!win32::writeAt(file_.get(), oldSize, std::string(contents.size() - oldSize, '\0'))) {
             win32::setFileSize(file_.get(), oldSize);
             return kStatusFileFailed;

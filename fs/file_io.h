@@ -30,7 +30,7 @@ enum class FileForm {
 int readFile(const std::wstring& path, FileForm form, std::string& contents);
 
 /// \brief Reads a plain file in pieces. Retries and locks like `readFile`.
-/// \param take Receives each piece, which is valid only during the call.
+/// \param take Receives each piece. The piece is invalid once `take` has returned.
 /// \return As `readFile`. Before a failure, `take` may have received some pieces.
 /// \throws std::bad_alloc, and any exception of `take`.
 int readPieces(const std::wstring& path, const std::function<void(std::string_view)>& take);

@@ -13,7 +13,8 @@ namespace xferlib {
 ///
 /// WinHTTP's own time-outs restart with each piece that arrives, so a peer that sends one byte at a time
 /// could block a synchronous call indefinitely. After the deadline the step is abandoned. The destructor
-/// closes the request; the buffers of an abandoned step live until WinHTTP has released the handle.
+/// closes the request and waits up to 1 s for HANDLE_CLOSING. If WinHTTP does not report it in that time, the
+/// buffers of the step are leaked and the library stays loaded.
 ///
 /// Steps return 0 or a Windows error number, ERROR_WINHTTP_TIMEOUT after the deadline. After
 /// ERROR_WINHTTP_RESEND_REQUEST the request may be sent again. After any other error no step may follow.

@@ -40,7 +40,7 @@ public:
     /// opened, written or, above 16 MiB, truncated.
     virtual int save();
 
-    /// \brief Saves like `save()`.
+    /// \brief Saves like \ref CConfig::save(), even if a derived class overrides it.
     /// \param[out] wasRead True if the file existed before the call and was read.
     int save(bool& wasRead);
 

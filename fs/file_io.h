@@ -58,9 +58,10 @@ public:
     /// \brief Replaces the contents of the file.
     ///
     /// While the lock is held, readers see either the old or the new contents. If the process is killed, the
-    /// file has either of them, with one exception. A file that shrinks can keep the end of its old bytes if
-    /// it is enciphered or above 16 MiB; an enciphered file is then unreadable. A full disk leaves the old
-    /// contents. Only a file that denies reading is truncated first and can lose its old contents.
+    /// file has either of them, with two exceptions. A file that shrinks can keep the end of its old bytes if
+    /// it is enciphered or above 16 MiB; an enciphered file is then unreadable. A file that denies reading is
+    /// truncated first and can lose its old contents, also on a full disk. On a full disk, any other file
+    /// keeps its old contents.
     /// \param old The contents that `read` returned.
     /// \return 0 or \ref kStatusFileFailed.
     int replace(std::string_view contents, std::string_view old, FileForm form);

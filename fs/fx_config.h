@@ -7,12 +7,12 @@
 
 namespace fs {
 
-/// \brief Stores named on/off switches, "1" and "0", in a file that is enciphered as a whole, so that users
-/// do not edit it by hand.
+/// \brief Stores keys and values in a file that is enciphered as a whole, so that users do not edit it by
+/// hand. The value of an on/off switch is "1" or "0".
 ///
 /// `save` writes the values in memory. It merges the file only if the last `load` could not read it. If two
 /// processes change one file at the same time, the later `save` overwrites the change of the other. Do not
-/// call the inherited `reload`: it does not decipher.
+/// call the inherited `reload` and `save(bool&)`: they read and write plain text.
 class FxConfig : public CConfig {
 public:
     using Defaults = std::map<std::string, bool>;

@@ -28,7 +28,8 @@ public:
 
     bool isValid() const { return state_ != nullptr; }
 
-    /// Returns the handle for WinHTTP calls that do not block: options and headers of the reply.
+    /// Returns the handle for WinHTTP calls that do not block, such as WinHttpSetOption,
+    /// WinHttpAddRequestHeaders and WinHttpQueryHeaders.
     HINTERNET get() const { return request_.get(); }
 
     /// Sends the request with this body. May be repeated, for example with credentials.

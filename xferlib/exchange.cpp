@@ -54,7 +54,7 @@ bool setOption(HINTERNET request, DWORD option, DWORD value) {
 
 bool configure(HINTERNET request, const Hop& hop, const Deadline& deadline) {
     // Without this option, a server that requests an optional client certificate fails the request with
-    // ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED. Best effort: older systems lack the option.
+    // ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED. Best effort: it can fail for an http request.
     WinHttpSetOption(request, WINHTTP_OPTION_CLIENT_CERT_CONTEXT, WINHTTP_NO_CLIENT_CERT_CONTEXT, 0);
     const int time = deadline.remaining();
     // The caller follows redirects: it enforces the limit and sets `mustBeSecure` after a hop over https.
@@ -182,7 +182,7 @@ TransferCode run(const Session& session, const Hop& hop, const Deadline& deadlin
             return kReceiveFailed; // with code 0, the redirect would count as the host's reply
         reply.location = std::move(location).value_or(L"");
     }
-    // The body of a redirect is not used.
+    // The body of a redirect that has a Location header is not used.
     return reply.location.empty() ? readBody(request, reply.response) : kOk;
 }
 

@@ -228,7 +228,8 @@ int SharedFile::replace(std::string_view contents, std::string_view old, FileFor
     const bool isKnown = isLocked_ || readAll(file_.get(), now);
     if (!isLocked_ && isKnown && !now.starts_with(bytes))
         return 0;
-    // Padding may stay. The end of the old contents may not: it would bring removed keys back.
+    // Padding may stay. The end of the old contents may not: it would bring removed keys back, or make an
+    // enciphered file unreadable.
     if (!(isKnown && win32::setFileSize(file_.get(), contents.size())) && padded.empty()) {
         win32::writeAt(file_.get(), 0, old);
         return kStatusFileFailed;

@@ -22,8 +22,8 @@ public:
     void setFilePath(const std::wstring& path) override;
 
     /// \brief Enciphers the values and writes them, even if none changed. If the last `load` could not read
-    /// the file, reads it first and keeps its switches. They are lost if this read fails too but the write
-    /// succeeds.
+    /// the file and no `save` has succeeded since, reads it first and keeps its switches. They are lost if
+    /// this read fails too but the write succeeds.
     /// \return 0; `kStatusNoFile` (100002) without a path; `kStatusFileFailed` (100004) if the file cannot be
     /// written.
     int save() override;
@@ -52,7 +52,7 @@ private:
     int loadAndAdd(bool addsDefaults);
 
     Defaults defaults;
-    bool isUnread = false; ///< The last `load` found a file and could not read it.
+    bool isUnread = false; ///< The last `load` could not read the file, and no `save` has succeeded since.
 };
 
 } // namespace fs

@@ -97,8 +97,8 @@ bool isEncrypted(HINTERNET request) {
 /// \return kReceiveFailed if no credentials can be sent; otherwise the result of reading the body.
 TransferCode signIn(AsyncRequest& request, ProxySignIn& proxy) {
     // WinHTTP attributes every 407 to the proxy. Inside a tunnel a 407 comes from the host, which would
-    // receive the credentials. The body of a final 407 is not read: callers would mistake it for the host's
-    // reply.
+    // receive the credentials. A final 407 is a failure: with code 0, callers would mistake its body for the
+    // host's reply.
     if (isEncrypted(request.get()) || !proxy.answerRefusal(request.get()))
         return kReceiveFailed;
     // NTLM and Negotiate authenticate the connection, so the next send must reuse it.

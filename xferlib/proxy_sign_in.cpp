@@ -18,7 +18,7 @@ class Refusals {
 public:
     DWORD find(const Account& account) const { return holds(account) ? schemes_ : 0; }
 
-    /// Adds to the refusals that other threads have stored for the same account.
+    /// Adds schemes to the account's refusals. Discards expired refusals and those of another account.
     void add(const Account& account, DWORD schemes) {
         if (!holds(account)) {
             schemes_ = 0;

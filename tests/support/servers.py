@@ -18,8 +18,8 @@ OK = b"HTTP/1.1 200 OK\r\nConnection: close\r\n"
 RAW = {  # raw pieces of a reply, sent half a second apart; then the connection is closed
     "nolength": [b"HTTP/1.1 203 OK\r\n\r\nbody"],
     "headers": [
-        b"HTTP/1.1 302 Found\r\nContent-Length: 2\r\nSet-Cookie: a=1\r\nLocation: /x\r\n"
-        b"Content-Type: text/x\r\nSet-Cookie: b=2\r\nContent-Encoding: none\r\n"
+        b"HTTP/1.1 302 Found\r\nConnection: close\r\nContent-Length: 2\r\nSet-Cookie: a=1\r\n"
+        b"Location: /x\r\nContent-Type: text/x\r\nSet-Cookie: b=2\r\nContent-Encoding: none\r\n"
         + (b"X-Long: " + b"l" * 1000 + b"\r\n") * 70
         + b"\r\nok"
     ],

@@ -34,8 +34,8 @@ public:
     /// cannot be read.
     int load() override;
 
-    /// \brief Replaces the defaults. If `defaultsPending` is true, also discards all values in memory and
-    /// sets it to false.
+    /// \brief Replaces the defaults. If `defaultsPending` is true, also discards all values in memory, sets
+    /// `defaultsPending` to false, and makes `isModified` return true.
     void setDefaults(Defaults switches);
 
     /// \brief Loads the file, then sets each default switch that has no value. Does nothing while

@@ -15,8 +15,8 @@ using Session = std::shared_ptr<const win32::WinHttpHandle>;
 /// share ownership: a session stays open until its last caller releases it, even if the cache has replaced
 /// it.
 ///
-/// Replaces a session that has been idle for more than 30 seconds. Routers and firewalls drop idle
-/// connections without notice, and the next request on such a connection would time out.
+/// Replaces a session that no caller has acquired or released for more than 30 seconds. Routers and firewalls
+/// drop idle connections without notice, and the next request on such a connection would time out.
 /// \param proxy "host:port"; empty for direct connections.
 /// \return Null if WinHttpOpen fails; GetLastError returns the error.
 Session openSession(const std::wstring& proxy);

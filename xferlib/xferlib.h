@@ -39,8 +39,8 @@ std::int32_t init();
 /// \brief Sends one request on the calling thread and waits for its reply.
 ///
 /// Tries the authentication schemes that the proxy offers, the strongest first, until the proxy accepts one.
-/// Skips the schemes that were refused within the last minute, if the last refused account (proxy, user and
-/// password) is this one. If none is left, the transfer fails with code 56. Hosts never receive the proxy's
+/// Skips the refused schemes of the last refused account (proxy, user and password) until a minute after its
+/// last refusal. If none is left, the transfer fails with code 56. Hosts never receive the proxy's
 /// credentials: a 407 of a host fails with code 56 too.
 ///
 /// Verifies server certificates. Follows redirects, but never from https to http. After 303 a POST continues
